@@ -1,0 +1,73 @@
+// What is known of one device: a plain record, one per device id.
+#pragma once
+
+#include "meter/meter_object.h"
+#include "model/meta.h"
+
+#include <QHostAddress>
+#include <QJsonObject>
+#include <QMetaType>
+#include <QString>
+
+#include <cstdint>
+#include <vector>
+
+class DeppenAss;
+class MainWindowWithCloseSignal;
+class QPlainTextEdit;
+class QTFTPFileUploader;
+
+// An AES67 session that a device has heard of.
+struct session_item
+{
+    QString name;
+    QString info;
+    int channels = 0;
+
+    bool operator==(const session_item &other) const = default;
+};
+Q_DECLARE_METATYPE(session_item)
+
+// Makes session_item travel in variants that compare by value. Once per process is enough.
+void register_session_item();
+
+struct Device
+{
+    QHostAddress address = {}; // sender of the last report
+    QString interface = {};    // network on which it was last heard
+    qint64 last_seen = 0;      // ms since the epoch of the last live report
+    QString device_id = {};    // identity, equal to the key in the registry
+    QString firmware_update_error = {};
+    QString upload_error = {}; // our own text for a refused upload
+    uint32_t fw_magic = 0;     // 0: unknown device
+    bool upload_ok = false;    // result of the last upload
+    QString dsp_error = {};
+    bool stale = false; // a report came during an edit of this device and was not merged
+    QJsonObject last_report = {};
+    PropertyMap properties = {}; // what this device has: a copy of its product's
+    ValueMap values = {};        // absent or invalid: the device did not say
+    std::vector<session_item> session_list = {};
+    bool online = false;
+    bool broken_net = false; // commands go unanswered
+    bool awaiting_reply = false;
+    int32_t reports_without_reply = 0;
+    QTFTPFileUploader *uploader = nullptr; // owned
+    DeppenAss *deppen_ass = nullptr;       // belongs to the window; blocks deletion
+    bool assistant_dismissed = false;
+    MainWindowWithCloseSignal *log_window = nullptr; // owned
+    QPlainTextEdit *log_view = nullptr;              // inside log_window
+    uint32_t log_pos = 0;                            // next expected position of the log stream
+    int32_t log_escape_state = 0;
+    uint8_t log_escape_count = 0;
+    bool log_paused = false;
+    MeterObject meter;
+
+    int row_hint = -1; // where the list row was last seen; find_device_row checks it first
+
+    Device() = default;
+    Device(const Device &) = delete;
+    Device &operator=(const Device &) = delete;
+
+    // The value of a property; invalid when the device did not say.
+    QVariant value(const std::string &key) const;
+};
