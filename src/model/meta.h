@@ -10,22 +10,24 @@
 #include <string>
 #include <vector>
 
-enum PropertyKind : uint32_t {
-    PROP_NONE = 0,         // no row; also marks a panel row as absent
-    PROP_DUMMY = 1,        // pseudo row without a value
-    PROP_TEXT = 2,         // JSON string
-    PROP_BOOL = 3,         // JSON bool
-    PROP_INT = 4,          // JSON number without a fraction
-    PROP_FLOAT = 5,        // JSON number, shown with `decimals` digits
-    PROP_IP = 6,           // JSON string, IPv4 in dotted form
-    PROP_CHOICE = 7,       // one of `choices`, any JSON type
-    PROP_FIRMWARE = 8,     // JSON string beside an update button
-    PROP_LOCK_STATUS = 9,  // JSON number without a fraction, shown as text
-    PROP_METER = 10,       // live meter in the panel; no table row uses it
+enum PropertyKind : uint32_t
+{
+    PROP_NONE = 0,        // no row; also marks a panel row as absent
+    PROP_DUMMY = 1,       // pseudo row without a value
+    PROP_TEXT = 2,        // JSON string
+    PROP_BOOL = 3,        // JSON bool
+    PROP_INT = 4,         // JSON number without a fraction
+    PROP_FLOAT = 5,       // JSON number, shown with `decimals` digits
+    PROP_IP = 6,          // JSON string, IPv4 in dotted form
+    PROP_CHOICE = 7,      // one of `choices`, any JSON type
+    PROP_FIRMWARE = 8,    // JSON string beside an update button
+    PROP_LOCK_STATUS = 9, // JSON number without a fraction, shown as text
+    PROP_METER = 10,      // live meter in the panel; no table row uses it
 };
 
 // The numbers are part of the design: the "load_restore" row carries one of them.
-enum PropertyFlag : uint32_t {
+enum PropertyFlag : uint32_t
+{
     PF_EQ = 0x0001,               // a change redraws the curve
     PF_READONLY = 0x0002,         // never editable, skipped when changes are sent
     PF_SOURCE_CHANNEL = 0x0004,   // zero-based channel of the selected stream
@@ -41,7 +43,8 @@ enum PropertyFlag : uint32_t {
     PF_BACKUP = 0x1000,       // restored by "Load"
 };
 
-enum Capability {
+enum Capability
+{
     CAP_DSP = 1,           // bank, preset, level, mute, delay, user EQ
     CAP_MANUAL_STREAM = 2, // hand-set RTP reception
     CAP_TX_STREAM = 3,     // AES67 transmission
@@ -85,7 +88,7 @@ struct ProductDesc
     std::string name = {};
     std::string icon = {}; // resource path
     int channels = 0;
-    PropertyMap properties = {};                           // what a device of this product has
+    PropertyMap properties = {};                             // what a device of this product has
     std::vector<std::vector<std::string>> preset_names = {}; // one list per bank, equally long
 };
 
@@ -101,7 +104,8 @@ void build_catalogue();
 // The row of this product number; the table's first row when no row matches.
 const ProductDesc &find_product(int32_t id);
 
-// The flags of rows that a change of a property with `flags` makes stale: any row that shares a bit.
+// The flags of rows that a change of a property with `flags` makes stale: any row that shares a
+// bit.
 uint32_t stale_mask(uint32_t flags);
 
 // Generic descriptors and the 30 EQ descriptors, without products (keys empty).

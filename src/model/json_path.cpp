@@ -1,0 +1,80 @@
+// The only bridge between a property descriptor and JSON.
+#include "model/json_path.h"
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+// Paths are plain ASCII, which spares a conversion on each of the many look-ups of a report.
+QLatin1String latin1(const std::string &component)
+{
+    return QLatin1String(component.data(), static_cast<int>(component.size()));
+}
+
+// The number as an int when it is one exactly. The range goes first: casting a double that
+// doesn't fit is undefined.
+QVariant whole_number(double number)
+{
+    constexpr double lowest = std::numeric_limits<int>::min();
+    constexpr double highest = std::numeric_limits<int>::max();
+    if (!(number >= lowest && number <= highest) || number != std::trunc(number))
+        return {};
+    return static_cast<int>(number);
+}
+
+} // namespace
+
+QJsonValue json_get_path(const QJsonObject &object, const std::vector<std::string> &path)
+{
+    if (path.empty())
+        return QJsonValue(QJsonValue::Undefined);
+    QJsonValue value = object.value(latin1(path.front()));
+    for (size_t i = 1; i < path.size(); ++i)
+        value = value.toObject().value(latin1(path[i]));
+    return value;
+}
+
+void json_set_path(QJsonObject &object, const std::vector<std::string> &path,
+                   const QJsonValue &value)
+{
+    if (path.empty())
+        return;
+    std::vector<QJsonObject> parents = {object};
+    for (size_t i = 0; i + 1 < path.size(); ++i)
+        parents.push_back(parents.back().value(latin1(path[i])).toObject());
+
+    QJsonValue inner = value;
+    for (size_t i = path.size(); i-- > 0;) {
+        parents[i].insert(latin1(path[i]), inner);
+        inner = parents[i];
+    }
+    object = parents.front();
+}
+
+QVariant value_from_json(const QJsonObject &object, const PropertyDesc &desc)
+{
+    const QJsonValue value = json_get_path(object, desc.path);
+    if (value.isUndefined() || value.isNull())
+        return {};
+    switch (desc.kind) {
+    case PROP_NONE:
+    case PROP_DUMMY:
+    case PROP_METER:
+        return {};
+    case PROP_TEXT:
+    case PROP_IP:
+    case PROP_FIRMWARE:
+        return value.isString() ? QVariant(value.toString()) : QVariant();
+    case PROP_BOOL:
+        return value.isBool() ? QVariant(value.toBool()) : QVariant();
+    case PROP_INT:
+    case PROP_LOCK_STATUS:
+        return value.isDouble() ? whole_number(value.toDouble()) : QVariant();
+    case PROP_FLOAT:
+        return value.isDouble() ? QVariant(value.toDouble()) : QVariant();
+    case PROP_CHOICE:
+        return value.toVariant();
+    }
+    return {};
+}

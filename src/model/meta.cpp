@@ -1,0 +1,136 @@
+// Builds the catalogue: which properties each product has, and their bounds and choices.
+#include "model/meta.h"
+#include "support/fatal_assert.h"
+
+#include <algorithm>
+
+std::vector<PropertyDesc> generic_properties;
+std::vector<std::string> property_keys;
+std::vector<ProductDesc> product_table;
+
+bool PropertyDesc::same_editor(const PropertyDesc &other) const
+{
+    return key == other.key && path == other.path && label == other.label && kind == other.kind
+        && min == other.min && max == other.max && unit == other.unit && decimals == other.decimals
+        && choices == other.choices && user_value == other.user_value;
+}
+
+namespace {
+
+std::string joined_path(const std::vector<std::string> &path)
+{
+    std::string key;
+    for (const std::string &component : path)
+        key += key.empty() ? component : "/" + component;
+    return key;
+}
+
+std::vector<PropertyChoice> product_choices()
+{
+    std::vector<PropertyChoice> choices;
+    for (const ProductDesc &product : product_table)
+        choices.push_back({.value = product.product_id, .label = product.name, .data = {}});
+    return choices;
+}
+
+void fill_from_product(PropertyDesc &desc, const ProductDesc &product)
+{
+    if (desc.key.empty())
+        desc.key = joined_path(desc.path);
+    if (desc.key == "dsp/bank") {
+        // 2 without any bank stays, though every product with a DSP has banks.
+        const size_t banks = product.preset_names.size();
+        desc.max = banks < 1 ? 2.0 : static_cast<double>(banks);
+    }
+    if (desc.key == "product_id") {
+        const std::vector<PropertyChoice> choices = product_choices();
+        desc.choices.insert(desc.choices.end(), choices.begin(), choices.end());
+        // Only a device that has no product yet may be given one.
+        if (product.product_id != 0)
+            desc.flags |= PF_READONLY;
+    }
+}
+
+void check_presets(const ProductDesc *desc)
+{
+    for (const std::vector<std::string> &list : desc->preset_names)
+        FATAL_ASSERT("meta.cpp", list.size() == desc->preset_names[0].size());
+}
+
+bool product_has(const ProductDesc &product, const PropertyDesc &desc)
+{
+    if (!std::includes(product.capabilities.begin(), product.capabilities.end(), desc.needs.begin(),
+                       desc.needs.end()))
+        return false;
+    const bool per_channel = desc.flags & (PF_SOURCE_CHANNEL | PF_CHANNEL_LIST);
+    return !per_channel || desc.user_value.toInt() < product.channels;
+}
+
+// Channels are numbered from 0 and shown from 1; a channel count's value is the number shown.
+void append_channel_choices(PropertyDesc &desc, const ProductDesc &product)
+{
+    const bool is_count = desc.key == "stream_tx/channel_count";
+    if (!is_count && !(desc.flags & PF_CHANNEL_LIST))
+        return;
+    for (int channel = 0; channel < product.channels; ++channel)
+        desc.choices.push_back({.value = is_count ? channel + 1 : channel,
+                                .label = std::to_string(channel + 1),
+                                .data = {}});
+}
+
+PropertyMap make_properties(const ProductDesc &product)
+{
+    // A copy for each product: choices appended for one must not reach the next.
+    std::vector<PropertyDesc> descs = generic_properties;
+    for (const PropertyDesc &desc : make_eq_properties())
+        descs.push_back(desc);
+    for (PropertyDesc &desc : descs)
+        fill_from_product(desc, product);
+    check_presets(&product);
+
+    PropertyMap properties;
+    for (PropertyDesc &desc : descs) {
+        // Before any filter, so that the first product brings all keys.
+        if (std::find(property_keys.begin(), property_keys.end(), desc.key) == property_keys.end())
+            property_keys.push_back(desc.key);
+        if (!product_has(product, desc))
+            continue;
+        append_channel_choices(desc, product);
+        if (desc.path != std::vector<std::string>{"product_id"})
+            desc.flags |= PF_FOLLOWS_PRODUCT;
+        properties[desc.key] = desc;
+    }
+    return properties;
+}
+
+} // namespace
+
+void build_catalogue()
+{
+    if (!product_table.empty())
+        return;
+    generic_properties = make_generic_properties();
+    product_table = make_product_table();
+    for (ProductDesc &product : product_table)
+        product.properties = make_properties(product);
+}
+
+const ProductDesc &find_product(int32_t id)
+{
+    for (const ProductDesc &product : product_table)
+        if (product.product_id == id)
+            return product;
+    return product_table.front();
+}
+
+uint32_t stale_mask(uint32_t flags)
+{
+    uint32_t mask = 0;
+    if (flags & PF_DRIVES_PRESETS)
+        mask |= PF_FOLLOWS_BANK;
+    if (flags & PF_DRIVES_CHANNELS)
+        mask |= PF_FOLLOWS_STREAM;
+    if (flags & PF_DRIVES_ALL)
+        mask |= PF_FOLLOWS_PRODUCT;
+    return mask;
+}
