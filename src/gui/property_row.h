@@ -21,10 +21,10 @@ class ValueSpinner;
 
 struct Property
 {
-    PropertyDesc desc = {};  // as it applies to the selection; kind PROP_NONE while hidden
-    QVariant value = {};     // the device's, or what the operator has set; invalid when mixed
-    bool edited = false;     // set by the operator during this edit
-    bool uniform = false;    // all selected devices agree on `value`
+    PropertyDesc desc = {}; // as it applies to the selection; kind PROP_NONE while hidden
+    QVariant value = {};    // the device's, or what the operator has set; invalid when mixed
+    bool edited = false;    // set by the operator during this edit
+    bool uniform = false;   // all selected devices agree on `value`
     bool needs_update = false;
     QLabel *caption = nullptr;
     QWidget *holder = nullptr;

@@ -1,0 +1,37 @@
+// Draws cell texts with the search hits marked.
+#include "gui/highlight_delegate.h"
+
+#include "gui/highlight.h"
+
+#include <QPainter>
+#include <QTextDocument>
+#include <QTextOption>
+
+bool HighlightDelegate::matches_search(const QString &text) const
+{
+    return contains_search(text, search_text);
+}
+
+void HighlightDelegate::drawDisplay(QPainter *painter, const QStyleOptionViewItem &option,
+                                    const QRect &rect, const QString &text) const
+{
+    QTextDocument document;
+    document.setDocumentMargin(0);
+    document.setDefaultFont(option.font);
+    QTextOption text_option = document.defaultTextOption();
+    text_option.setAlignment(Qt::AlignVCenter);
+    text_option.setWrapMode(QTextOption::ManualWrap);
+    document.setDefaultTextOption(text_option);
+    document.setPageSize(rect.size());
+    document.setTextWidth(rect.width());
+    if (dark_theme)
+        document.setDefaultStyleSheet("span { color: #000000; }");
+    document.setHtml(highlight_html(text, search_text));
+
+    const int above = static_cast<int>(rect.height() / 2 - 0.5 * document.size().height());
+    painter->save();
+    painter->translate(rect.left(), above + rect.top());
+    painter->setClipRect(QRect(QPoint(0, 0), rect.size()), Qt::ReplaceClip);
+    document.drawContents(painter, QRectF());
+    painter->restore();
+}

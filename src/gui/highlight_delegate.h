@@ -1,0 +1,23 @@
+// Draws cell texts with the search hits marked.
+#pragma once
+
+#include <QItemDelegate>
+#include <QString>
+
+class HighlightDelegate : public QItemDelegate
+{
+    Q_OBJECT
+
+public:
+    using QItemDelegate::QItemDelegate;
+
+    // Whether a cell with this text satisfies the search.
+    bool matches_search(const QString &text) const;
+
+    QString search_text = {}; // what the search box held at the last search
+    bool dark_theme = false;  // light text on a dark ground: marked text must turn black
+
+protected:
+    void drawDisplay(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
+                     const QString &text) const override;
+};
