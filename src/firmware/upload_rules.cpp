@@ -1,0 +1,56 @@
+// Whether a device gets an upload, and which bytes of it.
+#include "firmware/upload_rules.h"
+
+#include "firmware/firmware.h"
+
+#include <cstdlib>
+
+namespace {
+
+UploadDecision refuse(const QString &error)
+{
+    return {.error = error};
+}
+
+UploadDecision extract_for_device(uint32_t fw_magic, const QByteArray &bytes)
+{
+    void *section = nullptr;
+    int size = 0;
+    const int code = firmware_extract(reinterpret_cast<const uint8_t *>(bytes.constData()),
+                                      static_cast<size_t>(bytes.size()), fw_magic, &section, &size);
+    if (code != FIRMWARE_ERR_OK)
+        return refuse(firmware_error_text(code));
+    const UploadDecision decision{.bytes = QByteArray(static_cast<const char *>(section), size)};
+    std::free(section);
+    return decision;
+}
+
+} // namespace
+
+QString firmware_error_text(int code)
+{
+    switch (code) {
+    case FIRMWARE_ERR_OK:
+        return {};
+    case FIRMWARE_ERR_INVALID:
+        return QStringLiteral("invalid image");
+    case FIRMWARE_ERR_NO_DEVICE:
+        return QStringLiteral("device not supported by image");
+    case FIRMWARE_ERR_NO_MEMORY:
+        return QStringLiteral("out of memory");
+    default:
+        return QStringLiteral("unknown");
+    }
+}
+
+UploadDecision decide_upload(bool online, uint32_t fw_magic, const QString &remote_name,
+                             const QByteArray &bytes)
+{
+    if (!online)
+        return refuse(QStringLiteral("not updating"));
+    if (fw_magic == 0)
+        return refuse(QStringLiteral("unknown device"));
+    if (remote_name != QLatin1String(FIRMWARE_REMOTE_NAME))
+        return {.bytes = bytes};
+    return extract_for_device(fw_magic, bytes);
+}

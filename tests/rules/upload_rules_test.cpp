@@ -1,0 +1,89 @@
+// Whether a device gets an upload: every refusal with its text, and the exact bytes.
+#include "firmware/upload_rules.h"
+
+#include "support/vectors.h"
+
+#include <QtTest>
+
+namespace {
+
+constexpr uint32_t MODULE_MAGIC = 0x354A2936;
+
+// The first golden image: one section for MODULE_MAGIC.
+QByteArray good_image()
+{
+    const QJsonObject one = vector_cases("firmware").at(0).toObject();
+    return QByteArray::fromBase64(one["input"]["image"].toString().toLatin1());
+}
+
+} // namespace
+
+class upload_rules_test : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void golden_codes_have_their_texts_data() { add_vector_rows("status_text", "code"); }
+    void golden_codes_have_their_texts()
+    {
+        QFETCH(QJsonObject, input);
+        QFETCH(QJsonObject, expect);
+        QCOMPARE(firmware_error_text(input["code"].toInt()), expect["text"].toString());
+    }
+
+    void a_device_gets_its_section()
+    {
+        const QByteArray image = good_image();
+        const UploadDecision decision = decide_upload(true, MODULE_MAGIC, "firmware.bin", image);
+        QCOMPARE(decision.error, QString());
+        QCOMPARE(decision.bytes, image);
+    }
+
+    void refusals_data()
+    {
+        QTest::addColumn<bool>("online");
+        QTest::addColumn<quint32>("fw_magic");
+        QTest::addColumn<QString>("remote_name");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("error");
+        const QByteArray image = good_image();
+        const QByteArray cut = image.left(100);
+        QTest::newRow("offline") << false << quint32{MODULE_MAGIC} << "firmware.bin" << image
+                                 << "not updating";
+        QTest::newRow("offline goes before all else")
+            << false << 0U << "lpi.bin" << cut << "not updating";
+        QTest::newRow("no number, image")
+            << true << 0U << "firmware.bin" << image << "unknown device";
+        QTest::newRow("no number, other file")
+            << true << 0U << "lpi.bin" << image << "unknown device";
+        QTest::newRow("truncated")
+            << true << quint32{MODULE_MAGIC} << "firmware.bin" << cut << "invalid image";
+        QTest::newRow("empty file")
+            << true << quint32{MODULE_MAGIC} << "firmware.bin" << QByteArray() << "invalid image";
+        QTest::newRow("another product")
+            << true << 1234U << "firmware.bin" << image << "device not supported by image";
+    }
+    void refusals()
+    {
+        QFETCH(bool, online);
+        QFETCH(quint32, fw_magic);
+        QFETCH(QString, remote_name);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, error);
+        const UploadDecision decision = decide_upload(online, fw_magic, remote_name, bytes);
+        QCOMPARE(decision.error, error);
+        QVERIFY(decision.bytes.isEmpty());
+    }
+
+    void any_other_name_is_sent_byte_for_byte()
+    {
+        for (const char *name : {"lpi.bin", "FIRMWARE.BIN", ""}) {
+            const UploadDecision decision = decide_upload(true, 1, name, "no image at all");
+            QCOMPARE(decision.error, QString());
+            QCOMPARE(decision.bytes, QByteArray("no image at all"));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(upload_rules_test)
+#include "upload_rules_test.moc"
