@@ -1,0 +1,82 @@
+// Search hits in cell texts.
+#include "gui/highlight.h"
+
+#include "support/vectors.h"
+
+#include <QtTest>
+
+class HighlightTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void html_is_as_computed_elsewhere_data() { add_vector_rows("highlight"); }
+    void html_is_as_computed_elsewhere();
+    void cell_keeps_its_own_case();
+    void ampersand_is_one_marked_character();
+    void tag_shows_as_characters();
+    void characters_of_several_units_are_marked_whole();
+    void half_a_character_is_matched_afresh_in_the_rest();
+    void right_to_left_text_is_marked();
+};
+
+namespace {
+
+QString marked(const QString &text)
+{
+    return "<span style='background-color: #FFFF00'>" + text + "</span>";
+}
+
+} // namespace
+
+void HighlightTest::html_is_as_computed_elsewhere()
+{
+    QFETCH(QJsonObject, input);
+    QFETCH(QJsonObject, expect);
+    const QString text = input.value("text").toString();
+    const QString search = input.value("search").toString();
+    QCOMPARE(highlight_html(text, search), expect.value("html").toString());
+    QCOMPARE(contains_search(text, search), expect.value("matches").toBool());
+}
+
+void HighlightTest::cell_keeps_its_own_case()
+{
+    QVERIFY(contains_search("xABabx", "ab"));
+    QCOMPARE(highlight_html("xABabx", "ab"), "x" + marked("AB") + marked("ab") + "x");
+}
+
+void HighlightTest::ampersand_is_one_marked_character()
+{
+    QCOMPARE(highlight_html("a&b", "&"), "a" + marked("&amp;") + "b");
+    QVERIFY(!contains_search("a&b", "amp"));
+}
+
+void HighlightTest::tag_shows_as_characters()
+{
+    QCOMPARE(highlight_html("<b>x", "<"), marked("&lt;") + "b&gt;x");
+}
+
+void HighlightTest::characters_of_several_units_are_marked_whole()
+{
+    QCOMPARE(highlight_html("a😀b", "😀"), "a" + marked("😀") + "b");
+    const QString combined = QString("e") + QChar(0x0301);
+    QCOMPARE(highlight_html("x" + combined, combined), "x" + marked(combined));
+    QCOMPARE(highlight_html("𐐀", "𐐨"), marked("𐐀")); // letters beyond 16 bits have a case too
+}
+
+void HighlightTest::half_a_character_is_matched_afresh_in_the_rest()
+{
+    const QString pair = "😀";
+    const QString high(pair.at(0));
+    const QString low(pair.at(1));
+    QCOMPARE(highlight_html(pair + pair, high).count("<span"), 2);
+    QCOMPARE(highlight_html(pair, low).count("<span"), contains_search(pair, low) ? 1 : 0);
+}
+
+void HighlightTest::right_to_left_text_is_marked()
+{
+    QCOMPARE(highlight_html("אולם שלוש", "שלוש"), "אולם " + marked("שלוש"));
+}
+
+QTEST_GUILESS_MAIN(HighlightTest)
+#include "highlight_test.moc"
