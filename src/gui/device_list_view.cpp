@@ -1,0 +1,134 @@
+// The list's view: columns as wide as their contents.
+#include "gui/device_list_view.h"
+
+#include <QAbstractItemDelegate>
+#include <QEvent>
+#include <QHeaderView>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int FRAME_INTERVAL = 16;       // ms
+constexpr int MOST_KEPT_TEXTS = 1 << 14; // per column; ever-changing numbers must not pile up
+
+size_t at(int column)
+{
+    return static_cast<size_t>(column);
+}
+
+} // namespace
+
+DeviceListView::DeviceListView(QWidget *parent)
+    : QTreeView(parent)
+{
+    frame_timer.setSingleShot(true);
+    frame_timer.setInterval(FRAME_INTERVAL);
+    connect(&frame_timer, &QTimer::timeout, this, &DeviceListView::measure_dirty_columns);
+}
+
+int DeviceListView::sizeHintForColumn(int column) const
+{
+    if (!model() || column < 0)
+        return -1;
+    if (at(column) >= widths.size())
+        widths.resize(at(column) + 1, -1);
+    int &width = widths[at(column)];
+    if (width < 0)
+        width = measured_width(column);
+    return width;
+}
+
+// A layout follows any change of which rows exist or show, so all widths may have changed.
+void DeviceListView::doItemsLayout()
+{
+    if (model())
+        mark_dirty(0, model()->columnCount() - 1);
+    QTreeView::doItemsLayout();
+}
+
+void DeviceListView::reset()
+{
+    widths.clear();
+    text_widths.clear();
+    QTreeView::reset();
+}
+
+void DeviceListView::dataChanged(const QModelIndex &top_left, const QModelIndex &bottom_right,
+                                 const QVector<int> &roles)
+{
+    mark_dirty(top_left.column(), bottom_right.column());
+    const QRect row = visualRect(top_left.siblingAtColumn(header()->logicalIndexAt(0)));
+    // The topmost row decides the height of all, which the base class looks after.
+    const bool is_top_row = !indexAbove(top_left).isValid();
+    if (top_left.row() != bottom_right.row() || is_top_row) {
+        QTreeView::dataChanged(top_left, bottom_right, roles);
+        return;
+    }
+    if (!row.isNull())
+        viewport()->update(0, row.top(), viewport()->width(), row.height());
+}
+
+void DeviceListView::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
+        text_widths.clear();
+        std::fill(widths.begin(), widths.end(), -1);
+    }
+    QTreeView::changeEvent(event);
+}
+
+void DeviceListView::mark_dirty(int first_column, int last_column)
+{
+    if (last_column < 0)
+        return;
+    dirty.resize(std::max(dirty.size(), at(last_column) + 1));
+    std::fill(dirty.begin() + first_column, dirty.begin() + last_column + 1, true);
+    if (!frame_timer.isActive())
+        frame_timer.start();
+}
+
+void DeviceListView::measure_dirty_columns()
+{
+    bool has_changed = false;
+    for (size_t column = 0; column < std::min(dirty.size(), widths.size()); ++column) {
+        if (!dirty[column] || isColumnHidden(static_cast<int>(column)))
+            continue;
+        dirty[column] = false;
+        const int width = measured_width(static_cast<int>(column));
+        has_changed |= width != widths[column];
+        widths[column] = width;
+    }
+    // Setting the mode that is set already makes the header take over the new widths.
+    if (has_changed)
+        header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+}
+
+int DeviceListView::measured_width(int column) const
+{
+    ++measure_count;
+    const QStyleOptionViewItem option = viewOptions();
+    int width = 0;
+    for (int row = 0; row < model()->rowCount(); ++row)
+        if (!isRowHidden(row, QModelIndex()))
+            width = std::max(width, cell_width(model()->index(row, column), option));
+    return width;
+}
+
+int DeviceListView::cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const
+{
+    const size_t column = at(index.column());
+    if (column >= text_widths.size())
+        text_widths.resize(column + 1);
+    QHash<QString, int> &kept = text_widths[column];
+    const bool has_picture = index.data(Qt::DecorationRole).isValid();
+    const QString text = (has_picture ? "+" : "-") + index.data(Qt::DisplayRole).toString();
+    const auto known = kept.constFind(text);
+    if (known != kept.constEnd())
+        return *known;
+    if (kept.size() >= MOST_KEPT_TEXTS)
+        kept.clear();
+    const int width = itemDelegate(index)->sizeHint(option, index).width();
+    kept.insert(text, width);
+    return width;
+}

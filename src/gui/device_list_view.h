@@ -1,0 +1,43 @@
+// The list's view: columns as wide as their contents, at the price of one measuring per frame.
+#pragma once
+
+#include <QHash>
+#include <QTimer>
+#include <QTreeView>
+
+#include <vector>
+
+// A plain QTreeView measures every row of every column again after each changed cell, and paints
+// all of its rows for a change of one. This one keeps the width of each text it has met, measures
+// a column at most once per painted frame, and paints the changed row alone.
+class DeviceListView : public QTreeView
+{
+    Q_OBJECT
+
+public:
+    explicit DeviceListView(QWidget *parent = nullptr);
+
+    int sizeHintForColumn(int column) const override;
+    void doItemsLayout() override;
+    void reset() override;
+
+    // How often columns have been measured since start.
+    int measurements() const { return measure_count; }
+
+protected:
+    void dataChanged(const QModelIndex &top_left, const QModelIndex &bottom_right,
+                     const QVector<int> &roles = QVector<int>()) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void mark_dirty(int first_column, int last_column);
+    void measure_dirty_columns();
+    int measured_width(int column) const;
+    int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
+
+    QTimer frame_timer;
+    mutable std::vector<int> widths;                      // by column, -1: never measured
+    mutable std::vector<QHash<QString, int>> text_widths; // by column
+    std::vector<bool> dirty;                              // by column
+    mutable int measure_count = 0;
+};

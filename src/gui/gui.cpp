@@ -1,0 +1,164 @@
+// Brings the window to life in a fixed order, and closes it without losing anything.
+#include "gui/gui.h"
+#include "eq/curve_widget.h"
+#include "firmware/tftp_uploader.h"
+#include "gui/device_list_view.h"
+#include "gui/window_rules.h"
+#include "link/datagram.h"
+#include "meter/meter_object.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDir>
+#include <QLabel>
+#include <QScreen>
+#include <QSignalBlocker>
+
+namespace {
+
+constexpr int FIRST_DISCOVERY_DELAY = 10; // ms: just after the event loop has started
+constexpr int CACHE_DELAY = 500;          // ms
+constexpr int METER_INTERVAL = 85;        // ms: a fall of 50 dB per second
+
+} // namespace
+
+Gui::Gui()
+    : settings(QSettings::IniFormat, QSettings::UserScope, QCoreApplication::organizationName(),
+               QCoreApplication::applicationName())
+{
+    register_session_item();
+    detect_theme();
+    setWindowTitle(QCoreApplication::applicationName());
+    size_window();
+    build_menus();
+    find_cache_file();
+    build_device_list();
+    build_device_menu();
+    start_sockets();
+    build_window();
+    update_edit_buttons();
+    refresh_all_rows();
+    restore_saved_state();
+    // Only now: filling the box with the history must start no search.
+    connect(search_combo, &QComboBox::currentTextChanged, this, &Gui::refresh_search);
+    load_cache();
+    start_timers();
+    start_networks();
+    QAction *add_dummy = device_menu->addAction("Add dummy device");
+    connect(add_dummy, &QAction::triggered, this, &Gui::add_dummy_device);
+    connect(&meter_timer, &QTimer::timeout, this, &Gui::on_meter_tick);
+    meter_timer.start(METER_INTERVAL);
+    // Leaving by the menu delivers no close event, and must keep just as much.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &Gui::close_down);
+}
+
+Gui::~Gui()
+{
+    closed = true;
+    destroy_devices();
+    disconnect(device_list->selectionModel(), nullptr, this, nullptr);
+    if (!curve_widget->parent())
+        delete curve_widget;
+}
+
+void Gui::detect_theme()
+{
+    const QLabel probe("");
+    const QPalette palette = probe.palette();
+    dark_theme = palette.color(QPalette::Current, QPalette::WindowText).value()
+        > palette.color(QPalette::Current, QPalette::Window).value();
+    highlight_delegate.dark_theme = dark_theme;
+}
+
+void Gui::size_window()
+{
+    resize(first_window_size(QApplication::primaryScreen()->geometry().size()));
+}
+
+void Gui::find_cache_file()
+{
+    cache_path = cache_path_beside(settings.fileName());
+    QDir("/").mkpath(cache_path.left(cache_path.lastIndexOf('/')));
+}
+
+void Gui::start_sockets()
+{
+    bind_socket(send_socket, QHostAddress(), DEVICE_PORT);
+    bind_socket(listen_socket, QHostAddress(), DEVICE_PORT);
+    bind_socket(broadcast_socket, QHostAddress(), BROADCAST_PORT);
+    for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})
+        connect(socket, &QUdpSocket::readyRead, this, &Gui::on_packet);
+
+    discovery_timer.setSingleShot(true);
+    discovery_timer.start(FIRST_DISCOVERY_DELAY);
+    connect(&discovery_timer, &QTimer::timeout, this, &Gui::send_discovery_packets);
+}
+
+// Reading the cache may have started cache_timer before its kind was set here: set while it runs,
+// it fires once, 500 ms from now.
+void Gui::start_timers()
+{
+    for (QTimer *timer : {&panel_timer, &search_timer}) {
+        timer->setSingleShot(true);
+        timer->setInterval(0);
+    }
+    cache_timer.setSingleShot(true);
+    cache_timer.setInterval(CACHE_DELAY);
+    connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
+    connect(&search_timer, &QTimer::timeout, this, &Gui::refresh_search);
+    connect(&cache_timer, &QTimer::timeout, this, &Gui::save_cache);
+}
+
+// The connections come before the first list: the first entry selects itself.
+void Gui::start_networks()
+{
+    connect(network_combo, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            &Gui::on_network_changed);
+    connect(network_combo, qOverload<int>(&QComboBox::activated), this, &Gui::on_network_activated);
+    update_network_list();
+    refresh_eq_view();
+}
+
+void Gui::closeEvent(QCloseEvent *event)
+{
+    if (closed) {
+        QMainWindow::closeEvent(event);
+        return;
+    }
+    save_settings();
+    save_cache();
+    QMainWindow::closeEvent(event);
+    closed = true;
+    destroy_devices();
+}
+
+void Gui::close_down()
+{
+    if (closed)
+        return;
+    closed = true;
+    save_settings();
+    save_cache();
+    destroy_devices();
+}
+
+// Timers that are due still fire after a window's close event: a late save of an empty registry
+// would wipe the cache, so everything that could start work is stilled first.
+void Gui::destroy_devices()
+{
+    for (QTimer *timer :
+         {&discovery_timer, &panel_timer, &search_timer, &cache_timer, &meter_timer})
+        timer->stop();
+    for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})
+        disconnect(socket, nullptr, this, nullptr);
+    // The list's cells point at the devices' meters.
+    const QSignalBlocker blocker(device_model);
+    for (int row = 0; row < device_model.rowCount(); ++row)
+        for (int column = 0; column < device_model.columnCount(); ++column)
+            if (column_ids[static_cast<size_t>(column)] == "meter")
+                device_model.item(row, column)->setData(QVariant(), Qt::UserRole + 3);
+    for (const auto &[id, device] : devices)
+        destroy_device(device);
+    devices.clear();
+}

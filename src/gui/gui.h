@@ -1,0 +1,254 @@
+// The main window: sockets, timers, devices and every widget. Its member functions stand in groups,
+// each in the file that the ruler above the group names.
+#pragma once
+
+#include "gui/highlight_delegate.h"
+#include "gui/property_row.h"
+#include "model/device.h"
+
+#include <QHostAddress>
+#include <QJsonObject>
+#include <QMainWindow>
+#include <QSettings>
+#include <QStandardItemModel>
+#include <QTimer>
+#include <QUdpSocket>
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+class CurveWidget;
+class DeviceListView;
+class Filter;
+class QAction;
+class QComboBox;
+class QGridLayout;
+class QMenu;
+class QPushButton;
+class QScrollArea;
+class QSplitter;
+class QToolButton;
+
+class Gui : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    Gui();
+    ~Gui() override;
+
+    // ---- gui/gui.cpp -------------------------------------------------------------------------
+    // The steps of the constructor, in the order in which they must run.
+    void detect_theme();
+    void size_window();
+    void find_cache_file();
+    void start_sockets();
+    void start_timers();
+    void start_networks();
+    // Settings, cache, then every record: once per run, by whichever way the program ends.
+    void close_down();
+    void destroy_devices();
+
+    // ---- gui/gui_layout.cpp ------------------------------------------------------------------
+    void build_menus();
+    void build_device_menu();
+    void build_window();
+    QWidget *build_top_bar();
+    QWidget *build_property_column();
+    void on_eq_toggled(bool checked);
+    void restore_saved_state();
+    void restore_search_history();
+    void save_settings();
+
+    // ---- gui/gui_device_list.cpp -------------------------------------------------------------
+    void build_device_list();
+    void add_columns();
+    void add_column(const std::string &id, const QString &name);
+    // Refreshes a device's row and all that hangs on its state: log title, assistant, meter.
+    void update_device_properties(Device *device);
+    int find_device_row(Device *device);
+    bool is_device_selected(Device *device);
+    // The devices of the selected rows that the search does not hide, in the selection's order.
+    std::vector<Device *> selected_devices() const;
+    QIcon load_icon(const QString &path);
+    void toggle_column(size_t index);
+    void show_column_menu(const QPoint &position);
+    void write_row(Device *device, int row, const std::vector<QStandardItem *> &items);
+    void write_cell(Device *device, size_t column, QStandardItem *item);
+    void write_product_cell(Device *device, size_t column, QStandardItem *item);
+    void write_meter_cell(Device *device, QStandardItem *item);
+    void write_property_cell(Device *device, size_t column, QStandardItem *item);
+    void set_cell(QStandardItem *item, size_t column, const QString &text,
+                  const QVariant &sort_value);
+    void set_role(QStandardItem *item, int role, const QVariant &value);
+    void insert_row(Device *device);
+    bool is_list_sorted() const;
+    int sorted_place(const QStandardItem *item) const;
+    QStandardItem *sort_cell(int row) const;
+    void sort_list_if_needed();
+    void note_row_hints();
+    void update_log_title(Device *device);
+    void offer_assistant(Device *device);
+    void update_identify_button();
+
+    // ---- gui/gui_panel.cpp -------------------------------------------------------------------
+    void build_panel_rows(QGridLayout *grid);
+    void update_property(const std::string &key);
+    void refresh_needed_rows();
+    void refresh_all_rows();
+    void mark_dependants(const Property *prop);
+    Property *property_row(const std::string &key) const; // null when the key has none
+    void on_selection_changed();
+
+    // ---- gui/gui_panel_widgets.cpp -----------------------------------------------------------
+    void rebuild_row_widgets(Property *prop);
+    void set_row_value(Property *prop, const QVariant &value, bool uniform);
+    void set_row_enabled(Property *prop, bool enabled);
+
+    // ---- gui/gui_edit.cpp --------------------------------------------------------------------
+    void set_edit_mode(bool on);
+    void update_edit_buttons();
+    void on_row_edited(Property *prop);
+    void on_confirm();
+    void on_cancel();
+
+    // ---- gui/gui_search.cpp ------------------------------------------------------------------
+    void refresh_search();
+    void start_search_refresh(); // at most once per painted frame
+    void commit_search();
+
+    // ---- gui/gui_commands.cpp ----------------------------------------------------------------
+    void identify_selected();
+    void purge_sessions();
+    void show_about();
+
+    // ---- link/gui_discovery.cpp --------------------------------------------------------------
+    void update_network_list();
+    void on_network_changed();
+    void on_network_activated();
+    void show_network_info();
+
+    // ---- link/gui_send.cpp -------------------------------------------------------------------
+    void bind_socket(QUdpSocket &socket, const QHostAddress &address, quint16 port);
+    // These return an error text, empty on success.
+    QString send_datagram(const QString &network, bool use_broadcast, QHostAddress address,
+                          const QByteArray &payload);
+    QString send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
+                      const QJsonObject &object);
+    QString send_to_device(Device *device, QJsonObject object, bool quiet);
+    void report_device_error(QString &errors, Device *device, const QString &result);
+    void show_network_errors(const QString &errors);
+
+    // ---- link/gui_dispatch.cpp ---------------------------------------------------------------
+    bool receive_datagram(QByteArray &payload, QHostAddress &sender);
+    void handle_datagram(const QHostAddress &from, const QByteArray &payload);
+    void handle_device_packet(const QHostAddress &from, const QJsonObject &object, bool live,
+                              const QString &interface);
+    void handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
+                       const QString &interface);
+    void handle_reply(const QHostAddress &from, const QJsonObject &object,
+                      const QString &interface);
+    Device *find_or_create_device(const QHostAddress &from, const QString &device_id);
+    Device *find_device(const QString &device_id) const; // null when unknown
+    void log_remote_text(const QHostAddress &from, const QString &label, const QString &text);
+
+    // ---- model/gui_registry.cpp --------------------------------------------------------------
+    void apply_device_state(Device *device, const QJsonObject &report);
+    void add_dummy_device();
+    void delete_selected_devices();
+    void destroy_device(Device *device);
+
+    // ---- model/gui_storage.cpp ---------------------------------------------------------------
+    void save_cache();
+    void load_cache();
+    void save_backup();
+    void load_backup(uint32_t mask);
+    void restore_backup(const QJsonObject &object, uint32_t mask);
+
+    // ---- firmware/gui_upload.cpp -------------------------------------------------------------
+    void upload_file(const QString &remote_name);
+    void start_upload(Device *device, QByteArray &data, const QString &remote_name);
+    void begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name);
+
+    // ---- eq/gui_eq.cpp -----------------------------------------------------------------------
+    void refresh_eq_view();
+    void load_curve_from_rows();
+    void apply_band_edit(Filter *filter);
+
+    // ---- meter/gui_meters.cpp ----------------------------------------------------------------
+    void install_meter_delegate();
+    void on_meter_tick();
+    void take_metering(Device *device, const QJsonObject &message);
+
+    // ---- meter/gui_log.cpp -------------------------------------------------------------------
+    void enable_logging();
+    void open_log(Device *device);
+    void append_log(Device *device, bool highlighted, const QString &text);
+    void handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment);
+    void flush_logs(); // shows what a drained burst has collected
+
+public slots:
+    void on_packet();
+    void send_discovery_packets();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+public:
+    // ---- fields ------------------------------------------------------------------------------
+    bool dark_theme = false;
+    bool closed = false; // close_down has run
+
+    QUdpSocket send_socket;
+    QHostAddress bound_address; // what send_socket was last bound to; null at start
+    QUdpSocket listen_socket;
+    QUdpSocket broadcast_socket;
+    QTimer discovery_timer;
+
+    std::map<QString, Device *> devices;                            // owned, by device id
+    std::map<std::string, std::unique_ptr<Property>> property_rows; // one per key
+
+    QStandardItemModel device_model;
+    DeviceListView *device_list = nullptr;
+    HighlightDelegate highlight_delegate;
+    bool row_changed = false;  // the row being written differs from what it showed
+    bool sort_pending = false; // a key in the sort column has changed
+    int collecting_sorts = 0;  // above 0: a burst or the cache sorts once at its end
+
+    bool editing = false;
+    QPushButton *edit_button = nullptr;
+    QToolButton *confirm_button = nullptr;
+    QToolButton *cancel_button = nullptr;
+    QSplitter *property_splitter = nullptr;
+    QSplitter *eq_splitter = nullptr;
+    QPushButton *identify_button = nullptr;
+    QPushButton *eq_button = nullptr;
+    CurveWidget *curve_widget = nullptr; // parentless while hidden, then owned by us
+
+    QString cache_path;
+    QSettings settings;
+    QString column_signature; // a changed set of columns throws the list's saved state away
+    QComboBox *network_combo = nullptr;
+    QComboBox *search_combo = nullptr;
+    std::map<QString, QIcon> icon_cache;
+    QTimer panel_timer;
+    QTimer search_timer;
+    QTimer cache_timer;
+    QScrollArea *property_scroll = nullptr;
+    QWidget *property_column = nullptr;
+
+    // Parallel lists, one entry per column.
+    QStringList column_names;
+    std::vector<std::string> column_ids;
+    std::vector<QAction *> column_actions;
+    QMenu *header_menu = nullptr;
+    QMenu *device_menu = nullptr;
+
+    QString current_network;
+    bool default_is_link_local = false;
+    std::set<QString> known_networks;
+    QTimer meter_timer;
+};

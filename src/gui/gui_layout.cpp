@@ -1,0 +1,215 @@
+// What stands where in the window, and what of it is kept between runs.
+#include "eq/curve_widget.h"
+#include "eq/filter.h"
+#include "gui/device_list_view.h"
+#include "gui/gui.h"
+#include "gui/window_rules.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QGridLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <QSplitter>
+#include <QStyle>
+#include <QToolButton>
+
+#include <limits>
+
+namespace {
+
+// Accessible names equal the tool tips: a picture alone says nothing to a screen reader.
+QToolButton *make_tool_button(QStyle *style, QStyle::StandardPixmap picture, const QString &tip)
+{
+    auto *button = new QToolButton;
+    button->setIcon(style->standardIcon(picture));
+    button->setToolTip(tip);
+    button->setAccessibleName(tip);
+    return button;
+}
+
+} // namespace
+
+void Gui::build_menus()
+{
+    QMenu *file_menu = menuBar()->addMenu("&File");
+    device_menu = menuBar()->addMenu("&Device");
+    QMenu *help_menu = menuBar()->addMenu("&Help");
+
+    QAction *exit = file_menu->addAction(tr("E&xit"));
+    exit->setShortcut(QKeySequence());
+    exit->setMenuRole(QAction::QuitRole);
+    exit->setShortcut(QKeySequence(QKeySequence::Quit));
+    // Some desktops have no standard key for leaving.
+    if (exit->shortcut().isEmpty())
+        exit->setShortcut(QKeySequence("Ctrl+Q"));
+    connect(exit, &QAction::triggered, qApp, &QCoreApplication::quit);
+
+    QAction *about = help_menu->addAction("About this software");
+    connect(about, &QAction::triggered, this, &Gui::show_about);
+}
+
+void Gui::build_device_menu()
+{
+    const auto add = [this](const QString &caption, const QKeySequence &shortcut, auto handler) {
+        QAction *action = device_menu->addAction(caption);
+        action->setShortcut(shortcut);
+        connect(action, &QAction::triggered, this, handler);
+    };
+    add("&Delete entry", QKeySequence(Qt::Key_Delete), &Gui::delete_selected_devices);
+    add("Enable &logging", QKeySequence("Ctrl+L"), &Gui::enable_logging);
+    add("Pu&rge AES67 sessions", QKeySequence("Ctrl+R"), &Gui::purge_sessions);
+    add("L&PI upload", QKeySequence("Ctrl+P"), [this] { upload_file("lpi.bin"); });
+    add("Network info", QKeySequence(), &Gui::show_network_info);
+}
+
+void Gui::build_window()
+{
+    eq_splitter = new QSplitter(Qt::Vertical);
+    eq_splitter->addWidget(device_list);
+
+    auto *left = new QWidget;
+    auto *left_layout = new QVBoxLayout(left);
+    left_layout->addWidget(build_top_bar());
+    left_layout->addWidget(eq_splitter);
+    left_layout->setStretch(1, 2);
+
+    property_splitter = new QSplitter(Qt::Horizontal);
+    property_splitter->addWidget(left);
+    property_column = build_property_column();
+    property_splitter->addWidget(property_column);
+
+    curve_widget = new CurveWidget(nullptr, {});
+    connect(curve_widget, &CurveWidget::on_filter_edited, this, &Gui::apply_band_edit);
+
+    property_splitter->setSizes(first_splitter_sizes(width()));
+    constexpr int half = std::numeric_limits<int>::max();
+    eq_splitter->setSizes({half, half});
+    setCentralWidget(property_splitter);
+}
+
+QWidget *Gui::build_top_bar()
+{
+    eq_button = new QPushButton("Show User EQ");
+    eq_button->setCheckable(true);
+    connect(eq_button, &QPushButton::toggled, this, &Gui::on_eq_toggled);
+
+    identify_button = new QPushButton("Identify");
+    identify_button->setEnabled(false);
+    connect(identify_button, &QPushButton::clicked, this, &Gui::identify_selected);
+
+    network_combo = new QComboBox;
+    network_combo->setAccessibleName("Network");
+    search_combo = new QComboBox;
+    search_combo->setEditable(true);
+    // Committing is ours: the box itself would add entries beyond the ten.
+    search_combo->setInsertPolicy(QComboBox::NoInsert);
+    search_combo->setAccessibleName("Search");
+    search_combo->lineEdit()->setPlaceholderText("🔍 Search");
+    auto *commit = new QShortcut(QKeySequence(Qt::Key_Return), search_combo);
+    connect(commit, &QShortcut::activated, this, &Gui::commit_search);
+
+    auto *bar = new QWidget;
+    auto *layout = new QHBoxLayout(bar);
+    layout->setSpacing(0);
+    layout->addWidget(eq_button);
+    layout->addStretch(1);
+    layout->addWidget(identify_button);
+    layout->addStretch(1);
+    layout->addWidget(network_combo);
+    layout->addStretch(1);
+    layout->addWidget(search_combo, 3);
+    return bar;
+}
+
+QWidget *Gui::build_property_column()
+{
+    edit_button = new QPushButton("Edit");
+    cancel_button = make_tool_button(style(), QStyle::SP_DialogCancelButton, "Cancel");
+    confirm_button = make_tool_button(style(), QStyle::SP_DialogApplyButton, "Confirm");
+    connect(edit_button, &QPushButton::clicked, this, [this] { set_edit_mode(true); });
+    connect(cancel_button, &QToolButton::clicked, this, &Gui::on_cancel);
+    connect(confirm_button, &QToolButton::clicked, this, &Gui::on_confirm);
+
+    auto *head = new QHBoxLayout;
+    head->addWidget(new QLabel("<b>Properties"));
+    head->addWidget(edit_button);
+    head->addWidget(cancel_button);
+    head->addWidget(confirm_button);
+
+    auto *rows = new QWidget;
+    rows->setObjectName("backw");
+    rows->setStyleSheet(dark_theme ? "#backw { background-color: black; }"
+                                   : "#backw { background-color: white; }");
+    auto *grid = new QGridLayout(rows);
+    grid->setVerticalSpacing(0);
+    build_panel_rows(grid);
+    property_scroll = new QScrollArea;
+    property_scroll->setWidgetResizable(true);
+    property_scroll->setWidget(rows);
+
+    auto *column = new QWidget;
+    auto *layout = new QVBoxLayout(column);
+    layout->addLayout(head);
+    layout->addWidget(property_scroll);
+    return column;
+}
+
+void Gui::on_eq_toggled(bool checked)
+{
+    if (!checked)
+        curve_widget->setParent(nullptr);
+    else if (!curve_widget->parent())
+        eq_splitter->addWidget(curve_widget);
+}
+
+// The order matters: each later state sits inside what an earlier one has laid out.
+void Gui::restore_saved_state()
+{
+    eq_button->setChecked(settings.value("eq_visible", false).toBool());
+    restoreGeometry(settings.value("geometry").toByteArray());
+    restoreState(settings.value("windowState").toByteArray());
+    property_splitter->restoreState(settings.value("property_splitter").toByteArray());
+    eq_splitter->restoreState(settings.value("eq_splitter").toByteArray());
+    // These two are read and never written: the order that survives is the one in list_state.
+    const int order = settings.value("sort_order", 0).toInt();
+    device_list->sortByColumn(settings.value("sort_column", 0).toInt(),
+                              order == Qt::DescendingOrder ? Qt::DescendingOrder
+                                                           : Qt::AscendingOrder);
+    restore_search_history();
+    column_signature = column_names.join(":");
+    if (settings.value("column_info").toString() == column_signature)
+        device_list->header()->restoreState(settings.value("list_state").toByteArray());
+}
+
+void Gui::restore_search_history()
+{
+    constexpr int most_entries = 10;
+    search_combo->addItems(settings.value("search_history").toStringList().mid(0, most_entries));
+    search_combo->setCurrentIndex(-1);
+}
+
+void Gui::save_settings()
+{
+    QStringList history;
+    for (int i = 0; i < search_combo->count(); ++i)
+        history.append(search_combo->itemText(i));
+
+    settings.setValue("eq_visible", eq_button->isChecked());
+    settings.setValue("geometry", saveGeometry());
+    settings.setValue("windowState", saveState());
+    settings.setValue("property_splitter", property_splitter->saveState());
+    settings.setValue("eq_splitter", eq_splitter->saveState());
+    settings.setValue("list_state", device_list->header()->saveState());
+    settings.setValue("column_info", column_signature);
+    settings.setValue("search_history", history);
+    settings.sync();
+}

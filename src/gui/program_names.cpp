@@ -1,0 +1,19 @@
+// The names under which the program keeps its settings and shows itself.
+#include "gui/program_names.h"
+
+#include <QCoreApplication>
+#include <QtGlobal>
+
+void set_program_names()
+{
+    QCoreApplication::setOrganizationName("VELMARK audio works GmbH");
+    QCoreApplication::setOrganizationDomain("velmark.example");
+    QCoreApplication::setApplicationName("VELMARK Network Manager");
+    QCoreApplication::setApplicationVersion("v1.6.2");
+}
+
+void register_resources()
+{
+    Q_INIT_RESOURCE(resources);
+    // Q_INIT_RESOURCE(firmware);
+}

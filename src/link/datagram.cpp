@@ -1,0 +1,79 @@
+// The bytes on the wire.
+#include "link/datagram.h"
+#include "link/crc32.h"
+
+#include <QJsonDocument>
+
+namespace {
+
+constexpr int TRAILER_SIZE = 12; // "\n//#" and eight hexadecimal digits
+constexpr int MARKER_SIZE = 4;
+
+bool has_trailer(const QByteArray &datagram)
+{
+    return datagram.size() >= TRAILER_SIZE
+        && QByteArray::fromRawData(datagram.constData() + datagram.size() - TRAILER_SIZE,
+                                   MARKER_SIZE)
+        == "\n//#";
+}
+
+int hex_digit(char letter)
+{
+    if (letter >= '0' && letter <= '9')
+        return letter - '0';
+    if (letter >= 'a' && letter <= 'f')
+        return letter - 'a' + 10;
+    if (letter >= 'A' && letter <= 'F')
+        return letter - 'A' + 10;
+    return -1;
+}
+
+// The digits of the trailer. The first byte that is no digit ends the number: it stays that eight
+// other letters read as 0.
+uint32_t carried_checksum(const QByteArray &datagram)
+{
+    uint32_t number = 0;
+    for (int i = datagram.size() - TRAILER_SIZE + MARKER_SIZE; i < datagram.size(); ++i) {
+        const int digit = hex_digit(datagram.at(i));
+        if (digit < 0)
+            break;
+        number = number * 16 + static_cast<uint32_t>(digit);
+    }
+    return number;
+}
+
+} // namespace
+
+Frame read_frame(const QByteArray &datagram)
+{
+    Frame frame;
+    int size = datagram.size();
+    if (has_trailer(datagram)) {
+        size -= TRAILER_SIZE;
+        frame.carried_checksum = carried_checksum(datagram);
+        const auto *bytes = reinterpret_cast<const uint8_t *>(datagram.constData());
+        if (crc32(0, bytes, static_cast<size_t>(size)) != frame.carried_checksum) {
+            frame.verdict = FrameVerdict::BadChecksum;
+            return frame;
+        }
+    }
+
+    const int separator = QByteArray::fromRawData(datagram.constData(), size).indexOf('\0');
+    const int json_size = separator < 0 ? size : separator;
+    const QJsonDocument document
+        = QJsonDocument::fromJson(QByteArray::fromRawData(datagram.constData(), json_size));
+    if (!document.isObject())
+        return frame;
+
+    frame.verdict = FrameVerdict::Ok;
+    frame.object = document.object();
+    if (separator >= 0)
+        frame.attachment = datagram.mid(separator + 1, size - separator - 1);
+    return frame;
+}
+
+QByteArray write_frame(QJsonObject object)
+{
+    object.insert("api_version", API_VERSION);
+    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}

@@ -1,0 +1,82 @@
+// Which network the program works on, and the request that finds devices on it.
+#include "gui/gui.h"
+#include "link/command.h"
+#include "link/interface_rules.h"
+#include "model/presence.h"
+
+#include <QComboBox>
+#include <QDateTime>
+#include <QMessageBox>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int DISCOVERY_INTERVAL = 500; // ms
+
+} // namespace
+
+// Adding the first entry selects it, which runs this again from within; the outer call then makes
+// its selection last. So the first network that qualifies is selected at start, and the preference
+// for link-local ones counts for networks that join later.
+void Gui::update_network_list()
+{
+    const size_t known_before = known_networks.size();
+    const QString preferred
+        = offer_networks(present_interfaces(), known_networks, default_is_link_local,
+                         [this](const QString &name) { network_combo->addItem(name); });
+    if (known_networks.size() == known_before)
+        return;
+    const QString saved = settings.value("current_network").toString();
+    int entry = network_combo->findText(saved, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (entry < 0)
+        entry = network_combo->findText(preferred, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (entry >= 0)
+        network_combo->setCurrentIndex(entry);
+}
+
+void Gui::send_discovery_packets()
+{
+    update_network_list();
+    // A failure is silent: the next request comes in half a second.
+    send_json(current_network, true, QHostAddress(), discovery_request());
+
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    bool has_lost_device = false;
+    for (const auto &[id, device] : devices) {
+        if (!has_gone_silent(*device, now))
+            continue;
+        device->online = false;
+        update_device_properties(device);
+        has_lost_device = true;
+    }
+    if (has_lost_device)
+        update_identify_button();
+    discovery_timer.start(DISCOVERY_INTERVAL);
+}
+
+void Gui::on_network_changed()
+{
+    current_network = network_combo->currentText();
+    for (const auto &[id, device] : devices) {
+        device->online = false;
+        update_device_properties(device);
+    }
+    update_identify_button();
+    send_discovery_packets();
+}
+
+// Only a choice made by hand is remembered.
+void Gui::on_network_activated()
+{
+    // Stays: scripts around the program wait for this line.
+    std::fputs("act\n", stdout);
+    std::fflush(stdout);
+    if (!network_combo->currentText().isEmpty())
+        settings.setValue("current_network", network_combo->currentText());
+}
+
+void Gui::show_network_info()
+{
+    QMessageBox::information(this, "Network info", network_report(), QMessageBox::Ok);
+}

@@ -1,0 +1,163 @@
+// Sorts what arrives: log stream, metering, reports that update a device, replies.
+#include "gui/gui.h"
+#include "link/command.h"
+#include "link/datagram.h"
+#include "link/packet_kind.h"
+#include "meter/log_stream.h"
+#include "model/presence.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QElapsedTimer>
+#include <QNetworkDatagram>
+
+namespace {
+
+// A burst of a thousand reports is taken in slices of this length, so that the window goes on
+// painting: what is left makes the socket ask again.
+constexpr qint64 LONGEST_DRAIN = 8; // ms
+
+bool has_pending(const QUdpSocket &socket)
+{
+    return socket.state() == QAbstractSocket::BoundState && socket.hasPendingDatagrams();
+}
+
+} // namespace
+
+void Gui::on_packet()
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    ++collecting_sorts;
+    QByteArray payload;
+    QHostAddress sender;
+    while (elapsed.elapsed() < LONGEST_DRAIN && receive_datagram(payload, sender))
+        handle_datagram(sender, payload);
+    --collecting_sorts;
+    sort_list_if_needed();
+    flush_logs();
+}
+
+// The next datagram of the three sockets, in this order; false when there is none. An invalid one
+// comes as an empty payload, which no later step takes for anything.
+bool Gui::receive_datagram(QByteArray &payload, QHostAddress &sender)
+{
+    for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket}) {
+        if (!has_pending(*socket))
+            continue;
+        const QNetworkDatagram datagram = socket->receiveDatagram();
+        payload = datagram.data();
+        sender = datagram.senderAddress();
+        return true;
+    }
+    return false;
+}
+
+void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
+{
+    const Frame frame = read_frame(payload);
+    if (frame.verdict == FrameVerdict::BadChecksum)
+        log_remote_text(from, "invalid CRC", QString::number(frame.carried_checksum));
+    if (frame.verdict != FrameVerdict::Ok)
+        return;
+
+    log_remote_text(from, "warning", frame.object.value("warning").toString());
+    log_remote_text(from, "error", frame.object.value("error").toString());
+    switch (packet_kind(frame.object)) {
+    case PacketKind::LogStream: {
+        Device *device = find_device(frame.object.value("device_id").toString());
+        if (device && device->log_view && !device->log_paused
+            && is_log_attachment(frame.attachment))
+            handle_raw_log(device, frame.object, frame.attachment);
+        break;
+    }
+    case PacketKind::Metering:
+        // The shortest way: neither the record nor the row changes, the next tick repaints.
+        if (Device *device = find_device(frame.object.value("device_id").toString()))
+            take_metering(device, frame.object);
+        break;
+    case PacketKind::Report:
+    case PacketKind::Reply:
+        handle_device_packet(from, frame.object, true, current_network);
+        break;
+    }
+}
+
+void Gui::handle_device_packet(const QHostAddress &from, const QJsonObject &object, bool live,
+                               const QString &interface)
+{
+    if (is_report(object))
+        handle_report(from, object, live, interface);
+    else
+        handle_reply(from, object, interface);
+}
+
+// Replies carry no number: every online device at this address counts as having answered.
+void Gui::handle_reply(const QHostAddress &from, const QJsonObject &object,
+                       const QString &interface)
+{
+    for (const auto &[id, device] : devices) {
+        if (!device->online || device->address != from || device->interface != interface)
+            continue;
+        if (device->log_view)
+            append_log(device, true, traffic_line("Received JSON: ", object));
+        if (note_reply(*device))
+            update_device_properties(device);
+    }
+}
+
+void Gui::handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
+                        const QString &interface)
+{
+    const QString device_id = object.value("device_id").toString();
+    Device *device = find_or_create_device(from, device_id);
+    if (device->properties.empty())
+        device->properties = product_table.front().properties;
+    const bool was_online = device->online;
+    device->device_id = device_id;
+    device->address = from;
+    device->interface = interface;
+    device->firmware_update_error = object.value("firmware_update_error").toString();
+    device->dsp_error = dsp_error_of(object);
+    device->last_report = object;
+    note_report(*device, live, QDateTime::currentMSecsSinceEpoch(), fw_magic_of(object));
+
+    if (editing && is_device_selected(device)) {
+        // The operator's edit is not disturbed: the report waits until it ends.
+        device->stale = true;
+        update_device_properties(device);
+    } else {
+        apply_device_state(device, object);
+    }
+    if (was_online != device->online)
+        update_identify_button();
+    // A device that has restarted forgot that its log is watched.
+    if (device->log_view && !is_logging(object))
+        send_to_device(device, logging_command(true), false);
+}
+
+Device *Gui::find_device(const QString &device_id) const
+{
+    const auto found = devices.find(device_id);
+    return found == devices.end() ? nullptr : found->second;
+}
+
+Device *Gui::find_or_create_device(const QHostAddress &from, const QString &device_id)
+{
+    Device *device = find_device(device_id);
+    if (!device) {
+        qDebug() << "Found new device" << device_id << "at" << from.toString();
+        device = new Device;
+        devices[device_id] = device;
+    } else if (device->address != from) {
+        qDebug() << "device" << device_id << "apparently changing fromaddress"
+                 << device->address.toString() << "to" << from.toString() << "(or multiple paths)";
+    }
+    return device;
+}
+
+void Gui::log_remote_text(const QHostAddress &from, const QString &label, const QString &text)
+{
+    if (!text.isEmpty())
+        qDebug().noquote() << label << "from " << from.toString() << ":" << text;
+}

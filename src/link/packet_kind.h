@@ -1,0 +1,33 @@
+// What an inbound object is, and the keys of it that are no properties.
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+#include <cstdint>
+
+enum class PacketKind
+{
+    LogStream, // "raw_log"
+    Metering,  // "broadcast_info"
+    Report,    // a device's whole state
+    Reply,     // all else: only says that the device still answers
+};
+
+// Whether the object is a device's whole state, whatever its `command` says: the family marker, an
+// id, and a `seq` that is a number and 0.
+bool is_report(const QJsonObject &object);
+
+// Only the two commands named above count. All else is a report or a reply.
+PacketKind packet_kind(const QJsonObject &object);
+
+// The compatibility number of the firmware, cut to 32 bits. It stays that an absent key reads as
+// the container's number 0x354A2935 and one of another type as 0, "unknown device". A number
+// beyond 64 bits reads as 0 too.
+uint32_t fw_magic_of(const QJsonObject &report);
+
+// The text of the report's `dsp` member `error`; empty when there is none.
+QString dsp_error_of(const QJsonObject &report);
+
+// Whether the device says that its log stream is on.
+bool is_logging(const QJsonObject &report);

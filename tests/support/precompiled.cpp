@@ -1,0 +1,1 @@
+// Carries the precompiled header that all tests of a kind share.
