@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# build.sh PRESET [TARGETS...]: configures the preset once and builds the targets, or everything.
+# What the compiler says goes to build/PRESET/build.log and is shown when the build fails.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+preset=$1
+folder=build/$preset
+log=$folder/build.log
+targets=("${@:2}")
+mkdir -p "$folder"
+: >"$log"
+
+fail() {
+    tail -n 80 "$log" >&2
+    echo "Building the preset $preset failed; all of it: $log" >&2
+    exit 1
+}
+
+if [[ ! -f $folder/build.ninja ]]; then
+    echo "Configuring the preset $preset"
+    cmake --preset "$preset" >>"$log" 2>&1 || fail
+fi
+echo "Building the preset $preset: ${targets[*]:-everything} (the first time takes some minutes)"
+cmake --build "$folder" --parallel "$(nproc)" --target "${targets[@]:-all}" >>"$log" 2>&1 || fail
