@@ -4,6 +4,7 @@
 
 #include "gui/highlight_delegate.h"
 #include "gui/property_row.h"
+#include "meter/log_text.h"
 #include "model/device.h"
 
 #include <QHostAddress>
@@ -26,6 +27,7 @@ class Filter;
 class QAction;
 class QComboBox;
 class QGridLayout;
+class QLineEdit;
 class QMenu;
 class QPushButton;
 class QScrollArea;
@@ -186,9 +188,11 @@ public:
     // ---- meter/gui_log.cpp -------------------------------------------------------------------
     void enable_logging();
     void open_log(Device *device);
+    void add_log_shortcuts(Device *device);
+    void close_log(Device *device);
+    void send_console_line(Device *device, QLineEdit *console);
     void append_log(Device *device, bool highlighted, const QString &text);
     void handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment);
-    void flush_logs(); // shows what a drained burst has collected
 
 public slots:
     void on_packet();
@@ -216,7 +220,8 @@ public:
     HighlightDelegate highlight_delegate;
     bool row_changed = false;  // the row being written differs from what it showed
     bool sort_pending = false; // a key in the sort column has changed
-    int collecting_sorts = 0;  // above 0: a burst or the cache sorts once at its end
+    int collecting = 0; // above 0: a burst or the cache is read, sorting and logs wait for its end
+    LogAppender log_appender;
 
     bool editing = false;
     QPushButton *edit_button = nullptr;

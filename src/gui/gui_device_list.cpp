@@ -305,7 +305,7 @@ bool Gui::is_list_sorted() const
 // leaving its place needs no sorting at all.
 void Gui::sort_list_if_needed()
 {
-    if (!sort_pending || collecting_sorts > 0)
+    if (!sort_pending || collecting > 0)
         return;
     sort_pending = false;
     if (is_list_sorted())

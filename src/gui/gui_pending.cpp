@@ -27,13 +27,6 @@ void Gui::load_cache() {}
 void Gui::upload_file(const QString &) {}
 void Gui::refresh_eq_view() {}
 void Gui::apply_band_edit(Filter *) {}
-void Gui::install_meter_delegate() {}
-void Gui::on_meter_tick() {}
-void Gui::take_metering(Device *, const QJsonObject &) {}
-void Gui::enable_logging() {}
-void Gui::append_log(Device *, bool, const QString &) {}
-void Gui::handle_raw_log(Device *, const QJsonObject &, const QByteArray &) {}
-void Gui::flush_logs() {}
 #include "firmware/deppen_ass.h"
 DeppenAss::DeppenAss(Gui *g, Device *d) : QDialog(g), gui(g), device(d) {}
 void DeppenAss::forget_device() { device = nullptr; }

@@ -28,14 +28,15 @@ void Gui::on_packet()
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    ++collecting_sorts;
+    ++collecting;
     QByteArray payload;
     QHostAddress sender;
-    while (elapsed.elapsed() < LONGEST_DRAIN && receive_datagram(payload, sender))
+    while (elapsed.elapsed() < LONGEST_DRAIN && !log_appender.is_full()
+           && receive_datagram(payload, sender))
         handle_datagram(sender, payload);
-    --collecting_sorts;
+    --collecting;
     sort_list_if_needed();
-    flush_logs();
+    log_appender.flush();
 }
 
 // The next datagram of the three sockets, in this order; false when there is none. An invalid one
