@@ -1,4 +1,8 @@
-// Stand-ins until the member files of these groups land.
+// Stand-ins until the member files of these groups land: whoever lands a group removes its lines.
+//   panel helper     gui_panel, gui_panel_widgets, gui_edit
+//   storage helper   gui_storage, gui_search, gui_commands
+//   eq helper        gui_eq
+//   firmware helper  gui_upload, deppen_ass
 #include "gui/gui.h"
 #include <QGridLayout>
 void Gui::build_panel_rows(QGridLayout *) {}
