@@ -132,8 +132,7 @@ QString value_error_text(const std::string &label, const QString &error)
         + ".\nEither correct it, or cancel editing.";
 }
 
-std::optional<QJsonObject> device_changes(const std::map<std::string, Property *> &rows,
-                                          const Device &device)
+std::optional<QJsonObject> device_changes(const PropertyRows &rows, const Device &device)
 {
     QJsonObject object = device.online ? device_command("set_params") : device.last_report;
     bool is_changed = false;

@@ -8,7 +8,6 @@
 #include <QString>
 #include <QVariant>
 
-#include <map>
 #include <optional>
 #include <string>
 
@@ -38,8 +37,7 @@ QString value_error_text(const std::string &label, const QString &error);
 // What the edited rows change at this device: for an online one a "set_params" with exactly the
 // values that differ, for an offline one its last report with them. Nothing when none differs.
 // Values that JSON can't hold (infinite, not a number) are left out.
-std::optional<QJsonObject> device_changes(const std::map<std::string, Property *> &rows,
-                                          const Device &device);
+std::optional<QJsonObject> device_changes(const PropertyRows &rows, const Device &device);
 
 // What ends the "Network error" box when changes went to offline devices, as rich text.
 QString offline_notice();

@@ -6,6 +6,8 @@
 #include <QVariant>
 
 #include <functional>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,3 +44,6 @@ struct Property
 
 // Another row by its key: at least `desc` and `value`; a default Property when there is none.
 using PropertyLookup = std::function<Property(const std::string &key)>;
+
+// The panel's rows by key.
+using PropertyRows = std::map<std::string, std::unique_ptr<Property>>;

@@ -42,8 +42,8 @@ public:
     {
         build_catalogue();
         for (const std::string &key : property_keys) {
-            rows[key] = {.desc = {.key = key}, .needs_update = true};
-            pointers[key] = &rows[key];
+            rows[key] = std::make_unique<Property>();
+            rows[key]->desc.key = key;
         }
     }
 
@@ -51,7 +51,7 @@ public:
     void select(const std::vector<Device *> &devices)
     {
         selection = devices;
-        for (Property *row : all())
+        for (auto &[key, row] : rows)
             row->edited = false;
         refresh_all();
         refresh_all();
@@ -60,31 +60,23 @@ public:
     // What the operator's edit of a row does.
     void edit(const std::string &key, const QVariant &value)
     {
-        rows.at(key).value = value;
-        rows.at(key).edited = true;
-        mark_dependants(rows.at(key).desc.flags);
+        rows.at(key)->value = value;
+        rows.at(key)->edited = true;
+        mark_dependants(rows.at(key)->desc.flags);
         for (const std::string &other : property_keys)
-            if (rows.at(other).needs_update)
+            if (rows.at(other)->needs_update)
                 refresh(other);
     }
 
-    Property &row(const std::string &key) { return rows.at(key); }
-    bool is_shown(const std::string &key) const { return rows.at(key).desc.kind != PROP_NONE; }
+    Property &row(const std::string &key) { return *rows.at(key); }
+    bool is_shown(const std::string &key) const { return rows.at(key)->desc.kind != PROP_NONE; }
 
-    std::map<std::string, Property *> pointers = {};
+    PropertyRows rows = {};
 
 private:
-    std::vector<Property *> all()
-    {
-        std::vector<Property *> list;
-        for (auto &[key, row] : rows)
-            list.push_back(&row);
-        return list;
-    }
-
     void mark_dependants(uint32_t flags)
     {
-        for (Property *row : all())
+        for (auto &[key, row] : rows)
             if ((row->desc.flags & stale_mask(flags)) != 0)
                 row->needs_update = true;
     }
@@ -97,11 +89,11 @@ private:
 
     void refresh(const std::string &key)
     {
-        Property &row = rows.at(key);
+        Property &row = *rows.at(key);
         row.needs_update = false;
         mark_dependants(row.desc.flags);
         const auto lookup = [this](const std::string &other) {
-            return rows.count(other) ? rows.at(other) : Property();
+            return rows.count(other) ? *rows.at(other) : Property();
         };
         const std::optional<MergedRow> merged
             = merge_selection(selection, key, row.edited, row.value, lookup);
@@ -115,5 +107,4 @@ private:
     }
 
     std::vector<Device *> selection = {};
-    std::map<std::string, Property> rows = {};
 };
