@@ -1,0 +1,458 @@
+// Uploads over real sockets in a private network: 127.0.0.x play the devices, all on port 69.
+#include "firmware/tftp_uploader.h"
+
+#include "support/private_network.h"
+
+#include <QNetworkInterface>
+#include <QPointer>
+#include <QtTest>
+
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace {
+
+constexpr int IMAGE_SIZE = 926841;
+constexpr unsigned LOOPBACK = 1; // its index in a fresh network namespace
+
+QHostAddress device_address(int number)
+{
+    return QHostAddress(0x7F000000U + static_cast<uint32_t>(number));
+}
+
+QByteArray made_data(int size)
+{
+    QByteArray data(size, '\0');
+    for (int i = 0; i < size; ++i)
+        data[i] = static_cast<char>(i * 7 + i / 256);
+    return data;
+}
+
+QByteArray ack(int block)
+{
+    QByteArray datagram("\0\4\0\0", 4);
+    datagram[2] = static_cast<char>(block >> 8);
+    datagram[3] = static_cast<char>(block);
+    return datagram;
+}
+
+// A device's TFTP server: stores what it gets and acknowledges it, unless a test takes over.
+struct Peer
+{
+    QUdpSocket socket;
+    QByteArray name = {};   // of the file, from the write request
+    QByteArray stored = {}; // blocks in order, each once
+    int last_block = -1;
+    int seen = 0; // datagrams
+    QHostAddress client = {};
+    std::function<bool(int seen)> misses = [](int) { return false; }; // datagram number `seen`
+    // What goes back for block `block` (0: the request) as datagram number `seen`.
+    std::function<QList<QByteArray>(int block, int seen)> reply
+        = [](int block, int) { return QList<QByteArray>{ack(block)}; };
+
+    explicit Peer(int number)
+    {
+        const bool is_bound
+            = socket.bind(device_address(number), 69, QAbstractSocket::ReuseAddressHint);
+        Q_ASSERT(is_bound);
+        socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 1 << 20);
+        QObject::connect(&socket, &QUdpSocket::readyRead, &socket, [this] { answer(); });
+    }
+
+    void answer()
+    {
+        while (socket.hasPendingDatagrams()) {
+            const QNetworkDatagram request = socket.receiveDatagram();
+            client = request.senderAddress();
+            if (misses(++seen))
+                continue;
+            const int block = store(request.data());
+            for (const QByteArray &one : reply(block, seen))
+                send(one);
+        }
+    }
+
+    int store(const QByteArray &datagram)
+    {
+        const auto byte = [&datagram](int i) { return static_cast<uint8_t>(datagram.at(i)); };
+        if (byte(1) == 2) {
+            name = datagram.mid(2).split('\0').at(0);
+            last_block = 0;
+            return 0;
+        }
+        const int block = byte(2) << 8 | byte(3);
+        if (block == last_block + 1) {
+            stored += datagram.mid(4);
+            last_block = block;
+        }
+        return block;
+    }
+
+    void send(const QByteArray &datagram) { socket.writeDatagram(datagram, client, 69); }
+};
+
+QStringList told; // debug messages
+
+void keep_message(QtMsgType, const QMessageLogContext &, const QString &text)
+{
+    told << text;
+}
+
+// A transfer to device `number` with what it announces.
+struct Upload
+{
+    QTFTPFileUploader uploader;
+    QSignalSpy progress{&uploader, &QTFTPFileUploader::progress};
+    QSignalSpy done{&uploader, &QTFTPFileUploader::done};
+
+    Upload(int number, const QByteArray &data)
+        : uploader(LOOPBACK, device_address(number), data, "firmware.bin")
+    {
+    }
+
+    bool is_good() const
+    {
+        return done.size() == 1 && done.at(0).at(0).toBool() && uploader.percent() == 100
+            && !uploader.is_active() && uploader.status() == "Upload succeeded.";
+    }
+};
+
+} // namespace
+
+class tftp_uploader_test : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY2(network_error.empty(), network_error.c_str());
+        QCOMPARE(QNetworkInterface::interfaceFromIndex(LOOPBACK).name(), QString("lo"));
+    }
+
+    void files_of_every_size_arrive_whole_data()
+    {
+        QTest::addColumn<int>("size");
+        for (int size : {0, 1, 511, 512, 513, 1024, 5000, IMAGE_SIZE})
+            QTest::addRow("%d bytes", size) << size;
+    }
+    void files_of_every_size_arrive_whole()
+    {
+        QFETCH(int, size);
+        const QByteArray data = made_data(size);
+        Peer peer(11);
+        Upload upload(11, data);
+        upload.uploader.start();
+        QTRY_VERIFY(upload.is_good());
+        QCOMPARE(peer.name, QByteArray("firmware.bin"));
+        QCOMPARE(peer.stored, data);
+        QCOMPARE(peer.seen, size / 512 + 2);
+        QCOMPARE(upload.progress.size(), size / 512 + 4);
+        QCOMPARE(upload.progress.last().at(0).toInt(), 100);
+    }
+
+    void the_state_is_told_from_start_to_end()
+    {
+        Peer peer(11);
+        peer.reply = [](int, int) { return QList<QByteArray>{}; };
+        Upload upload(11, made_data(700));
+        QCOMPARE(upload.uploader.status(), QString());
+        QVERIFY(!upload.uploader.is_active());
+        upload.uploader.start();
+        QCOMPARE(upload.uploader.status(), QString("Initializing..."));
+        QVERIFY(upload.uploader.is_active());
+        QCOMPARE(upload.progress.size(), 1);
+        QTRY_COMPARE(peer.seen, 1);
+        peer.send(ack(0));
+        QTRY_COMPARE(upload.uploader.status(), QString("Uploading..."));
+        QTRY_COMPARE(peer.seen, 2);
+        peer.send(ack(1));
+        QTRY_COMPARE(upload.uploader.percent(), 49);
+        peer.send(ack(2));
+        QTRY_VERIFY(upload.is_good());
+    }
+
+    void percent_and_activity_agree_with_each_signal()
+    {
+        Peer peer(11);
+        Upload upload(11, made_data(100));
+        QStringList told;
+        connect(&upload.uploader, &QTFTPFileUploader::progress, this,
+                [&upload, &told](int percent) {
+                    told << QString("%1 %2 %3")
+                                .arg(percent)
+                                .arg(upload.uploader.percent())
+                                .arg(upload.uploader.is_active());
+                });
+        upload.uploader.start();
+        QTRY_VERIFY(upload.is_good());
+        QCOMPARE(told, (QStringList{"0 0 1", "0 0 1", "99 99 1", "100 100 0"}));
+    }
+
+    // The kernel gives every datagram to the socket bound last.
+    void twelve_transfers_at_once_all_arrive()
+    {
+        const QByteArray data = made_data(IMAGE_SIZE);
+        std::vector<std::unique_ptr<Peer>> peers;
+        std::vector<std::unique_ptr<Upload>> uploads;
+        for (int i = 0; i < 12; ++i) {
+            peers.push_back(std::make_unique<Peer>(11 + i));
+            uploads.push_back(std::make_unique<Upload>(11 + i, data));
+        }
+        for (const auto &upload : uploads)
+            upload->uploader.start();
+        for (const auto &upload : uploads)
+            QTRY_VERIFY_WITH_TIMEOUT(upload->is_good(), 60000);
+        for (const auto &peer : peers)
+            QCOMPARE(peer->stored, data);
+    }
+
+    void lost_datagrams_are_made_good_for()
+    {
+        const QByteArray data = made_data(20000);
+        std::vector<std::unique_ptr<Peer>> peers;
+        std::vector<std::unique_ptr<Upload>> uploads;
+        for (int i = 0; i < 6; ++i) {
+            peers.push_back(std::make_unique<Peer>(11 + i));
+            peers.back()->misses = [i](int seen) { return (seen + i) % 11 == 0; };
+            peers.back()->reply = [i](int block, int seen) {
+                return (seen + i) % 9 == 0 ? QList<QByteArray>{} : QList<QByteArray>{ack(block)};
+            };
+            uploads.push_back(std::make_unique<Upload>(11 + i, data));
+            uploads.back()->uploader.start();
+        }
+        for (const auto &upload : uploads)
+            QTRY_VERIFY_WITH_TIMEOUT(upload->is_good(), 30000);
+        for (const auto &peer : peers)
+            QCOMPARE(peer->stored, data);
+    }
+
+    // Ends by the real limit of 20 seconds, not sooner.
+    void a_silent_newest_transfer_disturbs_no_other()
+    {
+        const QByteArray data = made_data(100000);
+        Peer first(11);
+        Peer second(12);
+        Upload to_first(11, data);
+        Upload to_second(12, data);
+        Upload to_nobody(13, data);
+        QElapsedTimer since_start;
+        since_start.start();
+        to_first.uploader.start();
+        to_second.uploader.start();
+        to_nobody.uploader.start();
+        QTRY_VERIFY(to_first.is_good() && to_second.is_good());
+        QCOMPARE(first.stored, data);
+        QCOMPARE(second.stored, data);
+        QVERIFY(to_nobody.uploader.is_active());
+
+        QTRY_COMPARE_WITH_TIMEOUT(to_nobody.done.size(), 1, 25000);
+        QVERIFY2(since_start.elapsed() > 20000, "given up too soon");
+        QCOMPARE(to_nobody.done.at(0).at(0).toBool(), false);
+        QCOMPARE(to_nobody.uploader.status(), QString("Error: timeout"));
+    }
+
+    void an_unanswered_datagram_is_repeated_every_500_ms()
+    {
+        Peer peer(11);
+        QList<qint64> times;
+        QElapsedTimer clock;
+        clock.start();
+        peer.reply = [&times, &clock](int, int) {
+            times << clock.elapsed();
+            return QList<QByteArray>{};
+        };
+        Upload upload(11, "data");
+        upload.uploader.start();
+        QTRY_COMPARE(peer.seen, 4);
+        for (int i = 1; i < times.size(); ++i)
+            QVERIFY2(times[i] - times[i - 1] >= 495, qPrintable(QString::number(times[i])));
+    }
+
+    void fatal_answers_data()
+    {
+        QTest::addColumn<QByteArray>("datagram");
+        QTest::addColumn<QString>("status");
+        const auto row = [](const char *why, const QByteArray &datagram, const char *text) {
+            QTest::newRow(why) << datagram << QString(text);
+        };
+        row("one byte", QByteArray(1, '\0'), "Error: bad TFTP packet (size too small)");
+        row("no byte", QByteArray(), "Error: bad TFTP packet (size too small)");
+        row("600 bytes", QByteArray("\0\4\0\0", 4).leftJustified(600, '\0'),
+            "Error: bad TFTP packet (size too large)");
+        row("short ACK", QByteArray("\0\4\0", 3), "Error: bad TFTP ACK packet (size too small)");
+        row("ACK ahead", ack(1), "Error: bad TFTP ACK sequence NR (expected 0 got 1");
+        row("ERROR", QByteArray("\0\5\0\2x\0", 6),
+            "Error: got TFTP ERROR packet, code=512, msg='x'");
+        row("unended ERROR", QByteArray("\0\5\0\2x", 5), "Error: bad TFTP ERROR packet");
+    }
+    void fatal_answers()
+    {
+        QFETCH(QByteArray, datagram);
+        QFETCH(QString, status);
+        Peer peer(11);
+        peer.reply = [datagram](int, int) { return QList<QByteArray>{datagram, ack(0)}; };
+        Upload upload(11, "data");
+        upload.uploader.start();
+        QTRY_COMPARE(upload.done.size(), 1);
+        QCOMPARE(upload.done.at(0).at(0).toBool(), false);
+        QCOMPARE(upload.uploader.status(), status);
+        QVERIFY(!upload.uploader.is_active());
+        QCOMPARE(upload.uploader.percent(), 0);
+    }
+
+    void a_wrong_ack_to_one_transfer_leaves_the_others_alone()
+    {
+        const QByteArray data = made_data(100000);
+        Peer good(11);
+        Peer bad(12);
+        bad.reply = [](int block, int) { return QList<QByteArray>{ack(block < 50 ? block : 99)}; };
+        Upload to_good(11, data);
+        Upload to_bad(12, data);
+        to_good.uploader.start();
+        to_bad.uploader.start();
+        QTRY_VERIFY(to_good.is_good());
+        QCOMPARE(good.stored, data);
+        QTRY_COMPARE(to_bad.uploader.status(),
+                     QString("Error: bad TFTP ACK sequence NR (expected 50 got 99"));
+        QCOMPARE(to_bad.uploader.percent(), 49 * 99 / 196);
+    }
+
+    void doubled_acks_do_no_harm_while_nothing_is_lost()
+    {
+        const QByteArray data = made_data(50000);
+        Peer peer(11);
+        peer.reply = [](int block, int) { return QList<QByteArray>{ack(block), ack(block)}; };
+        Upload upload(11, data);
+        upload.uploader.start();
+        QTRY_VERIFY(upload.is_good());
+        QCOMPARE(peer.stored, data);
+        QCOMPARE(upload.done.size(), 1);
+    }
+
+    void strangers_are_not_heard()
+    {
+        Peer peer(11);
+        Peer stranger(12);
+        QUdpSocket other_port;
+        QVERIFY(other_port.bind(device_address(11), 6969));
+        peer.reply = [](int, int) { return QList<QByteArray>{}; };
+        Upload upload(11, "data");
+        upload.uploader.start();
+        QTRY_COMPARE(peer.seen, 1);
+        stranger.client = peer.client;
+        const QByteArray too_large(600, '\0');
+        for (const QByteArray &datagram : {ack(0), ack(7), QByteArray("x"), too_large}) {
+            stranger.send(datagram);
+            other_port.writeDatagram(datagram, peer.client, 69);
+        }
+        QTRY_COMPARE(peer.seen, 2); // its repeat: none of them ended it
+        QCOMPARE(upload.uploader.status(), QString("Initializing..."));
+        peer.send(ack(0));
+        QTRY_COMPARE(upload.uploader.status(), QString("Uploading..."));
+    }
+
+    void a_file_too_large_fails_inside_start()
+    {
+        Peer peer(11);
+        Upload upload(11, QByteArray(TFTP_LARGEST_FILE + 1, 'x'));
+        upload.uploader.start();
+        QCOMPARE(upload.done.size(), 1);
+        QVERIFY(upload.progress.isEmpty());
+        QCOMPARE(upload.uploader.status(), QString("Error: file size too large"));
+        QCOMPARE(peer.seen, 0);
+    }
+
+    void the_owner_may_delete_it_later_from_done()
+    {
+        Peer peer(11);
+        peer.reply = [](int block, int) { return QList<QByteArray>{ack(block), ack(block)}; };
+        QPointer<QTFTPFileUploader> uploader
+            = new QTFTPFileUploader(LOOPBACK, device_address(11), made_data(600), "lpi.bin");
+        connect(uploader, &QTFTPFileUploader::done, uploader, &QObject::deleteLater);
+        uploader->start();
+        QTRY_VERIFY(uploader.isNull());
+        QCOMPARE(peer.last_block, 2);
+    }
+
+    void deleting_one_that_runs_disturbs_no_other()
+    {
+        const QByteArray data = made_data(IMAGE_SIZE);
+        Peer first(11);
+        Peer second(12);
+        Upload to_first(11, data);
+        to_first.uploader.start();
+        auto to_second = std::make_unique<Upload>(12, data);
+        to_second->uploader.start();
+        QTRY_VERIFY(second.last_block > 10);
+        to_second.reset();
+        QTRY_VERIFY(to_first.is_good());
+        QCOMPARE(first.stored, data);
+    }
+
+    // What its socket has received for others is handed on, not lost until their next repeat.
+    void deleting_one_hands_on_what_waits_for_the_others()
+    {
+        Peer first(11);
+        first.reply = [](int, int) { return QList<QByteArray>{}; };
+        Upload to_first(11, "data");
+        to_first.uploader.start();
+        QTRY_COMPARE(first.seen, 1);
+        auto newest = std::make_unique<Upload>(12, "data");
+        newest->uploader.start();
+        first.send(ack(0));
+        newest.reset();
+        QTRY_COMPARE_WITH_TIMEOUT(to_first.uploader.status(), QString("Uploading..."), 400);
+    }
+
+    void a_new_transfer_to_the_same_device_takes_over()
+    {
+        const QByteArray data = made_data(3000);
+        Peer peer(11);
+        peer.reply = [](int, int) { return QList<QByteArray>{}; };
+        auto old = std::make_unique<Upload>(11, "old");
+        old->uploader.start();
+        QTRY_COMPARE(peer.seen, 1);
+        old.reset();
+        peer.reply = [](int block, int) { return QList<QByteArray>{ack(block)}; };
+        Upload upload(11, data);
+        upload.uploader.start();
+        QTRY_VERIFY(upload.is_good());
+        QCOMPARE(peer.stored, data);
+    }
+
+    void a_port_that_is_taken_is_told_once()
+    {
+        QUdpSocket blocker; // without the hint that lets others share the port
+        QVERIFY(blocker.bind(QHostAddress(), 69, QAbstractSocket::DontShareAddress));
+        Upload first(11, "data");
+        Upload second(12, "data");
+        told.clear();
+        const QtMessageHandler usual = qInstallMessageHandler(keep_message);
+        first.uploader.start();
+        second.uploader.start();
+        qInstallMessageHandler(usual);
+        QCOMPARE(told.size(), 1);
+        QVERIFY2(told[0].startsWith("can't bind UDP port 69 "), qPrintable(told[0]));
+        QVERIFY2(told[0].contains("address", Qt::CaseInsensitive), qPrintable(told[0]));
+        QVERIFY(first.uploader.is_active());
+        QVERIFY(second.uploader.is_active());
+    }
+
+public:
+    static std::string network_error;
+};
+
+std::string tftp_uploader_test::network_error;
+
+int main(int argument_count, char **arguments)
+{
+    // Before Qt starts any thread: the kernel asks for that.
+    enter_private_network(&tftp_uploader_test::network_error);
+    QCoreApplication application(argument_count, arguments);
+    tftp_uploader_test test;
+    return QTest::qExec(&test, argument_count, arguments);
+}
+
+#include "tftp_uploader_test.moc"
