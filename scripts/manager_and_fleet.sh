@@ -25,11 +25,12 @@ give_up() {
 
 # Every process in here dies with this one. A virtual screen is asked first, so that it takes its
 # lock and socket files along.
-manager_pid='' screen_pid=''
+manager_pid='' screen_pid='' made_socket_folder=''
 close_down() {
     trap '' TERM
     [[ -n $manager_pid ]] && kill "$manager_pid" && wait "$manager_pid"
     [[ -n $screen_pid ]] && kill "$screen_pid" && wait "$screen_pid"
+    [[ -n $made_socket_folder ]] && rmdir /tmp/.X11-unix
 } 2>/dev/null
 trap close_down EXIT
 trap 'exit 143' TERM
@@ -90,6 +91,7 @@ await_fleet() {
 }
 
 start_screen() {
+    [[ -d /tmp/.X11-unix ]] || made_socket_folder=yes
     as_user Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp \
         3>"$folder/display" 2>"$folder/screen.log" &
     screen_pid=$!
@@ -124,7 +126,7 @@ take_screenshot() {
     sleep 1 # one more round of reports, and time to paint the last rows
     (as_user import -window root "$picture") || give_up "The screenshot failed."
     colours=$(identify -format '%k' "$picture")
-    ((colours > 16)) || give_up "The window shows nothing: $colours colours in $picture"
+    ((colours > 16)) || give_up "The window shows nothing: the picture has $colours colours."
     echo "Saw: $(devices_found) of $expected loudspeakers online, $elapsed s after the manager was started. The picture has $colours colours."
     [[ $(devices_found) == "$expected" ]] || give_up "The fleet did not come online as a whole within $deadline_seconds s."
 }

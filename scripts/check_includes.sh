@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Which way the code may look: only the window's own files see Gui, and no rule sees a widget.
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+
+complain() {
+    [[ -z $2 ]] || printf '%s\n%s\n' "$1" "$2"
+}
+
+window_files='/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^src/firmware/deppen_ass\.cpp$|^tests/(window|fleet)/|^bench/'
+seeing_gui=$(find src simulator tests bench fuzz -name '*.cpp' -o -name '*.h' \
+    | grep -vE "$window_files" \
+    | xargs grep -HnE '^[[:space:]]*#[[:space:]]*include[[:space:]]+["<](gui/)?gui\.h[">]')
+complain 'gui/gui.h is for the files of the window alone:' "$seeing_gui"
+
+# The files that each folder's CMakeLists.txt gives to the library "rules".
+rules_files() {
+    local list
+    for list in src/*/CMakeLists.txt; do
+        sed 's/#.*//' "$list" | tr '\n' ' ' | grep -oE 'target_sources\(rules [^)]*\)' \
+            | grep -oE '[a-z0-9_]+\.(cpp|h)' | sed "s#^#$(dirname "$list")/#"
+    done
+}
+# <QWidget> alone is not found by the compiler here; with the module's name it would be.
+seeing_widgets=$(rules_files | xargs grep -HnE \
+    '^[[:space:]]*#[[:space:]]*include[[:space:]]+<Qt(Gui|Widgets)\b')
+complain 'A rule sees no window, so these belong elsewhere:' "$seeing_widgets"
+
+[[ -z $seeing_gui$seeing_widgets ]]
