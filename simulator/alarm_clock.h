@@ -1,0 +1,35 @@
+// A monotonic clock in µs, and one alarm on it that is exact to the µs.
+#pragma once
+
+#include <QObject>
+#include <QSocketNotifier>
+
+#include <cstdint>
+
+// µs since an arbitrary start.
+int64_t steady_time();
+
+class AlarmClock : public QObject
+{
+    Q_OBJECT
+
+public:
+    AlarmClock();
+    ~AlarmClock() override;
+    AlarmClock(const AlarmClock &) = delete;
+    AlarmClock &operator=(const AlarmClock &) = delete;
+
+    // Rings at that time, at once when it has passed; the earlier setting is forgotten. Setting
+    // the same time again costs nothing.
+    void set(int64_t due);
+
+signals:
+    void rings();
+
+private:
+    void on_expired();
+
+    int descriptor = -1;
+    QSocketNotifier notifier;
+    int64_t current = -1;
+};

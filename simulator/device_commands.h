@@ -1,0 +1,17 @@
+// How a device answers a command.
+#pragma once
+
+#include "simulator/simulated_device.h"
+
+#include <QJsonObject>
+
+// Carries out a command and counts it. The result is the reply: the command and its "seq" as they
+// came, the device's id, and "status" "ok", or "error" with an "error" text.
+QJsonObject answer_command(SimulatedDevice &device, const QJsonObject &command);
+
+// The reply to bytes that are no JSON object.
+QJsonObject answer_garbage(const SimulatedDevice &device);
+
+// Whether this object is another device's reply or report, which gets no answer: two fleets would
+// talk to each other for ever.
+bool is_from_device(const QJsonObject &object);

@@ -1,0 +1,122 @@
+// A running fleet: firmware uploads and what follows from them.
+#include "simulator/fleet.h"
+#include "simulator/image_check.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+constexpr int MOST_BATCHES = 16; // per round, so that no flood keeps the clock from running
+constexpr const char *FIRMWARE_FILE = "firmware.bin"; // only this one is an image to be checked
+
+// A remote name is the sender's text: nothing of it may lead out of the folder.
+QString harmless(const QString &file_name)
+{
+    QString name = file_name.left(64);
+    for (QChar &letter : name) {
+        const bool is_plain = (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z')
+            || (letter >= '0' && letter <= '9') || letter == '.' || letter == '-';
+        if (!is_plain)
+            letter = '_';
+    }
+    return name;
+}
+
+} // namespace
+
+void Fleet::on_tftp_packets()
+{
+    now = steady_time();
+    for (int i = 0; i < MOST_BATCHES; ++i) {
+        const std::vector<ReceivedPacket> &packets = tftp_socket.receive();
+        if (packets.empty())
+            break;
+        for (const ReceivedPacket &packet : packets)
+            for (SimulatedDevice *device : devices_at(packet.to))
+                if (hears(*device))
+                    handle_tftp(*device, packet);
+    }
+    finish_round();
+}
+
+void Fleet::handle_tftp(SimulatedDevice &device, const ReceivedPacket &packet)
+{
+    const TftpOutcome outcome
+        = device.tftp.handle(packet.from, packet.from_port, packet.bytes, packet.size);
+    for (const TftpAnswer &tftp_answer : outcome.answers)
+        answer_tftp(device, tftp_answer, packet);
+    if (outcome.started)
+        start_upload(device);
+    if (outcome.finished)
+        finish_upload(device);
+    if (outcome.goes_offline) {
+        device.faults.silent = true;
+        report_event("offline", device);
+    }
+}
+
+void Fleet::answer_tftp(SimulatedDevice &device, const TftpAnswer &tftp_answer,
+                        const ReceivedPacket &packet)
+{
+    const OutgoingPacket answer_packet{.from = device.address,
+                                       .to = packet.from,
+                                       .to_port = packet.from_port,
+                                       .bytes = tftp_answer.bytes};
+    SimulatedDevice *answering = &device;
+    const auto send_answer = [this, answering, answer_packet] {
+        if (answering->is_reachable() && !answering->random.happens(answering->faults.loss_out))
+            tftp_socket.queue(answer_packet);
+    };
+    if (tftp_answer.delay == 0)
+        send_answer();
+    else
+        after(tftp_answer.delay, send_answer);
+}
+
+// The fault of an earlier upload is over with the next one.
+void Fleet::start_upload(SimulatedDevice &device)
+{
+    if (device.state.value("firmware_update_error").toString().isEmpty())
+        return;
+    device.state.insert("firmware_update_error", "");
+    device.state_changed();
+}
+
+void Fleet::finish_upload(SimulatedDevice &device)
+{
+    TftpSession &tftp = device.tftp;
+    const bool is_firmware = tftp.file_name == FIRMWARE_FILE;
+    QString error = tftp.faults.refuse;
+    if (error.isEmpty() && is_firmware)
+        error = image_error(tftp.data, device.fw_magic());
+    const QJsonObject upload{{"file", tftp.file_name}, {"size", tftp.data.size()},
+                             {"blocks", tftp.blocks},  {"ok", error.isEmpty()},
+                             {"refused", error},       {"stored", store_upload(device)}};
+    device.counters.uploads.append(upload);
+    report_event("upload", device, upload);
+    if (is_firmware && error.isEmpty())
+        device.flashed_version = image_version(tftp.data);
+    tftp.data.clear();
+    if (!error.isEmpty()) {
+        device.state.insert("firmware_update_error", error);
+        device.state_changed();
+        return;
+    }
+    // Not at once: should the last acknowledgement get lost, its block comes again.
+    SimulatedDevice *flashed = &device;
+    after(options.flash_time, [this, flashed] { reboot(*flashed); });
+}
+
+// The path of the stored file, or empty.
+QString Fleet::store_upload(const SimulatedDevice &device) const
+{
+    const QDir folder(options.store_folder);
+    if (options.store_folder.isEmpty() || !folder.mkpath("."))
+        return {};
+    const QString name = harmless(device.device_id()) + '-' + harmless(device.tftp.file_name);
+    QFile file(folder.filePath(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(device.tftp.data) != device.tftp.data.size())
+        return {};
+    return file.fileName();
+}

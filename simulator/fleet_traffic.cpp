@@ -1,0 +1,192 @@
+// A running fleet: requests, commands, reports and replies.
+#include "simulator/device_commands.h"
+#include "simulator/fleet.h"
+#include "simulator/fleet_mix.h"
+#include "simulator/loudspeaker_state.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace {
+
+constexpr uint16_t MANAGER_PORT = 7054;
+constexpr int64_t METERING_PATIENCE = 10'000'000; // µs without a request until frames stop
+constexpr int64_t SLOT = 5000;                    // µs; answers of one slot leave in one batch
+constexpr int MOST_BATCHES = 16; // per round, so that no flood keeps the clock from running
+
+// Spread answers are gathered in slots: one system call sends many.
+int64_t slot_after(int64_t time)
+{
+    return (time / SLOT + 1) * SLOT;
+}
+
+} // namespace
+
+void Fleet::on_device_packets()
+{
+    now = steady_time();
+    for (int i = 0; i < MOST_BATCHES; ++i) {
+        const std::vector<ReceivedPacket> &packets = device_socket.receive();
+        if (packets.empty())
+            break;
+        for (const ReceivedPacket &packet : packets)
+            handle_packet(packet);
+    }
+    finish_round();
+}
+
+void Fleet::handle_packet(const ReceivedPacket &packet)
+{
+    const DeviceList receivers = devices_at(packet.to);
+    if (!packet.is_broadcast && receivers.empty())
+        return;
+    const bool is_own = !devices_at(packet.from).empty();
+    if (is_own)
+        return;
+    const QJsonDocument document
+        = QJsonDocument::fromJson(QByteArray::fromRawData(packet.bytes, packet.size));
+    if (packet.is_broadcast) {
+        handle_broadcast(document.object(), packet);
+        return;
+    }
+    for (SimulatedDevice *device : receivers)
+        if (hears(*device))
+            handle_unicast(*device, document, packet.from);
+}
+
+// Only the request for reports is meant for all.
+void Fleet::handle_broadcast(const QJsonObject &object, const ReceivedPacket &packet)
+{
+    const bool is_heard = interface_index == 0 || packet.interface_index == interface_index;
+    if (!is_heard || object.value("command").toString() != "device_info")
+        return;
+    for (const auto &device : devices)
+        if (hears(*device))
+            hear_request(*device, object, packet.from);
+}
+
+void Fleet::handle_unicast(SimulatedDevice &device, const QJsonDocument &document, uint32_t from)
+{
+    const QJsonObject object = document.object();
+    if (!document.isObject())
+        send_reply(device, answer_garbage(device), from);
+    else if (object.value("command").toString() == "device_info")
+        hear_request(device, object, from);
+    else if (!is_from_device(object))
+        hear_command(device, object, from);
+}
+
+bool Fleet::hears(SimulatedDevice &device)
+{
+    return device.is_reachable() && !device.random.happens(device.faults.loss_in);
+}
+
+void Fleet::hear_request(SimulatedDevice &device, const QJsonObject &request, uint32_t from)
+{
+    ++device.counters.requests;
+    device.wants_checksum = request.value("add_crc").toBool();
+    if (request.value("metering").toBool()) {
+        device.listener = {.address = from, .until = now + METERING_PATIENCE};
+        metering_until = device.listener.until;
+        start_ticking();
+    }
+    const int delay = device.faults.delay;
+    if (options.spread == 0 && delay == 0) {
+        send_report(device, from);
+        return;
+    }
+    const int64_t wait = int64_t{device.random.below(options.spread + 1) + delay} * 1000;
+    SimulatedDevice *answering = &device;
+    schedule.at(slot_after(now + wait), [this, answering, from] { send_report(*answering, from); });
+}
+
+void Fleet::hear_command(SimulatedDevice &device, const QJsonObject &command, uint32_t from)
+{
+    const qint64 blinks = device.counters.blinks;
+    const QJsonObject reply = answer_command(device, command);
+    if (device.counters.blinks != blinks)
+        report_event("blink", device);
+    if (command.value("logging").isObject())
+        device.log_listener = from;
+    follow_logging(device);
+    send_reply(device, reply, from);
+}
+
+void Fleet::send_report(SimulatedDevice &device, uint32_t to)
+{
+    if (!device.is_reachable() || device.faults.drop_reports)
+        return;
+    if (device.random.happens(options.reports_change))
+        change_visible_value(device);
+    ++device.counters.reports_sent;
+    send(device, to, MANAGER_PORT, device.report());
+}
+
+void Fleet::send_reply(SimulatedDevice &device, const QJsonObject &reply, uint32_t to)
+{
+    if (device.faults.drop_replies)
+        return;
+    const QByteArray bytes = json_datagram(reply, device.checksum());
+    ++device.counters.replies_sent;
+    if (device.faults.delay == 0) {
+        send(device, to, MANAGER_PORT, bytes);
+        return;
+    }
+    SimulatedDevice *answering = &device;
+    after(device.faults.delay,
+          [this, answering, to, bytes] { send(*answering, to, MANAGER_PORT, bytes); });
+}
+
+// Mute where there is a processor, the clock state everywhere: both show in the manager's list.
+void Fleet::change_visible_value(SimulatedDevice &device)
+{
+    const QJsonObject dsp = device.state.value("dsp").toObject();
+    if (dsp.contains("mute") && device.random.happens(50)) {
+        const bool mute = !dsp.value("mute").toBool();
+        merge_members(device.state, {{"dsp", QJsonObject{{"mute", mute}}}});
+    } else {
+        const int lock = device.state.value("rtp").toObject().value("lock").toInt() == 3 ? 2 : 3;
+        merge_members(device.state, {{"rtp", QJsonObject{{"lock", lock}}}});
+    }
+    device.state_changed();
+}
+
+bool Fleet::send(SimulatedDevice &device, uint32_t to, uint16_t port, const QByteArray &bytes)
+{
+    if (!device.is_reachable() || device.random.happens(device.faults.loss_out))
+        return false;
+    device_socket.queue({.from = device.address, .to = to, .to_port = port, .bytes = bytes});
+    return true;
+}
+
+void Fleet::reboot(SimulatedDevice &device)
+{
+    device.is_rebooting = true;
+    const qint64 reboots = ++device.counters.reboots;
+    device.tftp.reset();
+    device.log.restart();
+    merge_members(device.state, {{"logging", QJsonObject{{"en", false}}}});
+    device.state_changed();
+    follow_logging(device);
+    report_event("reboot", device);
+    SimulatedDevice *rebooting = &device;
+    after(options.reboot_time, [this, rebooting, reboots] {
+        if (rebooting->counters.reboots == reboots) // and not rebooted again meanwhile
+            boot(*rebooting);
+    });
+}
+
+void Fleet::boot(SimulatedDevice &device)
+{
+    device.is_rebooting = false;
+    device.booted_at = now;
+    if (!device.flashed_version.isEmpty())
+        device.state.insert("firmware_version", device.flashed_version);
+    device.flashed_version.clear();
+    device.state.insert("firmware_update_error", "");
+    const QJsonArray sessions = device.plan.sessions.value_or(usual_sessions());
+    merge_members(device.state, {{"streams", QJsonObject{{"list", sessions}}}});
+    device.state_changed();
+    device.log_text = boot_log(device.state.value("firmware_version").toString());
+    report_event("boot", device);
+}

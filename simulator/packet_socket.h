@@ -1,0 +1,61 @@
+// One UDP socket for a whole fleet: it tells which address each datagram was for, and sends from
+// any address. Reading and writing go in batches.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+// Addresses are IPv4 in host order.
+struct ReceivedPacket
+{
+    uint32_t from = 0;
+    uint16_t from_port = 0;
+    uint32_t to = 0;
+    bool is_broadcast = false;
+    int interface_index = 0;
+    const char *bytes = nullptr; // valid until the next receive()
+    int size = 0;
+};
+
+struct OutgoingPacket
+{
+    uint32_t from = 0;
+    uint32_t to = 0;
+    uint16_t to_port = 0;
+    QByteArray bytes = {};
+};
+
+class PacketSocket
+{
+public:
+    PacketSocket();
+    ~PacketSocket();
+    PacketSocket(const PacketSocket &) = delete;
+    PacketSocket &operator=(const PacketSocket &) = delete;
+
+    // Binds to all addresses on `port`. The port is not shared: a manager on the same machine would
+    // take the datagrams. Returns the reason of a failure.
+    QString open(uint16_t port);
+    bool is_open() const { return descriptor >= 0; }
+    int native_descriptor() const { return descriptor; }
+
+    // The next batch of waiting datagrams; empty when none waits.
+    const std::vector<ReceivedPacket> &receive();
+    // Sends at the next flush().
+    void queue(OutgoingPacket packet);
+    // Sends all that is queued; waits for room in the send buffer. A datagram that the network
+    // refuses is dropped, as on a wire.
+    void flush();
+
+private:
+    struct Buffers;
+
+    int descriptor = -1;
+    std::unique_ptr<Buffers> buffers;
+    std::vector<ReceivedPacket> received = {};
+    std::vector<OutgoingPacket> outgoing = {};
+};
