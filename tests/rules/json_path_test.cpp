@@ -1,0 +1,114 @@
+// From descriptors to JSON and back.
+#include "model/json_path.h"
+#include "support/vectors.h"
+
+#include <QtTest>
+
+namespace {
+
+std::vector<std::string> read_path(const QJsonValue &value)
+{
+    std::vector<std::string> path;
+    for (const QJsonValue &component : value.toArray())
+        path.push_back(component.toString().toStdString());
+    return path;
+}
+
+PropertyDesc desc_of(PropertyKind kind)
+{
+    return {.path = {"a"}, .kind = kind};
+}
+
+} // namespace
+
+class JsonPathTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void golden_writes_data() { add_vector_rows("json_set", "set"); }
+    void golden_writes()
+    {
+        QFETCH(QJsonObject, input);
+        QFETCH(QJsonObject, expect);
+        QJsonObject object = input.value("object").toObject();
+        json_set_path(object, read_path(input.value("path")), input.value("value"));
+        QCOMPARE(object, expect.value("object").toObject());
+    }
+
+    void golden_reads_data() { add_vector_rows("json_set", "get"); }
+    void golden_reads()
+    {
+        QFETCH(QJsonObject, input);
+        QFETCH(QJsonObject, expect);
+        const QJsonValue value
+            = json_get_path(input.value("object").toObject(), read_path(input.value("path")));
+        QCOMPARE(value.isUndefined(), expect.value("undefined").toBool());
+        if (!value.isUndefined())
+            QCOMPARE(value, expect.value("value"));
+    }
+
+    void golden_values_data() { add_vector_rows("json_value"); }
+    void golden_values()
+    {
+        QFETCH(QJsonObject, input);
+        QFETCH(QJsonObject, expect);
+        const PropertyDesc desc{.path = read_path(input.value("path")),
+                                .kind = static_cast<PropertyKind>(input.value("kind").toInt())};
+        const QVariant value = value_from_json(input.value("object").toObject(), desc);
+        const QVariant wanted = typed_value(expect);
+        QCOMPARE(value.isValid(), wanted.isValid());
+        QCOMPARE(value, wanted);
+        if (expect.value("t").toString() != "number")
+            QCOMPARE(value.userType(), wanted.userType());
+    }
+
+    void whole_numbers_are_whole_and_fit()
+    {
+        const PropertyDesc desc = desc_of(PROP_INT);
+        QCOMPARE(value_from_json({{"a", 48.0}}, desc), QVariant(48));
+        QVERIFY(!value_from_json({{"a", 48.5}}, desc).isValid());
+        QVERIFY(!value_from_json({{"a", "5"}}, desc).isValid());
+        QCOMPARE(value_from_json({{"a", -2147483648.0}}, desc), QVariant(-2147483647 - 1));
+        for (const double number : {3e9, -3e9, 1e300, -1e300, qInf(), qQNaN()})
+            QVERIFY(!value_from_json({{"a", number}}, desc).isValid());
+    }
+
+    void a_choice_takes_any_type()
+    {
+        const PropertyDesc desc = desc_of(PROP_CHOICE);
+        QCOMPARE(value_from_json({{"a", "5"}}, desc), QVariant("5"));
+        QCOMPARE(value_from_json({{"a", true}}, desc), QVariant(true));
+        QVERIFY(value_from_json({{"a", QJsonArray{1}}}, desc).isValid());
+        QVERIFY(!value_from_json({{"a", QJsonValue()}}, desc).isValid());
+    }
+
+    void kinds_without_a_value_read_none()
+    {
+        for (const int kind : {0, 1, 10, 11, 77})
+            QVERIFY(
+                !value_from_json({{"a", 1}}, desc_of(static_cast<PropertyKind>(kind))).isValid());
+    }
+
+    void an_empty_path_reads_nothing_and_writes_nothing()
+    {
+        QVERIFY(json_get_path({{"a", 1}}, {}).isUndefined());
+        QJsonObject object{{"a", 1}};
+        json_set_path(object, {}, 5);
+        QCOMPARE(object, (QJsonObject{{"a", 1}}));
+    }
+
+    void a_number_on_the_way_becomes_an_object_and_siblings_stay()
+    {
+        QJsonObject object{{"stream", 5}, {"ui", QJsonObject{{"name", "x"}}}};
+        json_set_path(object, {"stream", "rtp", "en"}, true);
+        json_set_path(object, {"stream", "rtp", "ip"}, "1.2.3.4");
+        json_set_path(object, {"ui", "loc"}, "y");
+        const QJsonObject rtp{{"en", true}, {"ip", "1.2.3.4"}};
+        QCOMPARE(object.value("stream").toObject(), (QJsonObject{{"rtp", rtp}}));
+        QCOMPARE(object.value("ui").toObject(), (QJsonObject{{"name", "x"}, {"loc", "y"}}));
+    }
+};
+
+QTEST_GUILESS_MAIN(JsonPathTest)
+#include "json_path_test.moc"
