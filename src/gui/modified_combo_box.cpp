@@ -1,6 +1,8 @@
 // A combo box that does not react to a passing mouse wheel.
 #include "gui/modified_combo_box.h"
 
+#include <QWheelEvent>
+
 ModifiedComboBox::ModifiedComboBox(QWidget *parent)
     : QComboBox(parent)
 {
@@ -9,6 +11,7 @@ ModifiedComboBox::ModifiedComboBox(QWidget *parent)
 
 void ModifiedComboBox::wheelEvent(QWheelEvent *event)
 {
+    event->accept(); // the toolkit hands out wheel events as ignored
     if (hasFocus())
         QComboBox::wheelEvent(event);
 }

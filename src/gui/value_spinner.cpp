@@ -3,6 +3,8 @@
 
 #include "gui/value_parser.h"
 
+#include <QWheelEvent>
+
 ValueSpinner::ValueSpinner(QWidget *parent)
     : QDoubleSpinBox(parent)
 {
@@ -11,6 +13,7 @@ ValueSpinner::ValueSpinner(QWidget *parent)
 
 void ValueSpinner::wheelEvent(QWheelEvent *event)
 {
+    event->accept(); // the toolkit hands out wheel events as ignored
     if (hasFocus())
         QDoubleSpinBox::wheelEvent(event);
 }

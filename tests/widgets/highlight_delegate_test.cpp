@@ -1,0 +1,214 @@
+// Drawing cell texts with marked hits.
+#include "gui/highlight_delegate.h"
+
+#include "gui/highlight.h"
+
+#include <QPainter>
+#include <QTextDocument>
+#include <QTextOption>
+#include <QtTest>
+
+class HighlightDelegateTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void empty_search_matches_everything();
+    void cell_is_drawn_as_the_plain_way_draws_it_data();
+    void cell_is_drawn_as_the_plain_way_draws_it();
+    void mark_is_yellow_and_the_rest_is_not();
+    void marked_text_is_black_in_a_dark_palette();
+    void text_stays_inside_its_cell();
+    void painter_comes_back_as_it_was();
+};
+
+namespace {
+
+class ShownDelegate : public HighlightDelegate
+{
+public:
+    using HighlightDelegate::drawDisplay;
+};
+
+constexpr QRect cell(7, 5, 160, 22);
+
+QImage blank_image(QColor ground)
+{
+    QImage image(180, 40, QImage::Format_RGB32);
+    image.fill(ground);
+    return image;
+}
+
+QImage drawn(const ShownDelegate &delegate, const QString &text, QColor ground = Qt::white)
+{
+    QImage image = blank_image(ground);
+    QPainter painter(&image);
+    QStyleOptionViewItem option;
+    option.font = QApplication::font();
+    delegate.drawDisplay(&painter, option, cell, text);
+    return image;
+}
+
+// Every step through a document of HTML, with no short cut.
+QImage drawn_plainly(const QString &text, const QString &search)
+{
+    QImage image = blank_image(Qt::white);
+    QPainter painter(&image);
+    QTextDocument document;
+    document.setDocumentMargin(0);
+    document.setDefaultFont(QApplication::font());
+    QTextOption option = document.defaultTextOption();
+    option.setAlignment(Qt::AlignVCenter);
+    option.setWrapMode(QTextOption::ManualWrap);
+    document.setDefaultTextOption(option);
+    document.setPageSize(cell.size());
+    document.setTextWidth(cell.width());
+    document.setHtml(highlight_html(text, search));
+    const double above = std::trunc(cell.height() / 2 - 0.5 * document.size().height());
+    painter.translate(cell.left(), above + cell.top());
+    painter.setClipRect(QRect(QPoint(0, 0), cell.size()), Qt::ReplaceClip);
+    document.drawContents(&painter, QRectF());
+    return image;
+}
+
+int count_pixels(const QImage &image, QRgb color)
+{
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            count += image.pixel(x, y) == color ? 1 : 0;
+    return count;
+}
+
+// The darkest and lightest pixel on the mark, by lightness.
+std::pair<int, int> lightness_range(const QImage &image, QRect area)
+{
+    std::pair<int, int> range(255, 0);
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const int lightness = qGray(image.pixel(x, y));
+            range = {std::min(range.first, lightness), std::max(range.second, lightness)};
+        }
+    return range;
+}
+
+QRect marked_area(const QImage &image)
+{
+    QRect area;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixel(x, y) == qRgb(255, 255, 0))
+                area |= QRect(x, y, 1, 1);
+    return area;
+}
+
+} // namespace
+
+void HighlightDelegateTest::empty_search_matches_everything()
+{
+    HighlightDelegate delegate;
+    QVERIFY(delegate.matches_search(""));
+    QVERIFY(delegate.matches_search("x"));
+    delegate.search_text = "AB";
+    QVERIFY(delegate.matches_search("xabx"));
+    QVERIFY(!delegate.matches_search("a b"));
+    QVERIFY(!delegate.matches_search(""));
+}
+
+void HighlightDelegateTest::cell_is_drawn_as_the_plain_way_draws_it_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("search");
+    const QStringList texts{"Hall 1",
+                            "",
+                            " ",
+                            "  two  blanks  inside  ",
+                            "trailing ",
+                            " 0 dB",
+                            "line\nfeed",
+                            "tab\tbed",
+                            "line\u2028separator",
+                            "non\u00a0breaking",
+                            "<b>bold</b>",
+                            "a & b &amp; \"c\"",
+                            "Bühne ẞ ÿ",
+                            "e\u0301 combined",
+                            "😀 emoji",
+                            "\U0001F5F8",
+                            "אולם שלוש",
+                            "عربى 12",
+                            QString("nul") + QChar::Null + "here",
+                            "a text that is much longer than its cell is wide, and goes on",
+                            "control\u0001\u001fcharacters",
+                            "\u200bzero width",
+                            "object\ufffc",
+                            "em\u2003space\u3000wide",
+                            QString("lone ") + QChar(0xd83d) + " half"};
+    for (const QString &text : texts)
+        for (const QString &search : {QString(), QString("zzz"), QString("a"), QString(" ")})
+            QTest::addRow("%s / %s", qPrintable(text), qPrintable(search)) << text << search;
+}
+
+void HighlightDelegateTest::cell_is_drawn_as_the_plain_way_draws_it()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, search);
+    ShownDelegate delegate;
+    delegate.search_text = search;
+    QCOMPARE(drawn(delegate, text), drawn_plainly(text, search));
+}
+
+void HighlightDelegateTest::mark_is_yellow_and_the_rest_is_not()
+{
+    ShownDelegate delegate;
+    QCOMPARE(count_pixels(drawn(delegate, "xABabx"), qRgb(255, 255, 0)), 0);
+    delegate.search_text = "ab";
+    const QImage image = drawn(delegate, "xABabx");
+    QVERIFY(count_pixels(image, qRgb(255, 255, 0)) > 20);
+    const QRect area = marked_area(image);
+    QVERIFY(area.left() > cell.left()); // the first x is not marked
+}
+
+void HighlightDelegateTest::marked_text_is_black_in_a_dark_palette()
+{
+    ShownDelegate delegate;
+    delegate.search_text = "ab";
+    delegate.dark_theme = true;
+    // A document takes its text colour from the application.
+    const QPalette light = QApplication::palette();
+    QPalette dark = light;
+    dark.setColor(QPalette::Text, Qt::white);
+    QApplication::setPalette(dark);
+    const QImage image = drawn(delegate, "HHHABabx", QColor(30, 30, 30));
+    QApplication::setPalette(light);
+    const QRect area = marked_area(image);
+    QVERIFY(lightness_range(image, area).first < 80); // the letters on yellow
+    const QRect before(cell.left(), area.top(), area.left() - cell.left() - 1, area.height());
+    QVERIFY(lightness_range(image, before).second > 150); // and the unmarked ones beside it
+}
+
+void HighlightDelegateTest::text_stays_inside_its_cell()
+{
+    ShownDelegate delegate;
+    const QImage image = drawn(delegate, QString(200, 'W'));
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = cell.right() + 1; x < image.width(); ++x)
+            QCOMPARE(image.pixel(x, y), qRgb(255, 255, 255));
+}
+
+void HighlightDelegateTest::painter_comes_back_as_it_was()
+{
+    QImage image = blank_image(Qt::white);
+    QPainter painter(&image);
+    painter.setPen(Qt::red);
+    painter.translate(3, 4);
+    const QTransform before = painter.transform();
+    ShownDelegate delegate;
+    delegate.drawDisplay(&painter, {}, cell, "text");
+    QCOMPARE(painter.transform(), before);
+    QCOMPARE(painter.pen().color(), QColor(Qt::red));
+    QVERIFY(!painter.hasClipping());
+}
+
+QTEST_MAIN(HighlightDelegateTest)
+#include "highlight_delegate_test.moc"
