@@ -31,6 +31,42 @@ QString draw_mac(RandomSource &random)
     return QString("02:4b:56:%1:%2:%3").arg(digits.mid(0, 2), digits.mid(2, 2), digits.mid(4, 2));
 }
 
+// What happened to the device lately, as its report lists it.
+QJsonArray history(RandomSource &random)
+{
+    QJsonArray events;
+    int time = random.between(0, 900);
+    for (const char *text :
+         {"boot, reset cause power", "link up, 1000 Mbit/s full duplex", "address obtained",
+          "sync source selected, servo locked", "stream subscribed, buffer filled"}) {
+        events.append(QJsonObject{{"t", time}, {"level", "info"}, {"text", text}});
+        time += random.between(20, 4000);
+    }
+    return events;
+}
+
+// What a device has counted since it was switched on. The numbers stand still: a device that
+// rests reports the same again and again.
+QJsonObject statistics(RandomSource &random)
+{
+    return {
+        {"rx_packets", random.between(100'000, 90'000'000)},
+        {"tx_packets", random.between(10'000, 900'000)},
+        {"rx_multicast", random.between(10'000, 80'000'000)},
+        {"igmp_queries", random.between(10, 4000)},
+        {"sap_received", random.between(100, 90'000)},
+        {"sap_expired", random.between(0, 20)},
+        {"ptp_sync", random.between(10'000, 900'000)},
+        {"ptp_timeouts", random.between(0, 12)},
+        {"underruns", random.below(4)},
+        {"overruns", random.below(4)},
+        {"commands", random.between(0, 5000)},
+        {"bad_datagrams", random.below(3)},
+        {"boots", random.between(1, 400)},
+        {"hours", random.between(20, 20'000)},
+    };
+}
+
 // What a device tells beside its properties.
 QJsonObject particulars(RandomSource &random)
 {
@@ -73,6 +109,8 @@ QJsonObject particulars(RandomSource &random)
                      {"fan", random.between(0, 3)},
                      {"limiter", false},
                      {"protect", false}}},
+        {"stats", statistics(random)},
+        {"history", history(random)},
         {"streams", QJsonObject{{"blocked", false}}},
         {"logging", QJsonObject{{"en", false}, {"level", 3}}},
         {"firmware_update_error", ""},
