@@ -50,16 +50,8 @@ wait_until() {
     done
 }
 
-# The operator may switch faults by typing; without a terminal the simulator's input stays open and
-# silent.
-open_simulator_input() {
-    if [[ $mode == window && -t 0 ]]; then
-        exec 4<&0
-    else
-        mkfifo "$folder/silence"
-        exec 4<>"$folder/silence"
-    fi
-}
+# The operator may switch faults by typing.
+[[ $mode == window && -t 0 ]] || exec </dev/null
 
 lay_cable() {
     ip link set lo up
@@ -72,7 +64,7 @@ lay_cable() {
         ip link add fleet type veth peer name loudspeakers netns "$1"
         ip link set fleet up
         exec "${@:2}"' fleet $$ "$simulator" --interface fleet "${simulator_options[@]}" \
-        <&4 >"$folder/simulator.log" 2>"$folder/simulator-errors.log" &
+        <&0 >"$folder/simulator.log" 2>"$folder/simulator-errors.log" &
     simulator_pid=$!
     wait_until 5 ip link show dev loudspeakers &>/dev/null \
         || give_up "The private network did not come up: $(<"$folder/simulator-errors.log")"
@@ -138,7 +130,6 @@ run_window() {
     wait "$manager_pid"
 }
 
-open_simulator_input
 lay_cable
 await_fleet
 case $mode in
