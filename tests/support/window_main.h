@@ -62,8 +62,13 @@ inline QJsonObject loudspeaker_report(const QString &id, int product_id = 3,
             {"product_id", product_id},
             {"firmware_version", "v1.5.5.8d"},
             {"ui", QJsonObject{{"name", name}, {"loc", "Stage"}, {"memo", ""}, {"order", 0}}},
-            {"dsp", QJsonObject{{"bank", 1}, {"preset", 0}, {"level", 4}, {"mute", false},
-                                {"delay", 0.0}, {"eq_en", false}}},
+            {"dsp",
+             QJsonObject{{"bank", 1},
+                         {"preset", 0},
+                         {"level", 4},
+                         {"mute", false},
+                         {"delay", 0.0},
+                         {"eq_en", false}}},
             {"rtp", QJsonObject{{"lock", 3}}}};
 }
 

@@ -1,0 +1,280 @@
+// The device list in the real window.
+#include "gui/device_list_view.h"
+#include "support/window_main.h"
+
+#include <QAction>
+#include <QHeaderView>
+#include <QMenu>
+#include <QPushButton>
+#include <QSignalSpy>
+
+namespace {
+
+constexpr int SORT_ROLE = 258;
+
+QStringList shown_ids(const Gui &gui)
+{
+    QStringList ids;
+    for (int row = 0; row < gui.device_model.rowCount(); ++row)
+        ids.append(gui.device_model.item(row, 0)->data(257).toString());
+    return ids;
+}
+
+QJsonObject with_order(QJsonObject report, int order)
+{
+    QJsonObject ui = report.value("ui").toObject();
+    ui.insert("order", order);
+    report.insert("ui", ui);
+    return report;
+}
+
+} // namespace
+
+class DeviceListTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<WindowCase> window;
+
+private slots:
+    void init()
+    {
+        window = std::make_unique<WindowCase>();
+        window->gui->show();
+    }
+    void cleanup() { window.reset(); }
+
+    void the_first_start_shows_seven_of_83_columns()
+    {
+        const Gui &gui = *window->gui;
+        QCOMPARE(gui.column_ids.size(), size_t(83));
+        QCOMPARE(gui.column_names.size(), 83);
+        QCOMPARE(gui.column_actions.size(), size_t(83));
+        QCOMPARE(gui.device_model.columnCount(), 83);
+        QStringList shown;
+        for (int column = 0; column < 83; ++column)
+            if (!gui.device_list->isColumnHidden(column))
+                shown.append(gui.device_model.horizontalHeaderItem(column)->text());
+        QCOMPARE(shown,
+                 QStringList({"Product", "Name", "Location", "AES67 Clock Status", "Metering", "IP",
+                              "Status"}));
+        QCOMPARE(gui.device_list->header()->sortIndicatorSection(), 0);
+        QCOMPARE(gui.device_list->header()->sortIndicatorOrder(), Qt::AscendingOrder);
+    }
+
+    void a_report_makes_a_filled_row()
+    {
+        Device *device = window->report("10.0.0.5", loudspeaker_report("a", 3, "Centre"));
+        QCOMPARE(window->gui->device_model.rowCount(), 1);
+        QCOMPARE(window->cell(device, "product_id"), QString("VELMARK TriPoint 10 dp"));
+        QCOMPARE(window->cell(device, "ui/name"), QString("Centre"));
+        QCOMPARE(window->cell(device, "ui/loc"), QString("Stage"));
+        QCOMPARE(window->cell(device, "rtp/lock"), QString("locked"));
+        QCOMPARE(window->cell(device, "ip"), QString("10.0.0.5"));
+        QCOMPARE(window->cell(device, "status"), QString("Online"));
+        const QStandardItem *item = window->gui->device_model.item(0, 0);
+        QCOMPARE(item->data(259).toString(), QString(":/icons/TriPoint.png"));
+        QVERIFY(!item->data(Qt::DecorationRole).value<QIcon>().isNull());
+        const QStandardItem *meter = window->gui->device_model.item(0, window->column("meter"));
+        QCOMPARE(meter->data(259).value<MeterObject *>(), &device->meter);
+    }
+
+    void a_device_without_a_product_looks_unknown_and_has_the_first_table()
+    {
+        QJsonObject report = loudspeaker_report("a");
+        report.remove("product_id");
+        Device *device = window->report("10.0.0.5", report);
+        QCOMPARE(window->cell(device, "product_id"), QString("<unknown>"));
+        QCOMPARE(device->properties.size(), product_table.front().properties.size());
+    }
+
+    void the_product_column_sorts_by_order_and_then_by_address()
+    {
+        window->report("10.0.0.10", loudspeaker_report("b"));
+        window->report("10.0.0.9", loudspeaker_report("c"));
+        window->report("10.0.0.1", with_order(loudspeaker_report("d"), 5));
+        window->report("10.0.0.2", with_order(loudspeaker_report("e"), -1));
+        QCOMPARE(shown_ids(*window->gui), QStringList({"e", "c", "b", "d"}));
+    }
+
+    void the_ip_column_sorts_as_text()
+    {
+        window->gui->device_list->sortByColumn(window->column("ip"), Qt::AscendingOrder);
+        window->report("10.0.0.9", loudspeaker_report("a"));
+        window->report("10.0.0.10", loudspeaker_report("b"));
+        QCOMPARE(shown_ids(*window->gui), QStringList({"b", "a"}));
+    }
+
+    void new_rows_land_in_place_in_descending_order_too()
+    {
+        window->gui->device_list->sortByColumn(window->column("ui/name"), Qt::DescendingOrder);
+        int address = 1;
+        for (const char *name : {"m", "z", "a", "m", "q"}) {
+            const QString number = QString::number(address++);
+            window->report("10.0.0." + number, loudspeaker_report(number, 3, name));
+        }
+        QCOMPARE(shown_ids(*window->gui), QStringList({"2", "5", "1", "4", "3"}));
+    }
+
+    void a_changed_key_moves_the_row_and_the_row_is_found_again()
+    {
+        window->gui->device_list->sortByColumn(window->column("ui/name"), Qt::AscendingOrder);
+        Device *first = window->report("10.0.0.1", loudspeaker_report("1", 3, "a"));
+        Device *second = window->report("10.0.0.2", loudspeaker_report("2", 3, "b"));
+        window->report("10.0.0.1", loudspeaker_report("1", 3, "c"));
+        QCOMPARE(shown_ids(*window->gui), QStringList({"2", "1"}));
+        QCOMPARE(window->gui->find_device_row(first), 1);
+        QCOMPARE(window->gui->find_device_row(second), 0);
+        QCOMPARE(window->cell(first, "ui/name"), QString("c"));
+    }
+
+    void the_insertion_agrees_with_the_toolkits_own_sorting()
+    {
+        Gui &gui = *window->gui;
+        for (const Qt::SortOrder order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
+            gui.device_list->sortByColumn(window->column("ui/name"), order);
+            for (int i = 0; i < 60; ++i) {
+                const QString id = QString("%1-%2").arg(order).arg(i);
+                window->report("10.0.1." + QString::number(i),
+                               loudspeaker_report(id, 3, QString::number(i * 7 % 11)));
+                const QStringList before = shown_ids(gui);
+                gui.device_list->sortByColumn(-1, Qt::AscendingOrder);
+                gui.device_list->sortByColumn(window->column("ui/name"), order);
+                QCOMPARE(before, shown_ids(gui));
+            }
+        }
+    }
+
+    void an_unchanged_report_emits_nothing()
+    {
+        window->report("10.0.0.1", loudspeaker_report("1"));
+        QSignalSpy changes(&window->gui->device_model, &QAbstractItemModel::dataChanged);
+        QSignalSpy layouts(&window->gui->device_model, &QAbstractItemModel::layoutChanged);
+        window->report("10.0.0.1", loudspeaker_report("1"));
+        QCOMPARE(changes.count(), 0);
+        QCOMPARE(layouts.count(), 0);
+    }
+
+    void a_changed_row_emits_once()
+    {
+        window->report("10.0.0.1", loudspeaker_report("1"));
+        QSignalSpy changes(&window->gui->device_model, &QAbstractItemModel::dataChanged);
+        QJsonObject report = loudspeaker_report("1", 4, "Other");
+        report.insert("rtp", QJsonObject{{"lock", 0}});
+        window->report("10.0.0.1", report);
+        QCOMPARE(changes.count(), 1);
+    }
+
+    void a_lacking_key_leaves_the_cell_empty_and_later_as_it_was()
+    {
+        Gui &gui = *window->gui;
+        const int bank = window->column("dsp/bank");
+        gui.device_list->setColumnHidden(bank, false);
+        Device *module = window->report("10.0.0.1", loudspeaker_report("1", 1000));
+        QCOMPARE(window->cell(module, "dsp/bank"), QString());
+        Device *device = window->report("10.0.0.2", loudspeaker_report("2", 3));
+        QCOMPARE(window->cell(device, "dsp/bank"), QString("1"));
+        window->report("10.0.0.2", loudspeaker_report("2", 1000));
+        QCOMPARE(window->cell(device, "dsp/bank"), QString("1"));
+    }
+
+    void a_shown_column_fills_at_once_for_all()
+    {
+        Gui &gui = *window->gui;
+        Device *first = window->report("10.0.0.1", loudspeaker_report("1"));
+        Device *second = window->report("10.0.0.2", loudspeaker_report("2"));
+        QCOMPARE(window->cell(first, "dsp/preset"), QString());
+        const auto preset = static_cast<size_t>(window->column("dsp/preset"));
+        gui.show_column_menu(QPoint(1, 1));
+        QVERIFY(!gui.column_actions[preset]->isChecked());
+        gui.column_actions[preset]->trigger();
+        QVERIFY(!gui.device_list->isColumnHidden(window->column("dsp/preset")));
+        QCOMPARE(window->cell(first, "dsp/preset"), QString("Flat"));
+        QCOMPARE(window->cell(second, "dsp/preset"), QString("Flat"));
+        gui.header_menu->close();
+    }
+
+    void widths_fit_the_widest_row_and_are_measured_once_for_many_changes()
+    {
+        Gui &gui = *window->gui;
+        for (int i = 0; i < 200; ++i)
+            window->report(QString("10.0.%1.1").arg(i), loudspeaker_report(QString::number(i)));
+        const int column = window->column("ui/name");
+        QTest::qWait(50); // lets the frame that measures pass
+        const int before = gui.device_list->columnWidth(column);
+        const int measured = gui.device_list->measurements();
+        for (int i = 0; i < 50; ++i) {
+            window->report("10.0.7.1", loudspeaker_report("7", 3, QString("W").repeated(5 + i)));
+            QApplication::processEvents(QEventLoop::AllEvents, 1);
+        }
+        QTRY_VERIFY(gui.device_list->columnWidth(column) > before);
+        const QStandardItem *item = gui.device_model.item(7, column);
+        QVERIFY(item != nullptr);
+        QTRY_VERIFY(gui.device_list->columnWidth(column)
+                    >= gui.device_list->fontMetrics().horizontalAdvance(QString("W").repeated(54)));
+        // 82 columns at most 8 of them shown: fifty changes may not cost fifty rounds.
+        QVERIFY(gui.device_list->measurements() - measured < 50 * 7);
+        window->report("10.0.7.1", loudspeaker_report("7", 3, "w"));
+        QTRY_COMPARE(gui.device_list->columnWidth(column), before);
+    }
+
+    void only_selected_visible_rows_are_selected_devices()
+    {
+        Gui &gui = *window->gui;
+        Device *first = window->report("10.0.0.1", loudspeaker_report("1"));
+        Device *second = window->report("10.0.0.2", loudspeaker_report("2"));
+        gui.device_list->selectAll();
+        QCOMPARE(gui.selected_devices(), (std::vector<Device *>{first, second}));
+        gui.device_list->setRowHidden(0, QModelIndex(), true);
+        QCOMPARE(gui.selected_devices(), (std::vector<Device *>{second}));
+        QVERIFY(gui.is_device_selected(first));
+    }
+
+    void identify_follows_the_presence_of_the_selection()
+    {
+        Gui &gui = *window->gui;
+        window->report("10.0.0.1", loudspeaker_report("1"), false);
+        gui.device_list->selectAll();
+        QVERIFY(!gui.identify_button->isEnabled());
+        window->report("10.0.0.1", loudspeaker_report("1"));
+        QVERIFY(gui.identify_button->isEnabled());
+        window->report("10.0.0.1", loudspeaker_report("1"), false);
+        QVERIFY(!gui.identify_button->isEnabled());
+    }
+
+    void going_offline_clears_levels_and_broken_net()
+    {
+        Device *device = window->report("10.0.0.1", loudspeaker_report("1"));
+        device->meter.set_levels({70}, {});
+        device->broken_net = true;
+        device->assistant_dismissed = true;
+        window->gui->update_device_properties(device);
+        QCOMPARE(window->cell(device, "status"), QString("Broken net"));
+        device->online = false;
+        window->gui->update_device_properties(device);
+        QCOMPARE(window->cell(device, "status"), QString("Offline"));
+        QVERIFY(!device->broken_net);
+        QVERIFY(!device->assistant_dismissed);
+        QVERIFY(device->meter.levels.empty());
+    }
+
+    void an_unreadable_icon_is_an_empty_one()
+    {
+        QVERIFY(window->gui->load_icon(":/icons/none.png").availableSizes().isEmpty());
+    }
+
+    void a_metering_frame_repaints_nothing_but_meters()
+    {
+        Device *device = window->report("10.0.0.1", loudspeaker_report("1"));
+        QSignalSpy changes(&window->gui->device_model, &QAbstractItemModel::dataChanged);
+        window->gui->handle_datagram(
+            QHostAddress("10.0.0.1"),
+            R"({"command":"broadcast_info","device_id":"1","metering":{"channel_peaks":[35]}})");
+        QCOMPARE(device->meter.levels, (std::vector<float>{-35.0F}));
+        QCOMPARE(changes.count(), 0);
+        QCOMPARE(window->gui->device_model.item(0, 0)->data(SORT_ROLE).type(), QVariant::LongLong);
+    }
+};
+
+WINDOW_TEST_MAIN(DeviceListTest)
+#include "device_list_test.moc"

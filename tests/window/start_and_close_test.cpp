@@ -1,0 +1,261 @@
+// How the window comes up, and that no way of leaving loses anything.
+#include "gui/device_list_view.h"
+#include "support/window_main.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QHeaderView>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QTimer>
+#include <QToolButton>
+
+namespace {
+
+QStringList captions(const QMenu *menu)
+{
+    QStringList texts;
+    for (const QAction *action : menu->actions())
+        texts.append(action->text());
+    return texts;
+}
+
+QAction *exit_action(const Gui &gui)
+{
+    return gui.menuBar()->actions().at(0)->menu()->actions().at(0);
+}
+
+} // namespace
+
+class StartAndCloseTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<WindowCase> window;
+
+    Gui &gui() { return *window->gui; }
+
+    // Something that each saved key can tell: a column, the sort order, the curve, the history.
+    void change_everything()
+    {
+        gui().show();
+        gui().device_list->setColumnHidden(window->column("ui/memo"), false);
+        gui().device_list->sortByColumn(window->column("ip"), Qt::DescendingOrder);
+        gui().eq_button->setChecked(true);
+        gui().property_splitter->setSizes({300, 200});
+        gui().search_combo->addItem("stage");
+        window->report("10.0.0.1", loudspeaker_report("a", 3, "Kept"));
+    }
+
+    void expect_everything_again()
+    {
+        window->start();
+        QVERIFY(!gui().device_list->isColumnHidden(window->column("ui/memo")));
+        QCOMPARE(gui().device_list->header()->sortIndicatorSection(), window->column("ip"));
+        QCOMPARE(gui().device_list->header()->sortIndicatorOrder(), Qt::DescendingOrder);
+        QVERIFY(gui().eq_button->isChecked());
+        QCOMPARE(gui().search_combo->itemText(0), QString("stage"));
+        Device *device = gui().find_device("a");
+        QVERIFY(device != nullptr);
+        QVERIFY(!device->online);
+        QCOMPARE(device->value("ui/name"), QVariant("Kept"));
+        QCOMPARE(window->cell(device, "ui/name"), QString("Kept"));
+    }
+
+private slots:
+    void init() { window = std::make_unique<WindowCase>(); }
+    void cleanup() { window.reset(); }
+
+    void the_menus_offer_what_they_should()
+    {
+        const QList<QAction *> menus = gui().menuBar()->actions();
+        QCOMPARE(menus.size(), 3);
+        QCOMPARE(captions(menus.at(0)->menu()), QStringList("E&xit"));
+        QCOMPARE(captions(menus.at(1)->menu()),
+                 QStringList({"&Delete entry", "Enable &logging", "Pu&rge AES67 sessions",
+                              "L&PI upload", "Network info", "Add dummy device"}));
+        QCOMPARE(captions(menus.at(2)->menu()), QStringList("About this software"));
+        QCOMPARE(exit_action(gui())->menuRole(), QAction::QuitRole);
+        QCOMPARE(exit_action(gui())->shortcut(), QKeySequence("Ctrl+Q"));
+        QCOMPARE(gui().windowTitle(), QString("VELMARK Network Manager"));
+    }
+
+    void the_first_window_is_four_fifths_of_the_screen()
+    {
+        const QSize screen = QApplication::primaryScreen()->geometry().size();
+        QCOMPARE(gui().width(), std::clamp(static_cast<int>(0.8 * screen.width()), 600, 2000));
+        QCOMPARE(gui().height(), static_cast<int>(0.8 * screen.height()));
+    }
+
+    void buttons_of_pictures_alone_have_their_tips_as_names()
+    {
+        QCOMPARE(gui().confirm_button->accessibleName(), QString("Confirm"));
+        QCOMPARE(gui().confirm_button->toolTip(), QString("Confirm"));
+        QCOMPARE(gui().cancel_button->accessibleName(), gui().cancel_button->toolTip());
+    }
+
+    void the_search_box_starts_empty()
+    {
+        QCOMPARE(gui().search_combo->currentText(), QString());
+        QCOMPARE(gui().search_combo->lineEdit()->placeholderText(), QString("🔍 Search"));
+        QVERIFY(!gui().identify_button->isEnabled());
+    }
+
+    void timers_run_as_told()
+    {
+        QVERIFY(gui().discovery_timer.isSingleShot());
+        QVERIFY(gui().panel_timer.isSingleShot() && gui().panel_timer.interval() == 0);
+        QVERIFY(gui().search_timer.isSingleShot() && gui().search_timer.interval() == 0);
+        QVERIFY(gui().cache_timer.isSingleShot() && gui().cache_timer.interval() == 500);
+        QVERIFY(!gui().meter_timer.isSingleShot() && gui().meter_timer.interval() == 85);
+        QVERIFY(gui().meter_timer.isActive());
+    }
+
+    void the_close_button_keeps_everything()
+    {
+        change_everything();
+        gui().close();
+        expect_everything_again();
+    }
+
+    void exit_keeps_everything()
+    {
+        change_everything();
+        QTimer::singleShot(0, exit_action(gui()), &QAction::trigger);
+        QApplication::exec();
+        expect_everything_again();
+    }
+
+    void ctrl_q_keeps_everything()
+    {
+        change_everything();
+        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        QTimer::singleShot(0, &gui(),
+                           [this] { QTest::keyClick(&gui(), Qt::Key_Q, Qt::ControlModifier); });
+        QApplication::exec();
+        expect_everything_again();
+    }
+
+    void closing_twice_keeps_everything()
+    {
+        change_everything();
+        gui().close();
+        gui().show();
+        gui().close();
+        gui().close_down();
+        expect_everything_again();
+    }
+
+    void no_late_timer_wipes_the_cache()
+    {
+        change_everything();
+        gui().cache_timer.start(0);
+        gui().close();
+        QTest::qWait(20); // a due timer would fire now
+        QFile file(gui().cache_path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QJsonDocument::fromJson(file.readAll()).object().value("devices").toArray().size(),
+                 1);
+    }
+
+    void a_pending_save_is_written_at_close()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a", 3, "Before"));
+        QTRY_VERIFY(!gui().cache_timer.isActive());
+        window->report("10.0.0.1", loudspeaker_report("a", 3, "After"));
+        QVERIFY(gui().cache_timer.isActive());
+        gui().close();
+        window->start();
+        QCOMPARE(gui().find_device("a")->value("ui/name"), QVariant("After"));
+    }
+
+    void a_window_destroyed_unclosed_saves_nothing()
+    {
+        gui().eq_button->setChecked(true);
+        window->start();
+        QVERIFY(!gui().eq_button->isChecked());
+    }
+
+    void another_set_of_columns_discards_only_the_list_state()
+    {
+        change_everything();
+        gui().close();
+        gui().settings.setValue("column_info", "Product:Name");
+        gui().settings.sync();
+        window->start();
+        QVERIFY(gui().device_list->isColumnHidden(window->column("ui/memo")));
+        QVERIFY(gui().eq_button->isChecked());
+        QCOMPARE(gui().device_list->header()->sortIndicatorSection(), 0);
+    }
+
+    void a_shown_curve_stands_below_the_list_from_the_start()
+    {
+        gui().settings.setValue("eq_visible", true);
+        gui().settings.sync();
+        window->start();
+        QVERIFY(gui().eq_button->isChecked());
+        QCOMPARE(gui().eq_splitter->count(), 2);
+        gui().eq_button->setChecked(false);
+        QCOMPARE(gui().eq_splitter->count(), 1);
+    }
+
+    void hostile_settings_prevent_no_start_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("sort column beyond") << "sort_column" << QVariant(99);
+        QTest::newRow("sort column negative") << "sort_column" << QVariant(-5);
+        QTest::newRow("sort column text") << "sort_column" << QVariant("x");
+        QTest::newRow("sort order") << "sort_order" << QVariant(77);
+        QTest::newRow("geometry") << "geometry" << QVariant("not a geometry");
+        QTest::newRow("window state") << "windowState" << QVariant(QByteArray(5000, '\xff'));
+        QTest::newRow("splitter") << "property_splitter" << QVariant(QByteArray(50, '\x7f'));
+        QTest::newRow("list state") << "list_state" << QVariant(QByteArray(300, '\x7f'));
+        QTest::newRow("history") << "search_history" << QVariant(QVariantList{1, QVariant(), "x"});
+        QTest::newRow("network") << "current_network" << QVariant(QByteArray(10000, 'x'));
+        QTest::newRow("curve") << "eq_visible" << QVariant(QStringList{"a", "b"});
+    }
+    void hostile_settings_prevent_no_start()
+    {
+        QFETCH(QString, key);
+        QFETCH(QVariant, value);
+        gui().close();
+        gui().settings.setValue(key, value);
+        gui().settings.sync();
+        window->start();
+        gui().show();
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        QCOMPARE(gui().device_model.rowCount(), 1);
+    }
+
+    void a_settings_file_of_noise_prevents_no_start()
+    {
+        const QString path = gui().settings.fileName();
+        window->gui.reset();
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray("\x00\xff[\n=\n", 6).repeated(100000));
+        file.close();
+        window->start();
+        QCOMPARE(gui().column_ids.size(), size_t(83));
+    }
+
+    void settings_in_a_folders_place_prevent_no_start()
+    {
+        const QString path = gui().settings.fileName();
+        window->gui.reset();
+        QFile::remove(path);
+        QVERIFY(QDir().mkpath(path));
+        window->start();
+        gui().close();
+        QCOMPARE(gui().column_ids.size(), size_t(83));
+    }
+};
+
+WINDOW_TEST_MAIN(StartAndCloseTest)
+#include "start_and_close_test.moc"
