@@ -7,6 +7,7 @@
 #include "meter/log_text.h"
 #include "model/device.h"
 
+#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QJsonObject>
 #include <QMainWindow>
@@ -99,6 +100,7 @@ public:
     // ---- gui/gui_panel.cpp -------------------------------------------------------------------
     void build_panel_rows(QGridLayout *grid);
     void update_property(const std::string &key);
+    void update_row(Property *prop, const std::vector<Device *> &selection);
     void refresh_needed_rows();
     void refresh_all_rows();
     void mark_dependants(const Property *prop);
@@ -111,15 +113,23 @@ public:
     void set_row_enabled(Property *prop, bool enabled);
 
     // ---- gui/gui_edit.cpp --------------------------------------------------------------------
+    // The row's editor as a value: invalid for none, an ErrorValue for a refused input.
+    QVariant read_row_value(const Property *prop) const;
+    QString row_error_text(const Property *prop) const; // empty unless refused
     void set_edit_mode(bool on);
+    void drop_edits();
     void update_edit_buttons();
     void on_row_edited(Property *prop);
     void on_confirm();
+    bool shows_value_error();
     void on_cancel();
 
     // ---- gui/gui_search.cpp ------------------------------------------------------------------
     void refresh_search();
     void start_search_refresh(); // at most once per painted frame
+    bool show_matching_rows();
+    std::vector<int> shown_columns() const;
+    bool row_matches_search(int row, const std::vector<int> &columns) const;
     void commit_search();
 
     // ---- gui/gui_commands.cpp ----------------------------------------------------------------
@@ -164,7 +174,9 @@ public:
     void destroy_device(Device *device);
 
     // ---- model/gui_storage.cpp ---------------------------------------------------------------
-    void save_cache();
+    void save_cache(); // at once, and whole
+    void start_cache_save();
+    void continue_cache_save();
     void load_cache();
     void save_backup();
     void load_backup(uint32_t mask);
@@ -212,8 +224,8 @@ public:
     QUdpSocket broadcast_socket;
     QTimer discovery_timer;
 
-    std::map<QString, Device *> devices;                            // owned, by device id
-    std::map<std::string, std::unique_ptr<Property>> property_rows; // one per key
+    std::map<QString, Device *> devices; // owned, by device id
+    PropertyRows property_rows;          // one per key
 
     QStandardItemModel device_model;
     DeviceListView *device_list = nullptr;
@@ -242,6 +254,10 @@ public:
     QTimer panel_timer;
     QTimer search_timer;
     QTimer cache_timer;
+    QElapsedTimer search_pace; // since the last search refresh
+    QTimer cache_slice_timer;  // runs while a save is prepared in slices
+    QByteArray cache_text;     // what the slices have made so far
+    QString cache_position;    // id of the device they did last; null before the first
     QScrollArea *property_scroll = nullptr;
     QWidget *property_column = nullptr;
 

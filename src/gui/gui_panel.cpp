@@ -1,0 +1,137 @@
+// The property panel: which rows the selection has, and what they show.
+#include "eq/curve_widget.h"
+#include "gui/gui.h"
+#include "gui/selection_merge.h"
+#include "meter/meter_widget.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+
+namespace {
+
+// The widgets stay: the next refresh that shows the row rebuilds them, as the kind differs then.
+void hide_row(Property *prop)
+{
+    prop->desc.kind = PROP_NONE;
+    prop->caption->hide();
+    prop->holder->hide();
+}
+
+// A hidden row still takes the leading device's descriptor: its flags say which rows follow it.
+void take_leading_descriptor(Property *prop, const std::vector<Device *> &selection)
+{
+    if (selection.empty())
+        return;
+    const PropertyMap &properties = selection.front()->properties;
+    const auto desc = properties.find(prop->desc.key);
+    if (desc != properties.end())
+        prop->desc = desc->second;
+}
+
+} // namespace
+
+void Gui::build_panel_rows(QGridLayout *grid)
+{
+    for (const std::string &key : property_keys) {
+        auto prop = std::make_unique<Property>();
+        prop->desc.key = key;
+        prop->needs_update = true;
+        prop->caption = new QLabel(QString::fromStdString(key));
+        prop->holder = new QWidget;
+        prop->holder->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Minimum);
+        prop->holder->setAutoFillBackground(true);
+        prop->row_layout = new QHBoxLayout(prop->holder);
+        prop->row_layout->setSpacing(0);
+        const int row = grid->rowCount();
+        grid->addWidget(prop->caption, row, 0);
+        grid->addWidget(prop->holder, row, 1);
+        property_rows[key] = std::move(prop);
+    }
+    grid->setColumnStretch(1, 1);
+    grid->setRowStretch(grid->rowCount(), 1); // few rows stay at the top
+}
+
+void Gui::update_property(const std::string &key)
+{
+    if (Property *prop = property_row(key))
+        update_row(prop, selected_devices());
+}
+
+// Marking dependants goes by the flags of the last refresh, so it comes before the new descriptor.
+void Gui::update_row(Property *prop, const std::vector<Device *> &selection)
+{
+    prop->needs_update = false;
+    mark_dependants(prop);
+    const auto lookup = [this](const std::string &other) {
+        const Property *row = property_row(other);
+        return row ? *row : Property();
+    };
+    std::optional<MergedRow> merged
+        = merge_selection(selection, prop->desc.key, prop->edited, prop->value, lookup);
+    if (!merged) {
+        take_leading_descriptor(prop, selection);
+        hide_row(prop);
+        return;
+    }
+
+    // A cursor or an open popup survives a refresh that changes no descriptor.
+    const bool keeps_editor = merged->desc.same_editor(prop->desc);
+    prop->desc = std::move(merged->desc);
+    if (!keeps_editor)
+        rebuild_row_widgets(prop);
+    set_row_value(prop, merged->value, merged->uniform);
+    prop->caption->show();
+    prop->holder->show();
+    set_row_enabled(prop, editing && (prop->desc.flags & PF_READONLY) == 0);
+    if (!prop->meter_widget)
+        return;
+    if (selection.size() == 1)
+        prop->meter_widget->set_meter(&selection.front()->meter);
+    else
+        hide_row(prop);
+}
+
+void Gui::refresh_needed_rows()
+{
+    const std::vector<Device *> selection = selected_devices();
+    for (const std::string &key : property_keys) {
+        Property *prop = property_row(key);
+        if (prop->needs_update)
+            update_row(prop, selection);
+    }
+}
+
+void Gui::refresh_all_rows()
+{
+    const std::vector<Device *> selection = selected_devices();
+    for (const std::string &key : property_keys)
+        update_row(property_row(key), selection);
+}
+
+void Gui::mark_dependants(const Property *prop)
+{
+    const uint32_t mask = stale_mask(prop->desc.flags);
+    if (mask == 0)
+        return;
+    for (const auto &[key, row] : property_rows)
+        if ((row->desc.flags & mask) != 0)
+            row->needs_update = true;
+}
+
+Property *Gui::property_row(const std::string &key) const
+{
+    const auto found = property_rows.find(key);
+    return found == property_rows.end() ? nullptr : found->second.get();
+}
+
+// Twice, as source channels follow rows that stand behind them.
+void Gui::on_selection_changed()
+{
+    set_edit_mode(false);
+    refresh_all_rows();
+    refresh_all_rows();
+    update_edit_buttons();
+    refresh_eq_view();
+    update_identify_button();
+}
