@@ -107,7 +107,8 @@ void Gui::start_timers()
     cache_timer.setInterval(CACHE_DELAY);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
     connect(&search_timer, &QTimer::timeout, this, &Gui::refresh_search);
-    connect(&cache_timer, &QTimer::timeout, this, &Gui::save_cache);
+    connect(&cache_timer, &QTimer::timeout, this, &Gui::start_cache_save);
+    connect(&cache_slice_timer, &QTimer::timeout, this, &Gui::continue_cache_save);
 }
 
 // The connections come before the first list: the first entry selects itself.
@@ -147,8 +148,8 @@ void Gui::close_down()
 // would wipe the cache, so everything that could start work is stilled first.
 void Gui::destroy_devices()
 {
-    for (QTimer *timer :
-         {&discovery_timer, &panel_timer, &search_timer, &cache_timer, &meter_timer})
+    for (QTimer *timer : {&discovery_timer, &panel_timer, &search_timer, &cache_timer,
+                          &cache_slice_timer, &meter_timer})
         timer->stop();
     for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})
         disconnect(socket, nullptr, this, nullptr);

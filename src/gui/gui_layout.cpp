@@ -116,6 +116,8 @@ QWidget *Gui::build_top_bar()
     search_combo->lineEdit()->setPlaceholderText("🔍 Search");
     auto *commit = new QShortcut(QKeySequence(Qt::Key_Return), search_combo);
     connect(commit, &QShortcut::activated, this, &Gui::commit_search);
+    // The keypad's Enter is another key, which the shortcut leaves to the box.
+    connect(search_combo->lineEdit(), &QLineEdit::returnPressed, this, &Gui::commit_search);
 
     auto *bar = new QWidget;
     auto *layout = new QHBoxLayout(bar);

@@ -3,6 +3,7 @@
 
 #include "meter/meter_object.h"
 #include "model/meta.h"
+#include "model/saved_state.h"
 
 #include <QHostAddress>
 #include <QJsonObject>
@@ -62,7 +63,8 @@ struct Device
     bool log_paused = false;
     MeterObject meter;
 
-    int row_hint = -1; // where the list row was last seen; find_device_row checks it first
+    SavedText saved = {}; // this device's part of the cache file
+    int row_hint = -1;    // where the list row was last seen; find_device_row checks it first
 
     Device() = default;
     Device(const Device &) = delete;

@@ -1,0 +1,17 @@
+// Reads and replaces the files that keep device state, whatever stands at their paths.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+// The whole file; nothing when it can't be opened or is no regular file (a pipe would never end).
+// A file above 64 MiB comes as an empty text: it is none of ours, and reading it would take long.
+std::optional<QByteArray> read_saved_file(const QString &path);
+
+// Replaces the file in place, without a second file. The new text goes over the old one in a single
+// write, then what the old one was longer is cut off: a process that dies at any other moment
+// leaves either text whole, the new one with an old tail at worst. On a full disk the old text
+// stays. False when the text could not be written.
+bool replace_saved_file(const QString &path, const QByteArray &text);
