@@ -1,0 +1,148 @@
+// Faults that are switched on one simulated device.
+#include "model/meta.h"
+#include "simulator/device_faults.h"
+
+#include <QtTest>
+
+namespace {
+
+QString apply(SimulatedDevice &device, const char *name, const QJsonObject &members = {})
+{
+    MemberReader reader(members);
+    reader.allow({"fault"});
+    return apply_device_fault(device, name, reader);
+}
+
+} // namespace
+
+class SimulatorFaultsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { build_catalogue(); }
+
+    void switches_go_on_and_off()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        QVERIFY(device.is_reachable());
+        QCOMPARE(apply(device, "silent"), QString());
+        QVERIFY(!device.is_reachable());
+        QCOMPARE(apply(device, "return"), QString());
+        QVERIFY(device.is_reachable());
+        apply(device, "drop_replies");
+        apply(device, "drop_reports");
+        apply(device, "drop_frames");
+        QVERIFY(device.faults.drop_replies && device.faults.drop_reports
+                && device.faults.drop_frames);
+        apply(device, "keep_replies");
+        apply(device, "keep_reports");
+        apply(device, "keep_frames");
+        QVERIFY(!device.faults.drop_replies && !device.faults.drop_reports
+                && !device.faults.drop_frames);
+    }
+
+    void checksums_go_wrong_and_right_again()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        const QByteArray right = device.report();
+        apply(device, "wrong_checksum");
+        QVERIFY(device.report() != right);
+        QCOMPARE(device.report().chopped(8), right.chopped(8));
+        apply(device, "no_checksum");
+        QCOMPARE(device.report(), right.chopped(12));
+        apply(device, "right_checksum");
+        QCOMPARE(device.report(), right);
+        device.wants_checksum = false;
+        QCOMPARE(device.report(), right.chopped(12));
+    }
+
+    void loss_has_a_direction()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        QCOMPARE(apply(device, "loss", {{"percent", 5}}), QString());
+        QCOMPARE(device.faults.loss_in, 5.0);
+        QCOMPARE(device.faults.loss_out, 5.0);
+        apply(device, "loss", {{"percent", 0}, {"direction", "in"}});
+        QCOMPARE(device.faults.loss_in, 0.0);
+        QCOMPARE(device.faults.loss_out, 5.0);
+        QVERIFY(!apply(device, "loss", {{"percent", 101}}).isEmpty());
+        QVERIFY(!apply(device, "loss", {{"direction", "up"}}).isEmpty());
+        QCOMPARE(device.faults.loss_out, 5.0);
+    }
+
+    void state_is_set_and_removed()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        apply(device, "set",
+              {{"state", QJsonObject{{"dsp", QJsonObject{{"error", "hot"}}}, {"fw_magic", "x"}}}});
+        QCOMPARE(device.state.value("dsp").toObject().value("error").toString(), QString("hot"));
+        QVERIFY(device.state.value("dsp").toObject().contains("mute"));
+        QVERIFY(device.report().contains("\"error\":\"hot\""));
+        QCOMPARE(apply(device, "remove", {{"path", "dsp/mute"}}), QString());
+        QVERIFY(!device.state.value("dsp").toObject().contains("mute"));
+        QCOMPARE(apply(device, "remove", {{"path", "dsp/none/such"}}), QString());
+        QVERIFY(!device.state.value("dsp").toObject().contains("none"));
+        apply(device, "remove", {{"path", "dsp"}});
+        QVERIFY(!device.state.contains("dsp"));
+        QVERIFY(!apply(device, "remove").isEmpty());
+    }
+
+    void log_faults_change_only_what_is_named()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        QCOMPARE(apply(device, "log", {{"lose", 3}, {"rate", 50}, {"text", "hello"}}), QString());
+        QCOMPARE(apply(device, "log", {{"split_escapes", true}, {"pos", 4'294'967'290.0}}),
+                 QString());
+        QCOMPARE(device.log.faults.lose, 3);
+        QVERIFY(device.log.faults.split_escapes);
+        QCOMPARE(device.log.position, 4'294'967'290U);
+        QCOMPARE(device.log_rate, 50.0);
+        QCOMPARE(device.log_text, QByteArray("hello"));
+        QCOMPARE(apply(device, "log", {{"clear", true}}), QString());
+        QCOMPARE(device.log.faults.lose, 0);
+        QVERIFY(!device.log.faults.split_escapes);
+        QVERIFY(!apply(device, "log", {{"pos", -1}}).isEmpty());
+        QVERIFY(!apply(device, "log", {{"pos", 1e300}}).isEmpty());
+    }
+
+    void tftp_faults_are_read()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        TftpFaults &faults = device.tftp.faults;
+        QCOMPARE(apply(device, "tftp",
+                       {{"strike", "error"}, {"at_block", 9}, {"code", 1}, {"text", "no"}}),
+                 QString());
+        QCOMPARE(faults.strike, TftpStrike::ERROR_SENT);
+        QCOMPARE(faults.at_block, 9);
+        QCOMPARE(faults.times, 1);
+        QCOMPARE(faults.code, 1);
+        QCOMPARE(faults.bytes, QByteArray("no"));
+        QCOMPARE(apply(device, "tftp", {{"ack_delay", 5}, {"refuse", "worn out"}}), QString());
+        QCOMPARE(faults.strike, TftpStrike::ERROR_SENT);
+        QCOMPARE(faults.ack_delay, 5);
+        QCOMPARE(faults.refuse, QString("worn out"));
+        QCOMPARE(apply(device, "tftp", {{"strike", "raw"}, {"base64", "AAQ="}}), QString());
+        QCOMPARE(faults.bytes, QByteArray("\0\4", 2));
+        QCOMPARE(faults.at_block, -1); // a new strike starts from the usual values
+        QCOMPARE(apply(device, "tftp", {{"clear", true}}), QString());
+        QCOMPARE(faults.strike, TftpStrike::NONE);
+        QCOMPARE(faults.ack_delay, 0);
+        QVERIFY(!apply(device, "tftp", {{"strike", "lightning"}}).isEmpty());
+    }
+
+    void a_wrong_request_changes_nothing()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        QCOMPARE(apply(device, "silent", {{"ms", 5}}), QString("unknown member \"ms\""));
+        QVERIFY(device.is_reachable());
+        QVERIFY(!apply(device, "delay", {{"ms", "5"}}).isEmpty());
+        QCOMPARE(device.faults.delay, 0);
+        QCOMPARE(apply(device, "sulk"), QString("unknown fault \"sulk\""));
+        QVERIFY(is_device_fault("silent"));
+        QVERIFY(!is_device_fault("sulk"));
+    }
+};
+
+QTEST_GUILESS_MAIN(SimulatorFaultsTest)
+#include "simulator_faults_test.moc"

@@ -1,0 +1,587 @@
+// The real simulator over a real cable: one end is the fleet's, in a network of its own.
+#include "link/crc32.h"
+#include "support/private_network.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkDatagram>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QUdpSocket>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+const QHostAddress MANAGER("10.71.0.1");
+constexpr int DEVICES = 6;
+
+constexpr const char *FLEET = R"({"devices": [
+    {"product": "Y6", "name": "One", "levels": 50},
+    {"product": 1000, "name": "Two"},
+    {"product": 0, "name": "Three", "firmware_version": "1.1"},
+    {"product": "e5", "name": "Four", "faults": [{"fault": "no_checksum"}]},
+    {"product": "e5", "name": "Five", "fw_magic": 1},
+    {"product": 2001, "name": "Six"}]})";
+
+struct Heard
+{
+    QHostAddress from = {};
+    QJsonObject object = {};
+    QByteArray attachment = {};
+    bool has_checksum = false;
+    bool is_right = false;
+
+    bool is_report() const { return object.value("product").toString() == "KESTA"; }
+    bool is_reply() const { return object.contains("status"); }
+    QString command() const { return object.value("command").toString(); }
+};
+
+Heard take_apart(const QNetworkDatagram &datagram)
+{
+    QByteArray bytes = datagram.data();
+    Heard heard{.from = datagram.senderAddress()};
+    heard.has_checksum = bytes.size() > 12 && bytes.mid(bytes.size() - 12, 4) == "\n//#";
+    if (heard.has_checksum) {
+        const uint32_t told = bytes.right(8).toUInt(nullptr, 16);
+        bytes.chop(12);
+        heard.is_right = told
+            == crc32(0, reinterpret_cast<const uint8_t *>(bytes.constData()),
+                     static_cast<size_t>(bytes.size()));
+    }
+    const int separator = bytes.indexOf('\0');
+    if (separator >= 0) {
+        heard.attachment = bytes.mid(separator + 1);
+        bytes.truncate(separator);
+    }
+    heard.object = QJsonDocument::fromJson(bytes).object();
+    return heard;
+}
+
+void run_ip(const QString &arguments)
+{
+    if (QProcess::execute("ip", arguments.split(' ')) != 0)
+        qFatal("ip %s failed", qPrintable(arguments));
+}
+
+QByteArray output_of(const QString &command)
+{
+    QProcess process;
+    process.start("/bin/sh", {"-c", command});
+    process.waitForFinished();
+    return process.readAllStandardOutput();
+}
+
+} // namespace
+
+class SimulatorFleetTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    QProcess simulator;
+    QUdpSocket socket;
+    QUdpSocket tftp;
+    QList<QJsonObject> lines; // from the simulator's standard output
+    QList<Heard> heard;
+    int next_id = 0;
+
+    // Starts the fleet on the far end of a cable whose near end is "loudspeakers".
+    void start_fleet()
+    {
+        QFile file(folder.filePath("fleet.json"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(FLEET);
+        file.close();
+        const char *script = "ip link set lo up\n"
+                             "ip link add fleet type veth peer name loudspeakers netns \"$1\"\n"
+                             "ip link set fleet up\n"
+                             "exec \"${@:2}\"\n";
+        const QString own_pid = QString::number(QCoreApplication::applicationPid());
+        const QString options = "--interface fleet --spread 20 --flash-time 50 --reboot-time 200 "
+                                "--log-rate 200 --prefix-length 24 --exit-with-stdin";
+        simulator.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        simulator.start("unshare",
+                        QStringList{"--net", "--", "bash", "-c", script, "fleet", own_pid,
+                                    SIMULATOR_PATH, "--fleet", file.fileName(), "--store",
+                                    folder.filePath("store")}
+                            + options.split(' '));
+        QTRY_VERIFY(!lines.isEmpty());
+        QCOMPARE(lines[0], (QJsonObject{{"ready", true}, {"devices", DEVICES}, {"tftp", true}}));
+    }
+
+    void read_lines()
+    {
+        while (simulator.canReadLine())
+            lines.append(QJsonDocument::fromJson(simulator.readLine()).object());
+    }
+
+    void read_datagrams()
+    {
+        while (socket.hasPendingDatagrams())
+            heard.append(take_apart(socket.receiveDatagram()));
+    }
+
+    QJsonObject line_with(const char *member, const QJsonValue &value) const
+    {
+        for (const QJsonObject &line : lines)
+            if (line.value(QLatin1String(member)) == value)
+                return line;
+        return {};
+    }
+
+    QJsonObject ask(QJsonObject request)
+    {
+        const int id = ++next_id;
+        request.insert("id", id);
+        simulator.write(QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n');
+        if (!QTest::qWaitFor([this, id] { return !line_with("id", id).isEmpty(); }))
+            qFatal("the simulator gave no answer");
+        return line_with("id", id);
+    }
+
+    void fault(const QJsonValue &device, const char *name, QJsonObject members = {})
+    {
+        members.insert("fault", name);
+        members.insert("device", device);
+        const QJsonObject answer = ask(members);
+        QVERIFY2(answer.value("ok").toBool(), qPrintable(answer.value("error").toString()));
+    }
+
+    QJsonObject stats(int device)
+    {
+        return ask({{"stats", true}, {"device", device}})
+            .value("stats")
+            .toArray()
+            .first()
+            .toObject();
+    }
+
+    void send(const char *to, const QByteArray &bytes)
+    {
+        QCOMPARE(socket.writeDatagram(bytes, QHostAddress(QString(to)), 7054), bytes.size());
+    }
+
+    void request_reports(const char *to = "10.71.0.255")
+    {
+        send(to, R"({"command":"device_info","add_crc":true,"metering":true})");
+    }
+
+    QList<Heard> heard_from(const QHostAddress &from) const
+    {
+        QList<Heard> found;
+        for (const Heard &one : heard)
+            if (one.from == from)
+                found.append(one);
+        return found;
+    }
+
+    QJsonObject last_report(const QHostAddress &from) const
+    {
+        QJsonObject report;
+        for (const Heard &one : heard_from(from))
+            if (one.is_report())
+                report = one.object;
+        return report;
+    }
+
+    int count(const QHostAddress &from, bool (Heard::*is_kind)() const) const
+    {
+        int found = 0;
+        for (const Heard &one : heard_from(from))
+            found += (one.*is_kind)() ? 1 : 0;
+        return found;
+    }
+
+    // A silent stretch can't be waited for but by the answer of someone else: the device at .15.
+    void wait_for_the_others()
+    {
+        const int before = count(QHostAddress("10.71.0.15"), &Heard::is_report);
+        request_reports();
+        QTRY_VERIFY(count(QHostAddress("10.71.0.15"), &Heard::is_report) > before);
+        // Reports of one request come within 20 ms; this one is sent after them.
+        request_reports("10.71.0.15");
+        QTRY_VERIFY(count(QHostAddress("10.71.0.15"), &Heard::is_report) > before + 1);
+        ask({{"stats", true}}); // answered after all that was due
+    }
+
+    QByteArray tftp_exchange(const char *to, const QByteArray &packet)
+    {
+        tftp.writeDatagram(packet, QHostAddress(QString(to)), 69);
+        if (!QTest::qWaitFor([this] { return tftp.hasPendingDatagrams(); }))
+            return "no answer";
+        const QNetworkDatagram answer = tftp.receiveDatagram();
+        return answer.senderPort() == 69 ? answer.data() : QByteArray("another port");
+    }
+
+    void upload(const char *to, const QByteArray &file)
+    {
+        QCOMPARE(tftp_exchange(to, QByteArray("\0\2firmware.bin\0octet\0", 21)),
+                 QByteArray("\0\4\0\0", 4));
+        for (int block = 1; block <= file.size() / 512 + 1; ++block) {
+            const char number[2] = {static_cast<char>(block >> 8), static_cast<char>(block)};
+            const QByteArray tail = QByteArray(number, 2);
+            const QByteArray answer = tftp_exchange(
+                to, QByteArray("\0\3", 2) + tail + file.mid((block - 1) * 512, 512));
+            QCOMPARE(answer, QByteArray("\0\4", 2) + tail);
+        }
+    }
+
+private slots:
+    void initTestCase()
+    {
+        connect(&simulator, &QProcess::readyReadStandardOutput, this,
+                &SimulatorFleetTest::read_lines);
+        connect(&socket, &QUdpSocket::readyRead, this, &SimulatorFleetTest::read_datagrams);
+        start_fleet();
+        run_ip("address add 10.71.0.1/24 broadcast + dev loudspeakers");
+        run_ip("link set loudspeakers up");
+        QVERIFY(socket.bind(MANAGER, 7054));
+        QVERIFY(tftp.bind(MANAGER, 69));
+    }
+
+    void init()
+    {
+        for (const char *back : {"return", "keep_replies", "keep_reports", "right_checksum"})
+            fault("all", back);
+        lines.clear();
+        heard.clear();
+    }
+
+    void every_device_answers_from_its_own_address()
+    {
+        request_reports();
+        QSet<QString> ids;
+        for (int i = 0; i < DEVICES; ++i) {
+            const QHostAddress address(QHostAddress("10.71.0.10").toIPv4Address()
+                                       + static_cast<quint32>(i));
+            QTRY_COMPARE(count(address, &Heard::is_report), 1);
+            const QJsonObject report = last_report(address);
+            QCOMPARE(report.value("net").toObject().value("ip").toString(), address.toString());
+            ids.insert(report.value("device_id").toString());
+        }
+        QCOMPARE(ids.size(), DEVICES);
+        for (const Heard &one : heard)
+            QVERIFY(one.has_checksum && one.is_right);
+    }
+
+    void without_add_crc_there_is_no_trailer()
+    {
+        send("10.71.0.10", R"({"command":"device_info"})");
+        const QHostAddress address("10.71.0.10");
+        QTRY_COMPARE(count(address, &Heard::is_report), 1);
+        QVERIFY(!heard_from(address).last().has_checksum);
+    }
+
+    void a_request_to_one_is_answered_by_one()
+    {
+        request_reports("10.71.0.12");
+        QTRY_COMPARE(count(QHostAddress("10.71.0.12"), &Heard::is_report), 1);
+        QCOMPARE(count(QHostAddress("10.71.0.10"), &Heard::is_report), 0);
+    }
+
+    void a_command_is_answered_and_shows_in_the_next_report()
+    {
+        const QHostAddress address("10.71.0.10");
+        send("10.71.0.10", R"({"command":"set_params","seq":1,"ui":{"name":"Changed"}})");
+        QTRY_COMPARE(count(address, &Heard::is_reply), 1);
+        QCOMPARE(heard_from(address).last().object.value("seq").toInt(), 1);
+        request_reports();
+        QTRY_COMPARE(count(address, &Heard::is_report), 1);
+        QCOMPARE(last_report(address).value("ui").toObject().value("name").toString(),
+                 QString("Changed"));
+        const QJsonArray commands = stats(0).value("commands").toArray();
+        QCOMPARE(commands.last().toObject().value("ui").toObject().value("name").toString(),
+                 QString("Changed"));
+    }
+
+    void a_blinking_device_says_so_on_standard_output()
+    {
+        send("10.71.0.11", R"({"command":"blink_leds","seq":1})");
+        QTRY_VERIFY(!line_with("event", "blink").isEmpty());
+        QCOMPARE(line_with("event", "blink").value("index").toInt(), 1);
+    }
+
+    void garbage_is_answered_and_ends_nothing()
+    {
+        for (const QByteArray &bytes : {QByteArray("{"), QByteArray(), QByteArray("[1]"),
+                                        QByteArray(60'000, '['), QByteArray("\xff\xfe\0x", 4)})
+            send("10.71.0.10", bytes);
+        QTRY_COMPARE(count(QHostAddress("10.71.0.10"), &Heard::is_reply), 5);
+        // What a device says gets no answer, so that two fleets leave each other alone.
+        send("10.71.0.10", R"({"command":"set_params","status":"ok"})");
+        send("10.71.0.255", R"({"command":"blink_leds"})");
+        wait_for_the_others();
+        QCOMPARE(count(QHostAddress("10.71.0.10"), &Heard::is_reply), 5);
+    }
+
+    void metering_frames_come_to_the_asker()
+    {
+        request_reports();
+        const auto frame_from = [this](const char *address) {
+            for (const Heard &one : heard_from(QHostAddress(QString(address))))
+                if (one.command() == "broadcast_info")
+                    return one.object.value("metering").toObject();
+            return QJsonObject();
+        };
+        QTRY_COMPARE(frame_from("10.71.0.10").value("channel_peaks").toArray().size(), 1);
+        QTRY_COMPARE(frame_from("10.71.0.15").value("channel_peaks").toArray().size(), 32);
+        QTRY_COMPARE(frame_from("10.71.0.11").value("channel_overdrive").toArray().size(), 8);
+    }
+
+    void a_silent_device_returns()
+    {
+        const QHostAddress address("10.71.0.10");
+        fault("One", "silent");
+        wait_for_the_others();
+        QCOMPARE(count(address, &Heard::is_report), 0);
+        fault(0, "return");
+        request_reports();
+        QTRY_COMPARE(count(address, &Heard::is_report), 1);
+    }
+
+    void a_fault_can_come_later()
+    {
+        const QHostAddress address("10.71.0.10");
+        fault(0, "silent");
+        fault(0, "return", {{"after", 0.05}});
+        QTRY_VERIFY(stats(0).value("reachable").toBool());
+    }
+
+    void dropped_replies_leave_the_reports()
+    {
+        const QHostAddress address("10.71.0.10");
+        fault(0, "drop_replies");
+        send("10.71.0.10", R"({"command":"blink_leds","seq":1})");
+        wait_for_the_others();
+        QCOMPARE(count(address, &Heard::is_reply), 0);
+        QCOMPARE(count(address, &Heard::is_report), 1);
+        QCOMPARE(stats(0).value("commands_received").toInt() > 0, true);
+    }
+
+    void a_wrong_checksum_is_wrong()
+    {
+        fault(0, "wrong_checksum");
+        request_reports("10.71.0.10");
+        QTRY_VERIFY(!heard_from(QHostAddress("10.71.0.10")).isEmpty());
+        QVERIFY(heard_from(QHostAddress("10.71.0.10")).last().has_checksum);
+        QVERIFY(!heard_from(QHostAddress("10.71.0.10")).last().is_right);
+    }
+
+    void a_changed_address_is_a_new_address()
+    {
+        fault(0, "change_address", {{"address", "10.71.0.77"}});
+        request_reports();
+        QTRY_COMPARE(count(QHostAddress("10.71.0.77"), &Heard::is_report), 1);
+        request_reports("10.71.0.77");
+        QTRY_COMPARE(count(QHostAddress("10.71.0.77"), &Heard::is_report), 2);
+        QCOMPARE(count(QHostAddress("10.71.0.10"), &Heard::is_report), 0);
+        fault(0, "change_address", {{"address", "10.71.0.10"}});
+    }
+
+    void two_devices_can_share_an_address()
+    {
+        fault(0, "change_address", {{"address", "10.71.0.11"}});
+        request_reports("10.71.0.11");
+        QTRY_COMPARE(count(QHostAddress("10.71.0.11"), &Heard::is_report), 2);
+        fault(0, "change_address", {{"address", "10.71.0.10"}});
+    }
+
+    void raw_bytes_are_sent_as_they_are()
+    {
+        request_reports(); // the fleet has to know whom
+        QTRY_VERIFY(count(QHostAddress("10.71.0.10"), &Heard::is_report) == 1);
+        fault(0, "send_raw", {{"base64", "eyJzdGF0dXMiOiJyYXcifQ=="}, {"times", 3}});
+        QTRY_COMPARE(count(QHostAddress("10.71.0.10"), &Heard::is_reply), 3);
+        QCOMPARE(heard_from(QHostAddress("10.71.0.10")).last().object.value("status").toString(),
+                 QString("raw"));
+    }
+
+    void a_log_streams_while_logging_is_on()
+    {
+        const QHostAddress address("10.71.0.10");
+        send("10.71.0.10", R"({"command":"set_params","seq":1,"logging":{"en":true}})");
+        const auto messages = [this, &address] {
+            QList<Heard> found;
+            for (const Heard &one : heard_from(address))
+                if (one.command() == "raw_log")
+                    found.append(one);
+            return found;
+        };
+        QTRY_VERIFY(messages().size() >= 20);
+        qint64 position = messages().first().object.value("pos").toInt();
+        for (const Heard &message : messages()) {
+            QCOMPARE(message.object.value("pos").toInt(), int(position));
+            const int length = static_cast<uint8_t>(message.attachment[0])
+                + 256 * static_cast<uint8_t>(message.attachment[1]);
+            QCOMPARE(length, message.attachment.size() - 2);
+            position += length;
+        }
+        QVERIFY(messages().first().attachment.contains("boot"));
+        send("10.71.0.10", R"({"command":"set_params","seq":1,"logging":{"en":false}})");
+        QTRY_VERIFY(!stats(0).value("logging").toBool());
+    }
+
+    void a_reboot_ends_logging_and_starts_the_stream_anew()
+    {
+        const QHostAddress address("10.71.0.10");
+        send("10.71.0.10", R"({"command":"set_params","seq":1,"logging":{"en":true}})");
+        QTRY_VERIFY(stats(0).value("log_bytes_sent").toInt() > 0);
+        fault(0, "reboot");
+        QVERIFY(!stats(0).value("reachable").toBool());
+        QTRY_VERIFY(!line_with("event", "boot").isEmpty());
+        request_reports();
+        QTRY_VERIFY(!last_report(address).isEmpty());
+        const QJsonObject logging = last_report(address).value("logging").toObject();
+        QCOMPARE(logging.value("en"), QJsonValue(false));
+        heard.clear();
+        send("10.71.0.10", R"({"command":"set_params","seq":1,"logging":{"en":true}})");
+        QTRY_VERIFY(!heard_from(address).isEmpty()
+                    && heard_from(address).last().command() == "raw_log");
+        for (const Heard &one : heard_from(address))
+            if (one.command() == "raw_log") {
+                QCOMPARE(one.object.value("pos").toInt(), 0);
+                break;
+            }
+        fault(0, "set", {{"state", QJsonObject{{"logging", QJsonObject{{"en", false}}}}}});
+        QVERIFY(!stats(0).value("logging").toBool());
+    }
+
+    void firmware_is_stored_and_runs_after_a_reboot()
+    {
+        QFile file(STAND_IN_IMAGE);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray image = file.readAll();
+        fault(2, "set", {{"state", QJsonObject{{"firmware_version", "1.1"}}}});
+        upload("10.71.0.12", image);
+        QTRY_VERIFY(!line_with("event", "boot").isEmpty());
+        const QJsonObject event = line_with("event", "upload");
+        QVERIFY(event.value("ok").toBool());
+        QFile stored(event.value("stored").toString());
+        QVERIFY(stored.open(QIODevice::ReadOnly));
+        QCOMPARE(stored.readAll(), image);
+        request_reports("10.71.0.12");
+        QTRY_COMPARE(last_report(QHostAddress("10.71.0.12")).value("firmware_version").toString(),
+                     QString("v1.5.5.8d"));
+    }
+
+    void a_wrong_image_is_refused_in_the_report()
+    {
+        QFile file(STAND_IN_IMAGE);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        upload("10.71.0.14", file.readAll()); // its "fw_magic" is 1
+        request_reports("10.71.0.14");
+        const QHostAddress address("10.71.0.14");
+        QTRY_COMPARE(last_report(address).value("firmware_update_error").toString(),
+                     QString("image is for another module"));
+        QVERIFY(stats(4).value("reachable").toBool());
+    }
+
+    void an_upload_can_be_struck_by_an_error()
+    {
+        fault(3, "tftp", {{"strike", "error"}, {"at_block", 0}, {"code", 2}, {"text", "x"}});
+        QCOMPARE(tftp_exchange("10.71.0.13", QByteArray("\0\2firmware.bin\0octet\0", 21)),
+                 QByteArray("\0\5\0\2x\0", 6));
+        fault(3, "tftp", {{"clear", true}});
+    }
+
+    void wrong_requests_are_answered_with_an_error()
+    {
+        QVERIFY(ask({{"fault", "silent"}, {"device", 99}}).contains("error"));
+        QVERIFY(ask({{"fault", "silent"}}).contains("error"));
+        QVERIFY(ask({{"fault", "sulk"}, {"device", 0}}).contains("error"));
+        QVERIFY(ask({{"nothing", 1}}).contains("error"));
+        QVERIFY(ask({{"options", QJsonObject{{"spread", -1}}}}).contains("error"));
+        QVERIFY(ask({{"options", QJsonObject{{"spread", 20}}}}).contains("ok"));
+        simulator.write("no json\n[1]\n\n");
+        QTRY_COMPARE(lines.size(), 8);
+        QVERIFY(lines[6].contains("error") && lines[7].contains("error"));
+    }
+
+    void the_state_can_be_asked_for()
+    {
+        const QJsonObject answer = ask({{"state", true}, {"device", QJsonArray{0, "Two"}}});
+        const QJsonArray states = answer.value("states").toArray();
+        QCOMPARE(states.size(), 2);
+        QCOMPARE(states.last().toObject().value("ui").toObject().value("name").toString(),
+                 QString("Two"));
+    }
+
+    // From here on the fleet is gone.
+    void the_end_of_standard_input_ends_it()
+    {
+        simulator.closeWriteChannel();
+        QTRY_COMPARE(simulator.state(), QProcess::NotRunning);
+        QCOMPARE(simulator.exitCode(), 0);
+    }
+
+    void its_addresses_go_with_it()
+    {
+        socket.close();
+        tftp.close();
+        run_ip("link add spare type veth peer name other");
+        run_ip("link set spare up");
+        run_ip("address add 10.72.0.5/16 dev spare");
+        const char *listing = "ip route show table local dev spare; ip -o address show spare";
+        const QByteArray before = output_of(listing);
+        for (const bool has_network : {true, false}) {
+            QProcess process;
+            const QString first = has_network ? "10.72.0.5" : "10.73.0.5";
+            process.start(SIMULATOR_PATH,
+                          {"--count", "300", "--interface", "spare", "--first-address", first});
+            QVERIFY(process.waitForReadyRead());
+            const QByteArray during = output_of(listing);
+            QVERIFY2(during.contains(has_network ? "10.72.0.6/31" : "10.73.0.6/31"), during.constData());
+            process.terminate();
+            QVERIFY(process.waitForFinished());
+            QCOMPARE(process.exitCode(), 0);
+            QCOMPARE(output_of(listing), before);
+        }
+    }
+
+    void what_cannot_start_says_why_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<int>("exit_code");
+        QTest::newRow("nothing to play") << ""
+                                         << "say which devices" << 2;
+        QTest::newRow("no such file") << "--fleet /nowhere --addresses-exist"
+                                      << "/nowhere: No such file" << 1;
+        QTest::newRow("no such interface") << "--count 1 --interface none"
+                                           << "no network interface \"none\"" << 1;
+        QTest::newRow("port taken") << "--count 1 --addresses-exist"
+                                    << "UDP port 7054" << 1;
+    }
+
+    void what_cannot_start_says_why()
+    {
+        QFETCH(QString, arguments);
+        QFETCH(QString, error);
+        QFETCH(int, exit_code);
+        QUdpSocket other;
+        QVERIFY(other.bind(QHostAddress(), 7054));
+        QProcess process;
+        process.start(SIMULATOR_PATH, arguments.split(' ', Qt::SkipEmptyParts));
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), exit_code);
+        const QString complaint = QString::fromLocal8Bit(process.readAllStandardError());
+        QVERIFY2(complaint.contains(error), qPrintable(complaint));
+        QVERIFY(process.readAllStandardOutput().isEmpty());
+    }
+};
+
+int main(int argc, char **argv)
+{
+    std::string reason;
+    if (!enter_private_network(&reason))
+        qFatal("no private network: %s", reason.c_str());
+    QCoreApplication application(argc, argv);
+    SimulatorFleetTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "simulator_fleet_test.moc"

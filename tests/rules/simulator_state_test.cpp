@@ -1,0 +1,323 @@
+// The state that simulated devices report, and how commands change it.
+#include "link/crc32.h"
+#include "model/json_path.h"
+#include "model/meta.h"
+#include "simulator/device_commands.h"
+#include "simulator/fleet_mix.h"
+#include "simulator/loudspeaker_state.h"
+#include "simulator/simulated_device.h"
+
+#include <QJsonDocument>
+#include <QtTest>
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+DevicePlan loudspeaker_plan()
+{
+    return {.product_id = 6, .name = "Front fill 1", .location = "Stage lip", .order = 3};
+}
+
+QJsonObject command(const char *name, QJsonObject members = {})
+{
+    members.insert("command", name);
+    members.insert("seq", 1);
+    members.insert("api_version", 6);
+    return members;
+}
+
+QJsonValue at(const QJsonObject &object, const std::vector<std::string> &path)
+{
+    return json_get_path(object, path);
+}
+
+bool is_offered(const PropertyDesc &desc, const QVariant &value)
+{
+    return std::any_of(desc.choices.begin(), desc.choices.end(),
+                       [&value](const PropertyChoice &choice) { return choice.value == value; });
+}
+
+} // namespace
+
+class SimulatorStateTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { build_catalogue(); }
+
+    void every_property_has_a_value_of_its_type_data()
+    {
+        QTest::addColumn<int>("product_id");
+        for (const ProductDesc &product : product_table)
+            QTest::newRow(product.name.c_str()) << product.product_id;
+    }
+
+    void every_property_has_a_value_of_its_type()
+    {
+        QFETCH(int, product_id);
+        const SimulatedDevice device(0, {.product_id = product_id, .name = "x"}, 5);
+        for (const auto &[key, desc] : find_product(product_id).properties) {
+            const QVariant value = value_from_json(device.state, desc);
+            if (desc.kind == PROP_DUMMY)
+                continue;
+            QVERIFY2(value.isValid(), key.c_str());
+            if (!desc.choices.empty())
+                QVERIFY2(is_offered(desc, value), key.c_str());
+            if (desc.kind != PROP_INT && desc.kind != PROP_FLOAT)
+                continue;
+            QVERIFY2(value.toDouble() >= desc.min, key.c_str());
+            QVERIFY2(value.toDouble() <= desc.max, key.c_str());
+        }
+    }
+
+    void a_preset_is_one_of_the_first_bank()
+    {
+        for (const ProductDesc &product : product_table) {
+            if (product.preset_names.empty())
+                continue;
+            const SimulatedDevice device(0, {.product_id = product.product_id}, 7);
+            const int preset = at(device.state, {"dsp", "preset"}).toInt(-1);
+            QVERIFY(preset >= 0);
+            QVERIFY(preset < static_cast<int>(product.preset_names.front().size()));
+        }
+    }
+
+    void a_source_channel_is_one_of_the_chosen_session_or_none()
+    {
+        for (uint64_t seed = 0; seed < 20; ++seed) {
+            const SimulatedDevice device(0, {.product_id = 1000}, seed);
+            const QString playing = at(device.state, {"stream", "name"}).toString();
+            int channels = 0;
+            for (const QJsonValue &session : at(device.state, {"streams", "list"}).toArray())
+                if (session.toObject().value("n").toString() == playing)
+                    channels = session.toObject().value("c").toInt();
+            for (int i = 0; i < 8; ++i) {
+                const std::string channel = "ch" + std::to_string(i);
+                QCOMPARE(at(device.state, {"stream", channel}).toInt(), i < channels ? i : -1);
+            }
+        }
+    }
+
+    void a_report_has_all_that_makes_it_one()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        QByteArray report = device.report();
+        const int size = report.size();
+        QVERIFY2(size > 2000 && size < 3000, qPrintable(QString::number(size)));
+        const QByteArray covered = report.chopped(12);
+        QCOMPARE(report.mid(covered.size(), 4), QByteArray("\n//#"));
+        const uint32_t sum = crc32(0, reinterpret_cast<const uint8_t *>(covered.constData()),
+                                   static_cast<size_t>(covered.size()));
+        QCOMPARE(report.right(8).toUInt(nullptr, 16), sum);
+        QVERIFY(covered.endsWith("}\n"));
+        const QJsonObject object = QJsonDocument::fromJson(covered).object();
+        QCOMPARE(object.value("product").toString(), QString("KESTA"));
+        QCOMPARE(object.value("seq"), QJsonValue(0));
+        QVERIFY(!object.value("device_id").toString().isEmpty());
+        QCOMPARE(object.value("fw_magic").toDouble(), double{0x354A2936});
+        QCOMPARE(object.value("firmware_version").toString(), QString("v1.5.5.8d"));
+        QCOMPARE(at(object, {"ui", "name"}).toString(), QString("Front fill 1"));
+        QCOMPARE(at(object, {"ui", "loc"}).toString(), QString("Stage lip"));
+        QCOMPARE(at(object, {"ui", "order"}).toInt(), 3);
+        QCOMPARE(at(object, {"logging", "en"}), QJsonValue(false));
+        QCOMPARE(at(object, {"streams", "list"}).toArray().size(), 5);
+    }
+
+    void an_unchanged_report_is_not_made_anew()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QByteArray first = device.report();
+        QCOMPARE(device.report().constData(), first.constData());
+        device.state.insert("firmware_version", "v9");
+        device.state_changed();
+        QVERIFY(device.report().contains("\"v9\""));
+    }
+
+    void equal_seeds_make_equal_devices()
+    {
+        QCOMPARE(SimulatedDevice(0, loudspeaker_plan(), 4).state,
+                 SimulatedDevice(0, loudspeaker_plan(), 4).state);
+        QVERIFY(SimulatedDevice(0, loudspeaker_plan(), 4).device_id()
+                != SimulatedDevice(0, loudspeaker_plan(), 5).device_id());
+    }
+
+    void the_plan_wins_over_what_is_drawn()
+    {
+        DevicePlan plan = loudspeaker_plan();
+        plan.device_id = "my id";
+        plan.firmware_version = "1.1";
+        plan.fw_magic = 0;
+        plan.sessions = QJsonArray();
+        plan.state = {{"dsp", QJsonObject{{"level", 6}}}};
+        const SimulatedDevice device(0, plan, 1);
+        QCOMPARE(device.device_id(), QString("my id"));
+        QCOMPARE(device.state.value("firmware_version").toString(), QString("1.1"));
+        QCOMPARE(device.fw_magic(), uint32_t{0});
+        QCOMPARE(at(device.state, {"dsp", "level"}).toInt(), 6);
+        QVERIFY(at(device.state, {"dsp", "mute"}).isBool());
+        QVERIFY(at(device.state, {"streams", "list"}).toArray().isEmpty());
+    }
+
+    void a_product_that_nobody_knows_can_be_played()
+    {
+        const SimulatedDevice device(0, {.product_id = 9999}, 1);
+        QCOMPARE(device.state.value("product_id").toInt(), 9999);
+    }
+
+    void a_magic_number_out_of_range_is_no_magic_number()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        device.state.insert("fw_magic", 1e300);
+        QCOMPARE(device.fw_magic(), uint32_t{0});
+        device.state.insert("fw_magic", -1);
+        QCOMPARE(device.fw_magic(), uint32_t{0});
+    }
+
+    void merging_goes_down_member_by_member()
+    {
+        QJsonObject target{{"a", QJsonObject{{"b", QJsonObject{{"c", 1}, {"d", 2}}}, {"e", 3}}}};
+        merge_members(target, {{"a", QJsonObject{{"b", QJsonObject{{"c", 9}}}}}, {"f", 4}});
+        QCOMPARE(target,
+                 (QJsonObject{{"a", QJsonObject{{"b", QJsonObject{{"c", 9}, {"d", 2}}}, {"e", 3}}},
+                              {"f", 4}}));
+    }
+
+    void merging_replaces_what_is_no_object_on_both_sides()
+    {
+        QJsonObject target{{"a", 1}, {"b", QJsonObject{{"c", 1}}}, {"l", QJsonArray{1, 2}}};
+        merge_members(target, {{"a", QJsonObject{{"x", 1}}}, {"b", 5}, {"l", QJsonArray{3}}});
+        QCOMPARE(target,
+                 (QJsonObject{{"a", QJsonObject{{"x", 1}}}, {"b", 5}, {"l", QJsonArray{3}}}));
+    }
+
+    void a_command_shows_in_the_next_report()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        device.report();
+        answer_command(device, command("set_params", {{"ui", QJsonObject{{"name", "New name"}}}}));
+        const QJsonObject report
+            = QJsonDocument::fromJson(device.report().chopped(TRAILER_SIZE)).object();
+        QCOMPARE(at(report, {"ui", "name"}).toString(), QString("New name"));
+        QCOMPARE(at(report, {"ui", "loc"}).toString(), QString("Stage lip"));
+        QVERIFY(!report.contains("command"));
+        QCOMPARE(report.value("seq").toInt(), 0);
+    }
+
+    void a_command_changes_neither_identity_nor_firmware()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QJsonObject before = device.state;
+        answer_command(device,
+                       command("set_params",
+                               {{"device_id", "x"},
+                                {"product", "x"},
+                                {"product_id", 7},
+                                {"fw_magic", 1},
+                                {"firmware_version", "x"}}));
+        QCOMPARE(device.state, before);
+    }
+
+    void a_device_without_a_product_takes_one()
+    {
+        SimulatedDevice device(0, {.product_id = 0, .name = "Module", .location = "Rack"}, 1);
+        device.state.insert("firmware_version", "1.1");
+        const QString id = device.device_id();
+        answer_command(device, command("set_params", {{"product_id", 29}}));
+        QCOMPARE(device.state.value("product_id").toInt(), 29);
+        QCOMPARE(device.device_id(), id);
+        QCOMPARE(device.name(), QString("Module"));
+        QCOMPARE(device.state.value("firmware_version").toString(), QString("1.1"));
+        QVERIFY(at(device.state, {"stream", "ch1"}).isUndefined()); // one channel only
+        QCOMPARE(device.levels.peaks.size(), size_t{1});
+        answer_command(device, command("set_params", {{"product_id", 30}}));
+        QCOMPARE(device.state.value("product_id").toInt(), 29);
+    }
+
+    void logging_is_switched_by_a_command()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        QVERIFY(!device.is_logging);
+        answer_command(device, command("set_params", {{"logging", QJsonObject{{"en", true}}}}));
+        QVERIFY(device.is_logging);
+        answer_command(device, command("set_params", {{"logging", QJsonObject{{"en", false}}}}));
+        QVERIFY(!device.is_logging);
+    }
+
+    void a_purge_forgets_the_sessions()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        answer_command(device, command("sap_purge", {{"age", 0}, {"blocktime", 1}}));
+        QVERIFY(at(device.state, {"streams", "list"}).isArray());
+        QVERIFY(at(device.state, {"streams", "list"}).toArray().isEmpty());
+    }
+
+    void a_reply_is_no_report()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QJsonObject reply = answer_command(device, command("blink_leds"));
+        QCOMPARE(reply,
+                 (QJsonObject{{"command", "blink_leds"},
+                              {"device_id", device.device_id()},
+                              {"seq", 1},
+                              {"status", "ok"}}));
+        QCOMPARE(device.counters.blinks, 1);
+        QVERIFY(is_from_device(reply));
+        QVERIFY(is_from_device(device.state));
+        QVERIFY(!is_from_device(command("set_params")));
+    }
+
+    void an_unknown_command_is_answered_with_an_error()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QJsonObject before = device.state;
+        const QJsonObject reply = answer_command(device, {{"command", "format"}});
+        QCOMPARE(reply.value("status").toString(), QString("error"));
+        QVERIFY(!reply.value("error").toString().isEmpty());
+        QVERIFY(!reply.contains("seq"));
+        QCOMPARE(device.state, before);
+        QCOMPARE(answer_garbage(device).value("status").toString(), QString("error"));
+    }
+
+    void commands_are_kept_as_they_came_up_to_a_thousand()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QJsonObject first = command("set_params", {{"dsp", QJsonObject{{"mute", true}}}});
+        answer_command(device, first);
+        for (int i = 0; i < 1500; ++i)
+            answer_command(device, command("blink_leds"));
+        QCOMPARE(device.counters.commands.first().toObject(), first);
+        QCOMPARE(device.counters.commands.size(), 1000);
+        QCOMPARE(device.counters.commands_received, 1501);
+    }
+
+    void the_first_34_of_a_mix_are_all_products()
+    {
+        const std::vector<DevicePlan> plans = make_fleet_mix(1000);
+        QCOMPARE(plans.size(), size_t{1000});
+        std::set<int> products;
+        for (size_t i = 0; i < 34; ++i)
+            products.insert(plans[i].product_id);
+        QCOMPARE(products.size(), size_t{34});
+        for (const ProductDesc &product : product_table)
+            QVERIFY2(products.count(product.product_id) == 1, product.name.c_str());
+        QCOMPARE(plans[33].product_id, 0); // the new module comes last of these
+    }
+
+    void names_of_a_mix_are_numbered_and_short_enough()
+    {
+        std::set<QString> names;
+        for (const DevicePlan &plan : make_fleet_mix(1000)) {
+            QVERIFY(plan.name.toUtf8().size() <= 127);
+            if (!plan.name.isEmpty())
+                QVERIFY2(names.insert(plan.name).second, qPrintable(plan.name));
+        }
+        QVERIFY(names.count("Stage left main 1") == 1);
+        QVERIFY(names.count("Stage left main 2") == 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(SimulatorStateTest)
+#include "simulator_state_test.moc"
