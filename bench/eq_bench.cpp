@@ -109,15 +109,13 @@ void measure_painting()
     view.set_editable(true);
     view.show();
     QCoreApplication::processEvents();
-    const int whole = std::numeric_limits<int>::max();
-    const double one_stroke = drag_step_microseconds(view, whole);
-    for (const int columns : {8, 16, 32, 64, 128}) {
-        const double sliced = drag_step_microseconds(view, columns);
-        std::printf("drag step, strokes of %3d columns: %.0f us, one stroke per curve %.0f us, "
-                    "ratio %.2f (at most 0.25)\n",
-                    columns, sliced, one_stroke, sliced / one_stroke);
-    }
-    view.grid->columns_per_stroke = CurveGrid().columns_per_stroke;
+    const int columns = CurveGrid().columns_per_stroke;
+    const double one_stroke = drag_step_microseconds(view, std::numeric_limits<int>::max());
+    const double sliced = drag_step_microseconds(view, columns);
+    std::printf(
+        "drag step at 1900 x 500, slices of %d columns: %.0f us, one stroke per curve %.0f us, "
+        "ratio %.2f (at most 0.25)\n",
+        columns, sliced, one_stroke, sliced / one_stroke);
     const double idle = least_microseconds(30, [&view] { view.repaint(); });
     view.set_has_curve(false);
     const double blank = least_microseconds(30, [&view] { view.repaint(); });

@@ -3,6 +3,9 @@
 
 #include <QLineF>
 
+#include <algorithm>
+#include <limits>
+
 namespace {
 
 constexpr int BUBBLE_DISTANCE = 24;
@@ -117,6 +120,32 @@ int nearest_marker(const std::vector<Marker> &markers, QPoint position)
         ++index;
     }
     return found;
+}
+
+std::vector<QPointF> thinned_line(const QPointF *points, size_t count, double tolerance)
+{
+    constexpr double ANY = std::numeric_limits<double>::infinity();
+    std::vector<QPointF> kept{points[0]};
+    // The slopes from the last kept point that pass all points since.
+    double flattest = -ANY;
+    double steepest = ANY;
+    for (size_t i = 1; i < count; ++i) {
+        const auto slope_to = [&kept](QPointF point, double shift) {
+            const QPointF way = point - kept.back();
+            return (way.y() + shift) / way.x();
+        };
+        const double slope = slope_to(points[i], 0.0);
+        if (slope < flattest || slope > steepest) {
+            kept.push_back(points[i - 1]);
+            flattest = -ANY;
+            steepest = ANY;
+        }
+        flattest = std::max(flattest, slope_to(points[i], -tolerance));
+        steepest = std::min(steepest, slope_to(points[i], tolerance));
+    }
+    if (count > 1)
+        kept.push_back(points[count - 1]);
+    return kept;
 }
 
 BubblePlace place_bubble(const QRect &window, QSize bubble, QPoint anchor, int32_t flags)

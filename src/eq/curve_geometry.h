@@ -2,9 +2,11 @@
 #pragma once
 
 #include <QPoint>
+#include <QPointF>
 #include <QRect>
 #include <QSize>
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -62,6 +64,10 @@ struct Marker
 // The index of the marker under `position`, or -1. The first marker whose circle holds the position
 // opens the search; after it the nearest wins whatever its radius, which stays so.
 int nearest_marker(const std::vector<Marker> &markers, QPoint position);
+
+// `count` (at least 1) points of ascending columns without those that a straight line between their
+// neighbours passes within `tolerance` pixels, vertically. The first and the last stay.
+std::vector<QPointF> thinned_line(const QPointF *points, size_t count, double tolerance);
 
 // Which side of its anchor a bubble is on.
 constexpr int32_t BUBBLE_BELOW = 1;

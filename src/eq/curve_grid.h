@@ -26,7 +26,7 @@ struct CurveGrid
     float log_scale
         = 0.0F; // pixels per natural-log unit of the summed magnitude; doubled on purpose
 
-    int32_t columns_per_stroke = 32; // a curve is stroked in slices of so many columns
+    int32_t columns_per_stroke = 64; // a curve is stroked in slices of so many columns
     uint64_t responses_computed = 0; // counts Filter::compute_response on this grid, for tests
 
     // Computes all tables for a view of this many columns and rows; negative sizes count as 0.

@@ -54,24 +54,32 @@ void CurveWidget::paintEvent(QPaintEvent *)
     timer.start();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillRect(painter.window(), BACKGROUND);
-    if (!has_curve || grid->points == 0)
+    if (!has_curve || grid->points == 0) {
+        painter.fillRect(painter.window(), BACKGROUND);
         return;
-    choose_font(&painter);
-    // As wide as this text, which is never drawn itself.
-    const int label_width = label_rect(&painter, MINUS + "200").width();
-    draw_level_lines(&painter, label_width);
-    draw_frequency_lines(&painter, label_width);
+    }
+    grid->font_size = curve_font_size(size());
+    if (grid_picture.isNull() || grid_picture.devicePixelRatioF() != devicePixelRatioF())
+        renew_grid_picture();
+    painter.drawPixmap(0, 0, grid_picture);
     draw_summed_curves(&painter);
     draw_bands(&painter);
     painter.end();
     static_cast<void>(timer.elapsed()); // decides nothing, and stays
 }
 
-void CurveWidget::choose_font(QPainter *painter)
+void CurveWidget::renew_grid_picture()
 {
-    grid->font_size = curve_font_size(size());
-    painter->setFont(QFont("Helvetica", grid->font_size, BOLD, false));
+    grid_picture = QPixmap(size() * devicePixelRatioF());
+    grid_picture.setDevicePixelRatio(devicePixelRatioF());
+    QPainter painter(&grid_picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillRect(painter.window(), BACKGROUND);
+    painter.setFont(QFont("Helvetica", grid->font_size, BOLD, false));
+    // As wide as this text, which is never drawn itself.
+    const int label_width = label_rect(&painter, MINUS + "200").width();
+    draw_level_lines(&painter, label_width);
+    draw_frequency_lines(&painter, label_width);
 }
 
 void CurveWidget::draw_level_lines(QPainter *painter, int label_width)

@@ -78,6 +78,7 @@ void CurveWidget::resizeEvent(QResizeEvent *event)
     QElapsedTimer timer;
     timer.start();
     QWidget::resizeEvent(event);
+    grid_picture = {};
     grid->rebuild(event->size().width(), event->size().height());
     for (Filter *filter : qAsConst(filters))
         filter->compute_response();

@@ -4,6 +4,7 @@
 #include "eq/filter_response.h"
 
 #include <QList>
+#include <QPixmap>
 #include <QWidget>
 
 #include <cstdint>
@@ -58,7 +59,7 @@ private:
     void hover_at(QPoint position);
     void count_read_only_press();
 
-    void choose_font(QPainter *painter);
+    void renew_grid_picture();
     void draw_level_lines(QPainter *painter, int label_width);
     void draw_level_labels(QPainter *painter, int label_width, int db);
     void draw_frequency_lines(QPainter *painter, int label_width);
@@ -66,4 +67,6 @@ private:
     void draw_summed_curves(QPainter *painter);
     void draw_bands(QPainter *painter);
     void draw_plain_markers(QPainter *painter, int except_index);
+
+    QPixmap grid_picture = {}; // background, lines and labels; null from a resize to the next paint
 };

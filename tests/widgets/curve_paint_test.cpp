@@ -1,0 +1,461 @@
+// The curve view's picture: pixels that matter, and pictures to look at.
+//
+// With CURVE_PICTURES set to a folder, the pictures that are looked at are saved there.
+#include "eq/curve_geometry.h"
+#include "eq/curve_grid.h"
+#include "eq/curve_widget.h"
+#include "eq/filter.h"
+#include "eq/filter_list.h"
+#include "support/vectors.h"
+
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+const std::vector<EqBand> BANDS{{1, EQ_LSHELF, {.freq = 100.0F, .q = 0.0F, .gain = 6.0F}},
+                                {2, EQ_PEQ, {.freq = 400.0F, .q = 2.0F, .gain = -9.0F}},
+                                {3, EQ_PEQ, {.freq = 1000.0F, .q = 0.7F, .gain = 9.0F}},
+                                {4, EQ_PEQ2, {.freq = 4000.0F, .q = 8.0F, .gain = -6.0F}},
+                                {5, EQ_HSHELF, {.freq = 8000.0F, .q = 0.0F, .gain = -4.0F}}};
+
+// The first band far up, so that the curves leave the label column and the 0 dB line free.
+const std::vector<EqBand> RAISED{{1, EQ_LSHELF, {.freq = 900.0F, .q = 0.0F, .gain = 12.0F}}};
+
+void set_up(CurveWidget &view, QSize size)
+{
+    view.resize(size);
+    view.set_has_curve(true);
+}
+
+QImage picture(CurveWidget &view)
+{
+    return view.grab().toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+bool is_black(const QImage &image, int x, int y)
+{
+    return image.pixelColor(x, y) == QColor(Qt::black);
+}
+
+bool is_gray(QColor color)
+{
+    return color.red() == color.green() && color.green() == color.blue() && color.red() > 0;
+}
+
+bool is_greenish(QColor color)
+{
+    return color.green() > color.red() + 25 && color.green() > color.blue() + 25;
+}
+
+int largest_difference(const QImage &left, const QImage &right)
+{
+    int largest = 0;
+    for (int y = 0; y < left.height(); ++y)
+        for (int x = 0; x < left.width(); ++x) {
+            const QColor one = left.pixelColor(x, y);
+            const QColor other = right.pixelColor(x, y);
+            largest = std::max({largest, std::abs(one.red() - other.red()),
+                                std::abs(one.green() - other.green()),
+                                std::abs(one.blue() - other.blue())});
+        }
+    return largest;
+}
+
+void save(CurveWidget &view, const QString &name)
+{
+    const QString folder = qEnvironmentVariable("CURVE_PICTURES");
+    if (!folder.isEmpty())
+        QVERIFY(view.grab().save(folder + "/" + name + ".png"));
+}
+
+} // namespace
+
+class CurvePaintTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void without_a_curve_all_is_black();
+    void the_summed_curve_is_where_the_model_says_data();
+    void the_summed_curve_is_where_the_model_says();
+    void grid_rows_are_drawn();
+    void grid_columns_are_drawn();
+    void the_zero_line_alone_crosses_the_label_column();
+    void narrow_views_lose_the_columns_under_the_labels();
+    void the_font_follows_the_area();
+    void a_hovered_band_is_filled_and_highlighted();
+    void an_active_band_shows_its_handles_and_no_hover();
+    void golden_bands_write_where_the_mouse_finds_them_data()
+    {
+        add_vector_rows("eq_geometry", "band");
+    }
+    void golden_bands_write_where_the_mouse_finds_them();
+    void bands_outside_the_view_keep_their_markers();
+    void a_bubble_keeps_its_side();
+    void slices_look_like_one_stroke_data();
+    void slices_look_like_one_stroke();
+    void slices_look_like_one_stroke_at_twice_the_pixels();
+    void a_resize_renews_the_lines();
+    void pictures_to_look_at_data();
+    void pictures_to_look_at();
+};
+
+void CurvePaintTest::without_a_curve_all_is_black()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    view.resize(300, 200);
+    view.hover_index = 1;
+    QImage black(300, 200, QImage::Format_RGB32);
+    black.fill(Qt::black);
+    QCOMPARE(picture(view), black);
+    view.set_has_curve(true);
+    QVERIFY(picture(view) != black);
+    view.set_has_curve(false);
+    QCOMPARE(picture(view), black);
+}
+
+void CurvePaintTest::the_summed_curve_is_where_the_model_says_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("large") << QSize(1900, 500);
+    QTest::newRow("medium") << QSize(600, 300);
+    QTest::newRow("odd") << QSize(733, 411);
+}
+
+void CurvePaintTest::the_summed_curve_is_where_the_model_says()
+{
+    QFETCH(QSize, size);
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, size);
+    const QImage image = picture(view);
+    int compared = 0;
+    for (int column = 40; column < size.width() - 40; column += 7) {
+        const auto overlaps
+            = [column](const Filter *filter) { return std::abs(filter->marker_x - column) < 30; };
+        if (std::any_of(view.filters.begin(), view.filters.end(), overlaps))
+            continue;
+        double weight = 0.0;
+        double moment = 0.0;
+        for (int row = 0; row < size.height(); ++row) {
+            const QColor color = image.pixelColor(column, row);
+            if (!is_greenish(color))
+                continue;
+            weight += color.green();
+            moment += color.green() * (row + 0.5);
+        }
+        const auto index = static_cast<size_t>(column);
+        const double model
+            = 0.5 * (view.lines.magnitude[index].y() + view.lines.magnitude[index + 1].y());
+        QVERIFY(weight > 0.0);
+        QVERIFY2(std::abs(moment / weight - model) < 1.0, qPrintable(QString::number(column)));
+        ++compared;
+    }
+    QVERIFY(compared > 30);
+}
+
+void CurvePaintTest::grid_rows_are_drawn()
+{
+    CurveWidget view(nullptr, make_filters(RAISED));
+    set_up(view, {800, 400}); // 10 rows per dB
+    const QImage image = picture(view);
+    const int column = view.grid->freq_to_x(14000.0F); // between lines, curves and labels
+    for (const int row : {50, 100, 150, 250, 350}) {
+        // Antialiased at a whole coordinate: half of #666666 on either side.
+        QCOMPARE(image.pixelColor(column, row), QColor(0x33, 0x33, 0x33));
+        QCOMPARE(image.pixelColor(column, row - 1), QColor(0x33, 0x33, 0x33));
+        QVERIFY(is_black(image, column, row + 1));
+        QVERIFY(is_black(image, column, row - 2));
+    }
+}
+
+void CurvePaintTest::grid_columns_are_drawn()
+{
+    CurveWidget view(nullptr, make_filters(RAISED));
+    set_up(view, {800, 400});
+    const QImage image = picture(view);
+    const int row = 270; // between lines, curves and labels
+    for (const int frequency :
+         {100, 200, 300, 400, 500, 600, 700, 800, 900, 1000, 2000, 3000, 9000, 10000, 20000}) {
+        const int column = view.grid->freq_to_x(static_cast<float>(frequency));
+        const bool is_strong = frequency == 100 || frequency == 1000 || frequency == 10000;
+        const int level = image.pixelColor(column, row).red();
+        QVERIFY(is_gray(image.pixelColor(column, row)));
+        QCOMPARE(image.pixelColor(column - 1, row).red(), level);
+        QVERIFY2(is_strong ? level == 0x33 : level > 20 && level < 0x24,
+                 qPrintable(QString::number(frequency)));
+    }
+    QVERIFY(is_black(image, view.grid->freq_to_x(14000.0F), row));
+    QVERIFY(is_black(image, view.grid->freq_to_x(130.0F), row));
+}
+
+void CurvePaintTest::the_zero_line_alone_crosses_the_label_column()
+{
+    CurveWidget view(nullptr, make_filters(RAISED));
+    set_up(view, {800, 400});
+    const QImage image = picture(view);
+    // Its two lines, above and below the middle, are one that is drawn twice.
+    for (const int row : {199, 200}) {
+        const QColor color = image.pixelColor(0, row);
+        QVERIFY(is_gray(color));
+        QVERIFY(std::abs(color.red() - 0x4c) <= 1);
+    }
+    for (const int row : {50, 100, 150, 250, 350})
+        QVERIFY(is_black(image, 0, row));
+}
+
+void CurvePaintTest::narrow_views_lose_the_columns_under_the_labels()
+{
+    CurveWidget view(nullptr, make_filters(RAISED));
+    set_up(view, {120, 300});
+    const QImage image = picture(view);
+    const int row = 210;
+    const int hidden = view.grid->freq_to_x(20.0F);
+    QVERIFY(is_black(image, hidden, row));
+    QVERIFY(is_black(image, hidden - 1, row));
+    const int shown = view.grid->freq_to_x(100.0F);
+    QCOMPARE(image.pixelColor(shown, row), QColor(0x33, 0x33, 0x33));
+}
+
+void CurvePaintTest::the_font_follows_the_area()
+{
+    CurveWidget view(nullptr, {});
+    for (const auto &[size, points] : {std::pair(QSize(100, 100), 8),
+                                       {QSize(99, 101), 6},
+                                       {QSize(600, 300), 10},
+                                       {QSize(1900, 500), 12}}) {
+        set_up(view, size);
+        picture(view);
+        QCOMPARE(view.grid->font_size, points);
+    }
+}
+
+void CurvePaintTest::a_hovered_band_is_filled_and_highlighted()
+{
+    CurveWidget view(nullptr,
+                     make_filters({{1, EQ_PEQ, {.freq = 1000.0F, .q = 0.7F, .gain = 12.0F}}}));
+    set_up(view, {800, 400});
+    const QImage idle = picture(view);
+    const int column = view.grid->freq_to_x(1300.0F);
+    const int row = 140; // between 0 dB and the curve
+    QVERIFY(is_black(idle, column, row));
+    view.hover_index = 0;
+    const QImage image = picture(view);
+    const QColor fill = image.pixelColor(column, row);
+    QVERIFY(std::abs(fill.red() - 0xD8 / 2) <= 1);
+    QVERIFY(std::abs(fill.green() - 0x18 / 2) <= 1);
+    QVERIFY(is_black(image, column, 215));
+    // The label's ground above the marker is red too, at its left edge where no text is.
+    const QPoint marker(view.filters[0]->marker_x, view.filters[0]->marker_y);
+    int reddish = 0;
+    for (int x = marker.x() - 30; x < marker.x() + 30; ++x) {
+        const QColor color = image.pixelColor(x, marker.y() - marker_size(12).half - 4);
+        reddish += color.red() > color.green() + 40 ? 1 : 0;
+    }
+    QVERIFY(reddish > 15);
+}
+
+void CurvePaintTest::an_active_band_shows_its_handles_and_no_hover()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, {800, 400});
+    view.active_index = 1;
+    const QImage active = picture(view);
+    view.hover_index = 3;
+    QCOMPARE(picture(view), active);
+    const auto *peak = dynamic_cast<const FilterPEQ *>(view.filters[1]);
+    // The frequency strip, above the marker and clear of the curves and the bubble.
+    QVERIFY(is_gray(active.pixelColor(peak->marker_x + 1, 70)));
+    QVERIFY(active.pixelColor(peak->marker_x + 1, 70).red() > 50);
+    QVERIFY(peak->freq_band.contains(peak->marker_x, 70));
+    QVERIFY(peak->gain_band.contains(3, peak->marker_y));
+    QVERIFY(peak->low_rect.contains(view.grid->freq_to_x(peak->low_edge), peak->marker_y + 30));
+    QVERIFY(peak->high_rect.contains(view.grid->freq_to_x(peak->high_edge), peak->marker_y - 30));
+    QVERIFY(peak->center_rect.contains(peak->marker_x, peak->marker_y));
+}
+
+void CurvePaintTest::golden_bands_write_where_the_mouse_finds_them()
+{
+    QFETCH(QJsonObject, input);
+    QFETCH(QJsonObject, expect);
+    const QString type = input["type"].toString();
+    const auto number_of = [&input](const char *name) {
+        return static_cast<float>(input[QLatin1String(name)].toDouble());
+    };
+    Filter *filter = nullptr;
+    if (type == "hpf")
+        filter = new FilterHPF(1, nullptr);
+    else if (type.endsWith("shelf"))
+        filter = new FilterShelf(1, type == "hshelf");
+    else
+        filter = new FilterPEQ(1, nullptr);
+    filter->set_variant(type == "peq2");
+    filter->set_params({.freq = number_of("freq"), .q = number_of("q"), .gain = number_of("gain")});
+    CurveWidget view(nullptr, {filter});
+    set_up(view, {input["width"].toInt(), input["height"].toInt()});
+    if (expect.contains("polygon"))
+        view.active_index = 0;
+    picture(view);
+    QCOMPARE(filter->marker_x, expect["marker_x"].toInt());
+    QCOMPARE(filter->marker_y, expect["marker_y"].toInt());
+    QCOMPARE(filter->hit_radius, expect["hit_radius"].toInt());
+    if (!expect.contains("square"))
+        return;
+    const QJsonArray square = expect["square"].toArray();
+    const QRect drawn(square[0].toInt(), square[1].toInt(), square[2].toInt(), square[3].toInt());
+    const auto *shelf = dynamic_cast<const FilterShelf *>(filter);
+    const QRect felt
+        = shelf ? shelf->center_rect : dynamic_cast<const FilterPEQ *>(filter)->center_rect;
+    QCOMPARE(felt, drawn.adjusted(-2, -2, 3, 3));
+}
+
+void CurvePaintTest::bands_outside_the_view_keep_their_markers()
+{
+    CurveWidget view(nullptr,
+                     make_filters({{1, EQ_PEQ, {.freq = 12.0F, .q = 1.0F, .gain = 6.0F}},
+                                   {2, EQ_PEQ, {.freq = 26000.0F, .q = 1.0F, .gain = 6.0F}}}));
+    set_up(view, {800, 400});
+    const QImage image = picture(view);
+    QCOMPARE(view.filters[0]->marker_x, -1);
+    QVERIFY(view.filters[1]->marker_x >= 800);
+    const int row = view.filters[0]->marker_y;
+    const int side = marker_size(12).half - 1;
+    QVERIFY(image.pixelColor(side - 1, row - 3).red() > 60); // the right side of the square
+}
+
+void CurvePaintTest::a_bubble_keeps_its_side()
+{
+    CurveWidget view(nullptr,
+                     make_filters({{1, EQ_PEQ, {.freq = 22000.0F, .q = 1.0F, .gain = 19.0F}}}));
+    set_up(view, {800, 400});
+    view.active_index = 0;
+    picture(view);
+    auto *peak = dynamic_cast<FilterPEQ *>(view.filters[0]);
+    QCOMPARE(peak->label_flags, BUBBLE_LEFT | BUBBLE_BELOW);
+    peak->set_band(1000.0F, 1.0F, 3.0F);
+    picture(view);
+    QCOMPARE(peak->label_flags, BUBBLE_LEFT | BUBBLE_BELOW);
+    peak->set_band(1000.0F, 1.0F, -19.0F); // no room below
+    picture(view);
+    QCOMPARE(peak->label_flags, BUBBLE_LEFT);
+    peak->set_band(20.0F, 1.0F, -19.0F); // none to the left
+    picture(view);
+    QCOMPARE(peak->label_flags, 0);
+}
+
+void CurvePaintTest::slices_look_like_one_stroke_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("band");
+    QTest::addColumn<float>("gain");
+    for (const QSize size : {QSize(1900, 500), QSize(600, 300), QSize(99, 101)})
+        for (int band = 0; band < 5; ++band)
+            for (const float gain : {-24.0F, -9.0F, 3.0F, 20.0F})
+                QTest::addRow("%dx%d band %d %g dB", size.width(), size.height(), band + 1,
+                              double{gain})
+                    << size << band << gain;
+}
+
+void CurvePaintTest::slices_look_like_one_stroke()
+{
+    QFETCH(QSize, size);
+    QFETCH(int, band);
+    QFETCH(float, gain);
+    std::vector<EqBand> bands = BANDS;
+    bands[static_cast<size_t>(band)].params.gain = gain;
+    bands[3].params.q = 20.0F;
+    CurveWidget view(nullptr, make_filters(bands));
+    set_up(view, size);
+    view.hover_index = band;
+    const QImage sliced = picture(view);
+    view.grid->columns_per_stroke = std::numeric_limits<int>::max();
+    const QImage whole = picture(view);
+    const int difference = largest_difference(sliced, whole);
+    QVERIFY2(difference <= 8, qPrintable(QString::number(difference)));
+}
+
+void CurvePaintTest::slices_look_like_one_stroke_at_twice_the_pixels()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, {600, 300});
+    view.hover_index = 2;
+    for (const double scale : {2.0, 1.25}) {
+        const auto scaled = [&view, scale] {
+            QImage image((QSizeF(view.size()) * scale).toSize(), QImage::Format_RGB32);
+            image.fill(Qt::black);
+            QPainter painter(&image);
+            painter.scale(scale, scale);
+            view.render(&painter);
+            return image;
+        };
+        view.grid->columns_per_stroke = CurveGrid().columns_per_stroke;
+        const QImage sliced = scaled();
+        view.grid->columns_per_stroke = std::numeric_limits<int>::max();
+        QVERIFY(largest_difference(sliced, scaled()) <= 16);
+    }
+}
+
+void CurvePaintTest::a_resize_renews_the_lines()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, {600, 300});
+    picture(view);
+    view.resize(500, 200);
+    CurveWidget fresh(nullptr, make_filters(BANDS));
+    set_up(fresh, {500, 200});
+    QCOMPARE(picture(view), picture(fresh));
+}
+
+void CurvePaintTest::pictures_to_look_at_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("1900x500") << QSize(1900, 500);
+    QTest::newRow("600x300") << QSize(600, 300);
+    QTest::newRow("99x101") << QSize(99, 101);
+}
+
+void CurvePaintTest::pictures_to_look_at()
+{
+    QFETCH(QSize, size);
+    const QString name = QTest::currentDataTag();
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, size);
+    save(view, name + "-bands");
+    view.hover_index = 2;
+    save(view, name + "-hovered-peak");
+    view.hover_index = 4;
+    save(view, name + "-hovered-shelf");
+    view.active_index = 0;
+    save(view, name + "-active-shelf");
+    view.active_index = 1;
+    save(view, name + "-active-peak");
+    struct Side
+    {
+        const char *name;
+        float freq;
+        float gain;
+        int32_t flags;
+    };
+    for (const Side &side :
+         {Side{"right-above", 400.0F, -10.0F, 0}, Side{"left-above", 20000.0F, -10.0F, BUBBLE_LEFT},
+          Side{"right-below", 400.0F, 17.0F, BUBBLE_BELOW},
+          Side{"left-below", 20000.0F, 17.0F, BUBBLE_LEFT | BUBBLE_BELOW}}) {
+        view.set_filters(
+            make_filters({{3, EQ_PEQ, {.freq = side.freq, .q = 1.0F, .gain = side.gain}}}));
+        view.active_index = 0;
+        picture(view);
+        if (size.width() > 500)
+            QCOMPARE(dynamic_cast<FilterPEQ *>(view.filters[0])->label_flags, side.flags);
+        save(view, name + "-bubble-" + side.name);
+    }
+    view.set_filters({});
+    save(view, name + "-flat");
+    view.set_has_curve(false);
+    save(view, name + "-no-curve");
+}
+
+QTEST_MAIN(CurvePaintTest)
+#include "curve_paint_test.moc"
