@@ -84,7 +84,8 @@ await_fleet() {
 
 start_screen() {
     [[ -d /tmp/.X11-unix ]] || made_socket_folder=yes
-    as_user Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp \
+    # Wide and high enough for the window to show every column and 24 rows.
+    as_user Xvfb -displayfd 3 -screen 0 2500x1250x24 -nolisten tcp \
         3>"$folder/display" 2>"$folder/screen.log" &
     screen_pid=$!
     wait_until 20 test -s "$folder/display" || give_up "The virtual screen did not start: $(tail -n 3 "$folder/screen.log")"
@@ -101,7 +102,7 @@ start_manager() {
 # devices has come in as a live report.
 cache="$settings/VELMARK audio works GmbH/devicecache.json"
 devices_found() {
-    grep -cE '^ {12}"ip":' "$cache" 2>/dev/null
+    grep -hcE '^ {12}"ip":' "$cache" /dev/null 2>/dev/null | head -n 1
 }
 
 everything_settled() {
@@ -116,7 +117,7 @@ take_screenshot() {
     elapsed=$(awk "BEGIN { printf \"%.1f\", $EPOCHREALTIME - $started }")
     kill -0 "$manager_pid" 2>/dev/null || give_up "The manager ended by itself: $(tail -n 3 "$folder/manager.log")"
     sleep 1 # one more round of reports, and time to paint the last rows
-    (as_user import -window root "$picture") || give_up "The screenshot failed."
+    (as_user import -window root -trim +repage "$picture") || give_up "The screenshot failed."
     colours=$(identify -format '%k' "$picture")
     ((colours > 16)) || give_up "The window shows nothing: the picture has $colours colours."
     echo "Saw: $(devices_found) of $expected loudspeakers online, $elapsed s after the manager was started. The picture has $colours colours."
