@@ -1,6 +1,7 @@
 // Text on its way into log windows: one insertion per burst, as if each piece came alone.
 #include "meter/log_text.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -10,6 +11,8 @@
 namespace {
 // Some 500 lines of a firmware log.
 constexpr qsizetype FULL_CHARACTERS = 32 * 1024;
+// Below so many lines a change of the text on its own costs more than it saves.
+constexpr int WORTH_MAKING_ROOM = 16;
 
 void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
 {
@@ -27,6 +30,62 @@ void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
         cursor.setBlockCharFormat(before);
 }
 
+int line_ends(const std::vector<LogFragment> &fragments)
+{
+    int result = 0;
+    for (const LogFragment &fragment : fragments)
+        result += static_cast<int>(fragment.text.count(QLatin1Char('\n')));
+    return result;
+}
+
+// Left to itself the toolkit goes over the cap and back, and on the way back it lays out each line
+// that it removes. So all but the last excess line go beforehand; that one starts the toolkit's own
+// tidying up.
+void make_room(const QPlainTextEdit *view, int new_lines)
+{
+    QTextDocument *const document = view->document();
+    const int excess = document->blockCount() + new_lines - document->maximumBlockCount();
+    const int removed = std::min(excess, document->blockCount()) - 1;
+    if (document->maximumBlockCount() < 1 || removed < WORTH_MAKING_ROOM)
+        return;
+
+    // A reader who stands near the end, but not at it, must not be moved by the shorter text.
+    const QTextBlock first_kept = document->findBlockByNumber(removed);
+    const QScrollBar *const bar = view->verticalScrollBar();
+    const bool is_near_end = bar->value() > bar->maximum() - first_kept.firstLineNumber();
+    if (is_near_end && bar->value() < bar->maximum())
+        return;
+
+    const QTextCharFormat format = first_kept.charFormat();
+    QTextCursor cursor(document);
+    cursor.beginEditBlock();
+    cursor.setPosition(first_kept.position(), QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    cursor.setBlockCharFormat(format); // would be that of the first line removed
+    cursor.endEditBlock();
+}
+
+bool shows_end(const QPlainTextEdit *view, const QTextCursor &end)
+{
+    return view->cursorRect(end).bottom() <= view->viewport()->height();
+}
+
+void scroll_to_end(const QPlainTextEdit *view, QTextCursor cursor)
+{
+    QScrollBar *const bar = view->verticalScrollBar();
+    bar->setValue(bar->maximum());
+    cursor.movePosition(QTextCursor::End);
+    if (!view->isVisible() || shows_end(view, cursor))
+        return;
+
+    // When many lines come and wrapped ones fall out at the top, the toolkit places the bar before
+    // it knows how many lines those in view take. It is made to count again.
+    QAbstractTextDocumentLayout *const layout = view->document()->documentLayout();
+    emit layout->documentSizeChanged(layout->documentSize());
+    bar->setValue(bar->maximum() - 1); // at its end already, it would not move the picture
+    bar->setValue(bar->maximum());
+}
+
 // Two pieces inserted as one give what they give one by one, unless a line end lies across them.
 bool joins(const LogFragment &first, bool highlighted, const QString &text)
 {
@@ -40,8 +99,9 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
     if (view == nullptr || fragments.empty())
         return;
 
-    QScrollBar *const bar = view->verticalScrollBar();
+    const QScrollBar *const bar = view->verticalScrollBar();
     const bool follows_end = bar->value() == bar->maximum();
+    make_room(view, line_ends(fragments));
     QTextCursor cursor = view->textCursor();
     // One edit block: the view lays out and trims once, each fragment still finds what the one
     // before it left.
@@ -50,7 +110,7 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
         insert_at_end(cursor, fragment.highlighted, fragment.text);
     cursor.endEditBlock();
     if (follows_end)
-        bar->setValue(bar->maximum());
+        scroll_to_end(view, cursor);
 }
 
 void LogAppender::add(QPlainTextEdit *view, bool highlighted, const QString &text)

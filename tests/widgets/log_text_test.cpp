@@ -1,0 +1,350 @@
+// Text in log windows: colours, scrolling, and bursts that leave no trace of being joined.
+#include "meter/log_text.h"
+
+#include <QRandomGenerator>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+std::unique_ptr<QPlainTextEdit> make_view(int max_blocks)
+{
+    auto view = std::make_unique<QPlainTextEdit>();
+    view->setReadOnly(true);
+    view->document()->setMaximumBlockCount(max_blocks);
+    view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    view->resize(300, 150);
+    view->show();
+    return view;
+}
+
+// One message, one insertion, written down a second time.
+void append_plainly(QPlainTextEdit *view, const LogFragment &fragment)
+{
+    QScrollBar *const bar = view->verticalScrollBar();
+    const int value = bar->value();
+    const int maximum = bar->maximum();
+    QTextCursor cursor = view->textCursor();
+    cursor.movePosition(QTextCursor::End);
+    const QTextCharFormat saved = cursor.blockCharFormat();
+    if (fragment.highlighted) {
+        QTextCharFormat format = saved;
+        format.setForeground(QBrush(QColor("red")));
+        cursor.setBlockCharFormat(format);
+    }
+    cursor.insertText(fragment.text);
+    if (value == maximum)
+        bar->setValue(bar->maximum());
+    if (fragment.highlighted)
+        cursor.setBlockCharFormat(saved);
+}
+
+QString colour_of(const QTextFormat &format)
+{
+    return format.hasProperty(QTextFormat::ForegroundBrush) ? format.foreground().color().name()
+                                                            : QString("plain");
+}
+
+// Everything that can be seen of a document: per block its own colour, then its pieces.
+QStringList describe(const QTextDocument *document)
+{
+    QStringList result;
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        QString line = "[" + colour_of(block.charFormat()) + "]";
+        for (auto part = block.begin(); !part.atEnd(); ++part)
+            line += " " + colour_of(part.fragment().charFormat()) + ":" + part.fragment().text();
+        result += line;
+    }
+    return result;
+}
+
+LogFragment random_fragment(QRandomGenerator &random, bool with_long_lines)
+{
+    static const QStringList pieces = {"a",
+                                       "boot\n",
+                                       "no end",
+                                       "\n",
+                                       "\n\n",
+                                       "\r",
+                                       "\r\n",
+                                       "\n",
+                                       "",
+                                       "\t",
+                                       "\u00DC\n",
+                                       "one\ntwo\nthree",
+                                       QString(QChar(0x2029)),
+                                       "Received JSON: {}\n"};
+    LogFragment fragment{.highlighted = random.bounded(4) == 0};
+    const int count = 1 + random.bounded(3);
+    for (int i = 0; i < count; ++i)
+        fragment.text += pieces.at(random.bounded(pieces.size()));
+    if (with_long_lines && random.bounded(5) == 0)
+        fragment.text += QString(random.bounded(300), 'w') + "\n";
+    return fragment;
+}
+
+// The block that stands at the top of the window.
+int top_block(const QPlainTextEdit *view)
+{
+    return view->cursorForPosition(QPoint(1, 1)).blockNumber();
+}
+
+void scroll_to_block(QPlainTextEdit *view, int number)
+{
+    const QTextBlock block = view->document()->findBlockByNumber(number);
+    view->verticalScrollBar()->setValue(block.firstLineNumber());
+}
+
+bool shows_end(const QPlainTextEdit *view)
+{
+    const QTextCursor end(view->document()->lastBlock());
+    return view->cursorRect(end).bottom() <= view->viewport()->height();
+}
+
+bool follows_end(const QPlainTextEdit *view)
+{
+    return view->verticalScrollBar()->value() == view->verticalScrollBar()->maximum();
+}
+} // namespace
+
+class LogTextTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void an_echo_is_red_and_what_follows_is_not();
+    void an_echo_behind_an_unfinished_line_is_not_red();
+    void stream_text_is_never_coloured();
+    void the_view_follows_the_end();
+    void a_view_that_is_scrolled_up_stays();
+    void old_lines_go_at_the_cap();
+    void a_line_end_split_over_two_messages_stays_two_line_ends();
+    void joined_bursts_give_the_same_document_data();
+    void joined_bursts_give_the_same_document();
+    void the_readers_selection_survives_a_burst();
+    void several_views_get_their_own_text();
+    void a_view_that_is_gone_takes_its_text_with_it();
+    void text_added_while_flushing_waits_for_the_next_flush();
+    void a_full_burst_says_so();
+    void no_view_and_no_text_are_harmless();
+};
+
+void LogTextTest::an_echo_is_red_and_what_follows_is_not()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = "boot\n"}});
+    append_log_fragments(view.get(), {{.highlighted = true, .text = "Sending JSON: {}\n"}});
+    append_log_fragments(view.get(), {{.text = "ready\n"}});
+    QCOMPARE(describe(view->document()),
+             (QStringList{"[plain] plain:boot", "[#ff0000] #ff0000:Sending JSON: {}",
+                          "[plain] plain:ready", "[plain]"}));
+}
+
+void LogTextTest::an_echo_behind_an_unfinished_line_is_not_red()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = "boo"}});
+    append_log_fragments(view.get(), {{.highlighted = true, .text = "Sending: x\n"}});
+    append_log_fragments(view.get(), {{.text = "t\n"}});
+    QCOMPARE(describe(view->document()).at(0), QString("[#ff0000] plain:booSending: x"));
+    QCOMPARE(describe(view->document()).at(1), QString("[plain] plain:t"));
+}
+
+void LogTextTest::stream_text_is_never_coloured()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.highlighted = true, .text = "Sending: x"}});
+    append_log_fragments(view.get(), {{.highlighted = true, .text = "y\n"}, {.text = "stream\n"}});
+    QCOMPARE(describe(view->document()).at(1), QString("[plain] plain:stream"));
+}
+
+void LogTextTest::the_view_follows_the_end()
+{
+    const auto view = make_view(0);
+    for (int i = 0; i < 50; ++i) {
+        append_log_fragments(view.get(), {{.text = "line\n"}, {.text = "line\n"}});
+        QVERIFY(follows_end(view.get()));
+    }
+    QVERIFY(view->verticalScrollBar()->maximum() > 50);
+}
+
+void LogTextTest::a_view_that_is_scrolled_up_stays()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = QString("line\n").repeated(100)}});
+    view->verticalScrollBar()->setValue(17);
+    append_log_fragments(view.get(), {{.text = QString("more\n").repeated(100)}});
+    QCOMPARE(view->verticalScrollBar()->value(), 17);
+    view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+    append_log_fragments(view.get(), {{.text = "and follows again\n"}});
+    QVERIFY(follows_end(view.get()));
+}
+
+void LogTextTest::old_lines_go_at_the_cap()
+{
+    const auto view = make_view(30);
+    for (int i = 0; i < 100; ++i)
+        append_log_fragments(view.get(), {{.text = QString::number(i) + "\n"}});
+    QCOMPARE(view->document()->blockCount(), 30);
+    QCOMPARE(view->document()->begin().text(), QString("71"));
+}
+
+void LogTextTest::a_line_end_split_over_two_messages_stays_two_line_ends()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    appender.add(view.get(), false, "a\r");
+    appender.add(view.get(), false, "\nb");
+    appender.flush();
+    QCOMPARE(view->toPlainText(), QString("a\n\nb"));
+}
+
+void LogTextTest::joined_bursts_give_the_same_document_data()
+{
+    QTest::addColumn<int>("max_blocks");
+    QTest::addColumn<bool>("with_long_lines");
+    QTest::addColumn<bool>("with_scrolling");
+    QTest::newRow("no cap") << 0 << false << false;
+    QTest::newRow("no cap, reader scrolls") << 0 << false << true;
+    QTest::newRow("cap") << 40 << false << false;
+    QTest::newRow("cap, reader scrolls") << 40 << false << true;
+    QTest::newRow("tiny cap") << 2 << false << true;
+    QTest::newRow("lines that wrap") << 0 << true << false;
+    QTest::newRow("lines that wrap, reader scrolls") << 0 << true << true;
+    QTest::newRow("lines that wrap, cap") << 40 << true << false;
+    QTest::newRow("lines that wrap, cap, reader scrolls") << 40 << true << true;
+}
+
+void LogTextTest::joined_bursts_give_the_same_document()
+{
+    QFETCH(int, max_blocks);
+    QFETCH(bool, with_long_lines);
+    QFETCH(bool, with_scrolling);
+
+    for (quint32 seed = 1; seed <= 20; ++seed) {
+        QRandomGenerator random(seed);
+        const auto joined = make_view(max_blocks);
+        const auto single = make_view(max_blocks);
+        if (!with_long_lines) {
+            joined->resize(4000, 150);
+            single->resize(4000, 150);
+        }
+        LogAppender appender;
+        for (int burst = 0; burst < 30; ++burst) {
+            const int size = random.bounded(burst % 5 == 4 ? 60 : 12);
+            for (int i = 0; i < size; ++i) {
+                const LogFragment fragment = random_fragment(random, with_long_lines);
+                append_plainly(single.get(), fragment);
+                appender.add(joined.get(), fragment.highlighted, fragment.text);
+            }
+            appender.flush();
+            QCOMPARE(describe(joined->document()), describe(single->document()));
+            if (with_long_lines && max_blocks > 0) {
+                QVERIFY(with_scrolling || shows_end(joined.get()));
+            } else {
+                QCOMPARE(follows_end(joined.get()), follows_end(single.get()));
+                QCOMPARE(top_block(joined.get()), top_block(single.get()));
+            }
+            // How many lines a wrapped block takes is only known once it was in view.
+            if (!with_long_lines) {
+                QCOMPARE(joined->verticalScrollBar()->value(),
+                         single->verticalScrollBar()->value());
+                QCOMPARE(joined->verticalScrollBar()->maximum(),
+                         single->verticalScrollBar()->maximum());
+            }
+            if (!with_scrolling || random.bounded(3) != 0)
+                continue;
+            const int place = random.bounded(single->document()->blockCount());
+            scroll_to_block(joined.get(), place);
+            scroll_to_block(single.get(), place);
+        }
+    }
+}
+
+void LogTextTest::the_readers_selection_survives_a_burst()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = "one two three\n"}});
+    QTextCursor cursor = view->textCursor();
+    cursor.setPosition(4);
+    cursor.setPosition(7, QTextCursor::KeepAnchor);
+    view->setTextCursor(cursor);
+    append_log_fragments(view.get(), {{.text = "more\n"}, {.highlighted = true, .text = "x\n"}});
+    QCOMPARE(view->textCursor().selectedText(), QString("two"));
+}
+
+void LogTextTest::several_views_get_their_own_text()
+{
+    const auto first = make_view(0);
+    const auto second = make_view(0);
+    LogAppender appender;
+    appender.add(first.get(), false, "a1");
+    appender.add(second.get(), false, "b1");
+    appender.add(first.get(), false, "a2");
+    QVERIFY(first->toPlainText().isEmpty());
+    appender.flush();
+    QCOMPARE(first->toPlainText(), QString("a1a2"));
+    QCOMPARE(second->toPlainText(), QString("b1"));
+    QVERIFY(appender.is_empty());
+    appender.flush();
+    QCOMPARE(first->toPlainText(), QString("a1a2"));
+}
+
+void LogTextTest::a_view_that_is_gone_takes_its_text_with_it()
+{
+    auto gone = make_view(0);
+    const auto left = make_view(0);
+    LogAppender appender;
+    appender.add(gone.get(), false, "a");
+    appender.add(left.get(), false, "b");
+    gone.reset();
+    appender.flush();
+    QCOMPARE(left->toPlainText(), QString("b"));
+}
+
+void LogTextTest::text_added_while_flushing_waits_for_the_next_flush()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    int added = 0;
+    QObject::connect(view->document(), &QTextDocument::contentsChanged, view.get(),
+                     [&appender, &added, target = view.get()] {
+                         if (added++ == 0)
+                             appender.add(target, false, "late");
+                     });
+    appender.add(view.get(), false, "early ");
+    appender.flush();
+    QCOMPARE(view->toPlainText(), QString("early "));
+    appender.flush();
+    QCOMPARE(view->toPlainText(), QString("early late"));
+}
+
+void LogTextTest::a_full_burst_says_so()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    QVERIFY(!appender.is_full());
+    for (int i = 0; i < 2000; ++i)
+        appender.add(view.get(), false, "a line of a log of thirty-two\n");
+    QVERIFY(appender.is_full());
+    appender.flush();
+    QVERIFY(!appender.is_full());
+    QCOMPARE(view->document()->blockCount(), 2001);
+}
+
+void LogTextTest::no_view_and_no_text_are_harmless()
+{
+    LogAppender appender;
+    appender.add(nullptr, true, "x");
+    QVERIFY(appender.is_empty());
+    append_log_fragments(nullptr, {{.text = "x"}});
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {});
+    append_log_fragments(view.get(), {{.highlighted = true}});
+    QVERIFY(view->toPlainText().isEmpty());
+}
+
+QTEST_MAIN(LogTextTest)
+#include "log_text_test.moc"
