@@ -1,0 +1,144 @@
+// Files are replaced without losing the old text, whatever stands at their path.
+#include "model/saved_file.h"
+
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no file";
+}
+
+void put(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(text);
+}
+
+// A file system with room for 64 KiB that this process alone sees.
+bool mount_small_disk(const QString &folder)
+{
+    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+        return false;
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
+        && mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, "size=64k") == 0;
+}
+
+} // namespace
+
+class SavedFileTest : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir folder;
+    QString path;
+
+private slots:
+    void init()
+    {
+        path = folder.filePath("file");
+        QFile::remove(path);
+    }
+
+    void a_text_replaces_a_shorter_and_a_longer_one()
+    {
+        for (const int size : {10, 100000, 5, 5, 0, 7}) {
+            const QByteArray text(size, static_cast<char>('a' + size % 26));
+            QVERIFY(replace_saved_file(path, text));
+            QCOMPARE(contents(path), text);
+            QCOMPARE(read_saved_file(path).value(), text);
+        }
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList("file"));
+    }
+
+    void the_file_stays_the_same_file()
+    {
+        put(path, "old");
+        QVERIFY(QFile::link(path, folder.filePath("link")));
+        struct stat before = {};
+        struct stat after = {};
+        stat(QFile::encodeName(path).constData(), &before);
+        QVERIFY(replace_saved_file(folder.filePath("link"), "new"));
+        stat(QFile::encodeName(path).constData(), &after);
+        QCOMPARE(before.st_ino, after.st_ino);
+        QCOMPARE(contents(path), QByteArray("new"));
+        QFile::remove(folder.filePath("link"));
+    }
+
+    void a_folder_and_a_missing_folder_are_refused_in_silence()
+    {
+        QVERIFY(!replace_saved_file(folder.path(), "x"));
+        QVERIFY(!replace_saved_file(folder.filePath("missing/file"), "x"));
+        QVERIFY(!replace_saved_file(QString(), "x"));
+        QVERIFY(!read_saved_file(folder.path()).has_value());
+        QVERIFY(!read_saved_file(folder.filePath("missing/file")).has_value());
+        QVERIFY(!read_saved_file(QString()).has_value());
+    }
+
+    void a_pipe_holds_nobody_up()
+    {
+        QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        QVERIFY(!replace_saved_file(path, "x"));
+        QVERIFY(!read_saved_file(path).has_value());
+        QVERIFY(!read_saved_file("/dev/zero").has_value());
+        QVERIFY(!replace_saved_file("/dev/full", "x"));
+    }
+
+    void a_read_only_file_keeps_its_text()
+    {
+        put(path, "old");
+        QFile::setPermissions(path, QFile::ReadOwner);
+        const bool may_write = access(QFile::encodeName(path).constData(), W_OK) == 0; // root may
+        QCOMPARE(replace_saved_file(path, "new"), may_write);
+        QCOMPARE(contents(path), QByteArray(may_write ? "new" : "old"));
+    }
+
+    void a_huge_file_reads_as_an_empty_one_at_once()
+    {
+        put(path, "{}");
+        QVERIFY(QFile::resize(path, 200LL * 1024 * 1024));
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const std::optional<QByteArray> text = read_saved_file(path);
+        QVERIFY(text.has_value());
+        QVERIFY(text->isEmpty());
+        QVERIFY(elapsed.elapsed() < 100);
+        QVERIFY(QFile::resize(path, 64LL * 1024 * 1024));
+        QCOMPARE(read_saved_file(path)->size(), 64 * 1024 * 1024);
+    }
+
+    void a_file_that_tells_no_size_is_read_whole()
+    {
+        QVERIFY(read_saved_file("/proc/self/status")->contains("Name:"));
+    }
+
+    // Last: it changes what this process sees of the file system.
+    void a_full_disk_keeps_the_old_text()
+    {
+        const QString disk = folder.filePath("disk");
+        QVERIFY(QDir().mkpath(disk));
+        if (!mount_small_disk(disk))
+            QSKIP("this kernel gives us no file system of our own");
+        const QString file = disk + "/file";
+        const QByteArray old(30000, 'o');
+        QVERIFY(replace_saved_file(file, old));
+        QVERIFY(!replace_saved_file(file, QByteArray(200000, 'n')));
+        QCOMPARE(contents(file), old);
+        QVERIFY(replace_saved_file(file, QByteArray(60000, 'n')));
+        QVERIFY(!replace_saved_file(disk + "/other", QByteArray(60000, 'n')));
+        umount(QFile::encodeName(disk).constData());
+    }
+};
+
+QTEST_GUILESS_MAIN(SavedFileTest)
+#include "saved_file_test.moc"
