@@ -1,0 +1,162 @@
+// The real window against simulated loudspeakers: found, lost, back, and deaf to commands.
+#include "gui/device_list_view.h"
+#include "support/fleet.h"
+#include "support/window_main.h"
+
+#include <QComboBox>
+
+namespace {
+
+int online_count(const Gui &gui)
+{
+    int count = 0;
+    for (const auto &[id, device] : gui.devices)
+        count += device->online;
+    return count;
+}
+
+} // namespace
+
+class FleetPresenceTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<SimulatedFleet> fleet;
+    std::unique_ptr<WindowCase> window;
+
+    Gui &gui() { return *window->gui; }
+
+    Device *device_at(int index)
+    {
+        const QString id = fleet->stats().at(index).toObject().value("device_id").toString();
+        return gui().find_device(id);
+    }
+
+private slots:
+    void initTestCase() { fleet = std::make_unique<SimulatedFleet>(QStringList{"--count", "24"}); }
+    void init()
+    {
+        window = std::make_unique<WindowCase>();
+        gui().show();
+    }
+    void cleanup() { window.reset(); }
+    void cleanupTestCase() { fleet.reset(); }
+
+    void all_are_listed_within_a_second_and_a_half()
+    {
+        QElapsedTimer since_start;
+        since_start.start();
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        const qint64 taken = since_start.elapsed();
+        qInfo() << "24 devices online after" << taken << "ms";
+        QCOMPARE(gui().device_model.rowCount(), 24);
+        QCOMPARE(gui().network_combo->currentText(), QString("loudspeakers"));
+        for (const QJsonValue &value : fleet->stats()) {
+            const QJsonObject told = value.toObject();
+            Device *device = gui().find_device(told.value("device_id").toString());
+            QVERIFY(device != nullptr);
+            QCOMPARE(window->cell(device, "ui/name"), told.value("name").toString());
+            QCOMPARE(window->cell(device, "ip"), told.value("address").toString());
+            QVERIFY(window->cell(device, "status").startsWith("Online"));
+            QVERIFY(!window->cell(device, "product_id").isEmpty());
+            const int row = gui().find_device_row(device);
+            const QVariant picture = gui().device_model.item(row, 0)->data(Qt::DecorationRole);
+            QVERIFY(!picture.value<QIcon>().isNull());
+            QVERIFY(!picture.value<QIcon>().availableSizes().isEmpty());
+        }
+    }
+
+    void a_silent_device_goes_offline_and_returns_with_its_first_report()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        Device *device = device_at(3);
+        fleet->fault(3, "silent");
+        const qint64 last_seen = device->last_seen;
+        QTRY_VERIFY_WITH_TIMEOUT(!device->online, 5000);
+        const qint64 silent_for = QDateTime::currentMSecsSinceEpoch() - device->last_seen;
+        qInfo() << "offline" << silent_for << "ms after the last report";
+        QVERIFY(silent_for >= 2000);
+        QVERIFY(device->last_seen >= last_seen);
+        QVERIFY(window->cell(device, "status").startsWith("Offline"));
+        QCOMPARE(online_count(gui()), 23);
+        fleet->fault(3, "return");
+        QTRY_VERIFY_WITH_TIMEOUT(device->online, 5000);
+        QVERIFY(window->cell(device, "status").startsWith("Online"));
+        QCOMPARE(gui().device_model.rowCount(), 24);
+    }
+
+    void a_device_without_replies_reads_broken_net()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        Device *device = device_at(5);
+        Device *healthy = device_at(6);
+        fleet->fault(5, "drop_replies");
+        for (Device *asked : {device, healthy})
+            gui().send_to_device(asked, {{"command", "blink_leds"}, {"seq", 1}}, false);
+        QTRY_VERIFY_WITH_TIMEOUT(window->cell(device, "status").startsWith("Broken net"), 5000);
+        QVERIFY(window->cell(healthy, "status").startsWith("Online"));
+        QVERIFY(!healthy->awaiting_reply);
+        fleet->fault(5, "keep_replies");
+        gui().send_to_device(device, {{"command", "blink_leds"}, {"seq", 1}}, false);
+        QTRY_VERIFY_WITH_TIMEOUT(window->cell(device, "status").startsWith("Online"), 5000);
+    }
+
+    void wrong_checksums_keep_a_device_from_coming_online()
+    {
+        fleet->fault(7, "wrong_checksum");
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 23, 10000);
+        QTest::qWait(1200); // two more rounds, in which it must stay away
+        QCOMPARE(online_count(gui()), 23);
+        fleet->fault(7, "right_checksum");
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 5000);
+    }
+
+    void a_device_that_moves_keeps_its_row()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        Device *device = device_at(8);
+        fleet->fault(8, "change_address", {{"address", "10.71.9.9"}});
+        QTRY_COMPARE_WITH_TIMEOUT(window->cell(device, "ip"), QString("10.71.9.9"), 5000);
+        QCOMPARE(gui().device_model.rowCount(), 24);
+        QVERIFY(device->online);
+    }
+
+    void levels_arrive_and_move()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        Device *device = device_at(0);
+        QTRY_VERIFY_WITH_TIMEOUT(!device->meter.levels.empty(), 5000);
+        const std::vector<float> before = device->meter.levels;
+        QTRY_VERIFY_WITH_TIMEOUT(device->meter.levels != before, 5000);
+    }
+
+    void an_identified_device_blinks()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        Device *device = device_at(2);
+        const int before = fleet->stats().at(2).toObject().value("blinks").toInt();
+        gui().device_list->selectionModel()->select(
+            gui().device_model.index(gui().find_device_row(device), 0),
+            QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        gui().identify_selected();
+        QTRY_COMPARE_WITH_TIMEOUT(fleet->stats().at(2).toObject().value("blinks").toInt(),
+                                  before + 1, 5000);
+    }
+
+    void a_burst_at_line_rate_is_received_whole()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        gui().discovery_timer.stop();
+        QTest::qWait(400); // late answers to the last request
+        for (const auto &[id, device] : gui().devices)
+            device->online = false;
+        fleet->ask({{"options", QJsonObject{{"spread", 0}}}});
+        gui().send_discovery_packets();
+        gui().discovery_timer.stop();
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 3000);
+        fleet->ask({{"options", QJsonObject{{"spread", 250}}}});
+    }
+};
+
+WINDOW_TEST_MAIN(FleetPresenceTest)
+#include "fleet_presence_test.moc"
