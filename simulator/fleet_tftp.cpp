@@ -30,12 +30,12 @@ void Fleet::on_tftp_packets()
     now = steady_time();
     for (int i = 0; i < MOST_BATCHES; ++i) {
         const std::vector<ReceivedPacket> &packets = tftp_socket.receive();
-        if (packets.empty())
-            break;
         for (const ReceivedPacket &packet : packets)
             for (SimulatedDevice *device : devices_at(packet.to))
                 if (hears(*device))
                     handle_tftp(*device, packet);
+        if (packets.size() < PacketSocket::BATCH)
+            break;
     }
     finish_round();
 }

@@ -27,10 +27,10 @@ void Fleet::on_device_packets()
     now = steady_time();
     for (int i = 0; i < MOST_BATCHES; ++i) {
         const std::vector<ReceivedPacket> &packets = device_socket.receive();
-        if (packets.empty())
-            break;
         for (const ReceivedPacket &packet : packets)
             handle_packet(packet);
+        if (packets.size() < PacketSocket::BATCH)
+            break;
     }
     finish_round();
 }

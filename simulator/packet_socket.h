@@ -43,7 +43,9 @@ public:
     bool is_open() const { return descriptor >= 0; }
     int native_descriptor() const { return descriptor; }
 
-    // The next batch of waiting datagrams; empty when none waits.
+    static constexpr size_t BATCH = 64;
+
+    // The next batch of waiting datagrams, at most BATCH; fewer when no more wait.
     const std::vector<ReceivedPacket> &receive();
     // Sends at the next flush().
     void queue(OutgoingPacket packet);
