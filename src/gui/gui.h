@@ -23,6 +23,7 @@
 #include <vector>
 
 class CurveWidget;
+class DeviceCell;
 class DeviceListView;
 class Filter;
 class QAction;
@@ -79,14 +80,12 @@ public:
     QIcon load_icon(const QString &path);
     void toggle_column(size_t index);
     void show_column_menu(const QPoint &position);
-    void write_row(Device *device, int row, const std::vector<QStandardItem *> &items);
-    void write_cell(Device *device, size_t column, QStandardItem *item);
-    void write_product_cell(Device *device, size_t column, QStandardItem *item);
-    void write_meter_cell(Device *device, QStandardItem *item);
-    void write_property_cell(Device *device, size_t column, QStandardItem *item);
-    void set_cell(QStandardItem *item, size_t column, const QString &text,
-                  const QVariant &sort_value);
-    void set_role(QStandardItem *item, int role, const QVariant &value);
+    void refresh_row(Device *device, int row);
+    void write_cell(Device *device, size_t column, DeviceCell *item);
+    void write_product_cell(Device *device, size_t column, DeviceCell *item);
+    void write_meter_cell(Device *device, DeviceCell *item);
+    void write_property_cell(Device *device, size_t column, DeviceCell *item);
+    void set_cell(DeviceCell *item, size_t column, const QString &text, const QVariant &sort_value);
     void insert_row(Device *device);
     bool is_list_sorted() const;
     int sorted_place(const QStandardItem *item) const;
@@ -111,6 +110,7 @@ public:
     void rebuild_row_widgets(Property *prop);
     void set_row_value(Property *prop, const QVariant &value, bool uniform);
     void set_row_enabled(Property *prop, bool enabled);
+    void order_tab_stops();
 
     // ---- gui/gui_edit.cpp --------------------------------------------------------------------
     // The row's editor as a value: invalid for none, an ErrorValue for a refused input.
@@ -226,6 +226,7 @@ public:
 
     std::map<QString, Device *> devices; // owned, by device id
     PropertyRows property_rows;          // one per key
+    bool has_new_editors = false;        // the tab order does not know them yet
 
     QStandardItemModel device_model;
     DeviceListView *device_list = nullptr;

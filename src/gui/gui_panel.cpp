@@ -56,6 +56,7 @@ void Gui::update_property(const std::string &key)
 {
     if (Property *prop = property_row(key))
         update_row(prop, selected_devices());
+    order_tab_stops();
 }
 
 // Marking dependants goes by the flags of the last refresh, so it comes before the new descriptor.
@@ -100,6 +101,7 @@ void Gui::refresh_needed_rows()
         if (prop->needs_update)
             update_row(prop, selection);
     }
+    order_tab_stops();
 }
 
 void Gui::refresh_all_rows()
@@ -107,6 +109,7 @@ void Gui::refresh_all_rows()
     const std::vector<Device *> selection = selected_devices();
     for (const std::string &key : property_keys)
         update_row(property_row(key), selection);
+    order_tab_stops();
 }
 
 void Gui::mark_dependants(const Property *prop)

@@ -47,23 +47,6 @@ void clear_row(Property *prop)
     retire(prop->meter_widget);
 }
 
-// New editors join the tab order at its very end, but the holder still stands where one reads the
-// row. Only a widget that takes the focus can be named to the toolkit as the one before.
-void place_in_tab_order(const Property *prop)
-{
-    const Qt::FocusPolicy policy = prop->holder->focusPolicy();
-    prop->holder->setFocusPolicy(Qt::TabFocus);
-    QWidget *before = prop->holder;
-    for (int i = 0; i < prop->row_layout->count(); ++i) {
-        QWidget *widget = prop->row_layout->itemAt(i)->widget();
-        if (!widget || widget->focusPolicy() == Qt::NoFocus)
-            continue;
-        QWidget::setTabOrder(before, widget);
-        before = widget;
-    }
-    prop->holder->setFocusPolicy(policy);
-}
-
 void add_editor(Property *prop, QWidget *editor)
 {
     editor->setAccessibleName(QString::fromStdString(prop->desc.label));
@@ -286,7 +269,26 @@ void Gui::rebuild_row_widgets(Property *prop)
         add_meter(prop);
         break;
     }
-    place_in_tab_order(prop);
+    has_new_editors = true;
+}
+
+// New editors join the tab order at its very end; each must follow the one that is read before it.
+void Gui::order_tab_stops()
+{
+    if (!has_new_editors)
+        return;
+    has_new_editors = false;
+    QWidget *before = nullptr;
+    for (const std::string &key : property_keys) {
+        const QHBoxLayout *layout = property_row(key)->row_layout;
+        for (int i = 0; i < layout->count(); ++i) {
+            QWidget *widget = layout->itemAt(i)->widget();
+            if (!widget || widget->focusPolicy() == Qt::NoFocus)
+                continue;
+            QWidget::setTabOrder(before, widget);
+            before = widget;
+        }
+    }
 }
 
 void Gui::set_row_value(Property *prop, const QVariant &value, bool uniform)
