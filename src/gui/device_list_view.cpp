@@ -27,6 +27,14 @@ DeviceListView::DeviceListView(QWidget *parent)
     connect(&frame_timer, &QTimer::timeout, this, &DeviceListView::measure_dirty_columns);
 }
 
+// The header would look at every section again after each changed cell; measuring is ours.
+void DeviceListView::setModel(QAbstractItemModel *new_model)
+{
+    QTreeView::setModel(new_model);
+    disconnect(new_model, SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)), header(),
+               nullptr);
+}
+
 int DeviceListView::sizeHintForColumn(int column) const
 {
     if (!model() || column < 0)

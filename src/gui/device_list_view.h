@@ -17,6 +17,7 @@ class DeviceListView : public QTreeView
 public:
     explicit DeviceListView(QWidget *parent = nullptr);
 
+    void setModel(QAbstractItemModel *new_model) override;
     int sizeHintForColumn(int column) const override;
     void doItemsLayout() override;
     void reset() override;

@@ -2,6 +2,7 @@
 #include "gui/gui.h"
 #include "eq/curve_widget.h"
 #include "firmware/tftp_uploader.h"
+#include "gui/device_cell.h"
 #include "gui/device_list_view.h"
 #include "gui/window_rules.h"
 #include "link/datagram.h"
@@ -13,7 +14,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QScreen>
-#include <QSignalBlocker>
 
 namespace {
 
@@ -154,11 +154,11 @@ void Gui::destroy_devices()
     for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})
         disconnect(socket, nullptr, this, nullptr);
     // The list's cells point at the devices' meters.
-    const QSignalBlocker blocker(device_model);
     for (int row = 0; row < device_model.rowCount(); ++row)
         for (int column = 0; column < device_model.columnCount(); ++column)
             if (column_ids[static_cast<size_t>(column)] == "meter")
-                device_model.item(row, column)->setData(QVariant(), Qt::UserRole + 3);
+                static_cast<DeviceCell *>(device_model.item(row, column))
+                    ->write(DeviceCell::EXTRA_ROLE, QVariant());
     for (const auto &[id, device] : devices)
         destroy_device(device);
     devices.clear();

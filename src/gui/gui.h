@@ -186,6 +186,7 @@ public:
     void upload_file(const QString &remote_name);
     void start_upload(Device *device, QByteArray &data, const QString &remote_name);
     void begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name);
+    void finish_transfer(Device *device, bool success);
 
     // ---- eq/gui_eq.cpp -----------------------------------------------------------------------
     void refresh_eq_view();

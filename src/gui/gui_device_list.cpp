@@ -4,6 +4,7 @@
 #include "firmware/tftp_uploader.h"
 #include "gui/choices.h"
 #include "gui/column_rules.h"
+#include "gui/device_cell.h"
 #include "gui/device_list_view.h"
 #include "gui/gui.h"
 #include "gui/main_window_with_close_signal.h"
@@ -17,13 +18,8 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QPushButton>
-#include <QSignalBlocker>
 
 namespace {
-
-constexpr int ID_ROLE = 257;    // column 0: the only link from a row to its device
-constexpr int SORT_ROLE = 258;  // every filled cell
-constexpr int EXTRA_ROLE = 259; // product column: icon path; meter column: MeterObject *
 
 QString product_name(const Device &device)
 {
@@ -63,7 +59,7 @@ void Gui::build_device_list()
 {
     device_list = new DeviceListView;
     device_list->setModel(&device_model);
-    device_model.setSortRole(SORT_ROLE);
+    device_model.setSortRole(DeviceCell::SORT_ROLE);
     device_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     device_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     device_list->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -123,14 +119,10 @@ void Gui::update_device_properties(Device *device)
     if (!device->online)
         device->broken_net = false;
     const int row = find_device_row(device);
-    if (row < 0) {
+    if (row < 0)
         insert_row(device);
-    } else {
-        std::vector<QStandardItem *> items(column_ids.size());
-        for (size_t column = 0; column < items.size(); ++column)
-            items[column] = device_model.item(row, static_cast<int>(column));
-        write_row(device, row, items);
-    }
+    else
+        refresh_row(device, row);
     sort_list_if_needed();
     if (!device->online)
         device->assistant_dismissed = false;
@@ -140,23 +132,20 @@ void Gui::update_device_properties(Device *device)
         device->meter.clear_levels();
 }
 
-// Each signal of a shown view's model costs a look at every column's width: the cells of a row are
-// written in silence, and one signal tells of them all.
-void Gui::write_row(Device *device, int row, const std::vector<QStandardItem *> &items)
+// Each signal of a shown view's model costs a look at the columns' widths: one tells of them all.
+void Gui::refresh_row(Device *device, int row)
 {
     row_changed = false;
-    {
-        const QSignalBlocker blocker(device_model);
-        for (size_t column = 0; column < items.size(); ++column)
-            if (!device_list->isColumnHidden(static_cast<int>(column)))
-                write_cell(device, column, items[column]);
-    }
-    if (row_changed && row >= 0)
+    for (int column = 0; column < device_model.columnCount(); ++column)
+        if (!device_list->isColumnHidden(column))
+            write_cell(device, static_cast<size_t>(column),
+                       static_cast<DeviceCell *>(device_model.item(row, column)));
+    if (row_changed)
         emit device_model.dataChanged(device_model.index(row, 0),
                                       device_model.index(row, device_model.columnCount() - 1));
 }
 
-void Gui::write_cell(Device *device, size_t column, QStandardItem *item)
+void Gui::write_cell(Device *device, size_t column, DeviceCell *item)
 {
     const std::string &id = column_ids[column];
     if (id == "product_id")
@@ -171,27 +160,28 @@ void Gui::write_cell(Device *device, size_t column, QStandardItem *item)
         write_property_cell(device, column, item);
 }
 
-void Gui::write_product_cell(Device *device, size_t column, QStandardItem *item)
+void Gui::write_product_cell(Device *device, size_t column, DeviceCell *item)
 {
     const ProductDesc &product = find_product(device->value("product_id").toInt());
     const qint64 sort_key = product_sort_key(device->value("ui/order").toInt(), device->address);
     set_cell(item, column, QString::fromStdString(product.name), sort_key);
     const QString icon = QString::fromStdString(product.icon);
-    if (item->data(EXTRA_ROLE).toString() == icon)
+    if (item->data(DeviceCell::EXTRA_ROLE).toString() == icon)
         return;
-    set_role(item, EXTRA_ROLE, icon);
-    item->setData(load_icon(icon), Qt::DecorationRole);
+    item->write(DeviceCell::EXTRA_ROLE, icon);
+    item->write(Qt::DecorationRole, load_icon(icon));
+    row_changed = true;
 }
 
-void Gui::write_meter_cell(Device *device, QStandardItem *item)
+void Gui::write_meter_cell(Device *device, DeviceCell *item)
 {
-    if (item->data(EXTRA_ROLE).value<MeterObject *>() != &device->meter)
-        item->setData(QVariant::fromValue(&device->meter), EXTRA_ROLE);
+    if (item->data(DeviceCell::EXTRA_ROLE).value<MeterObject *>() != &device->meter)
+        item->write(DeviceCell::EXTRA_ROLE, QVariant::fromValue(&device->meter));
 }
 
 // A device that lacks the key leaves the cell as it is: it stays that a cell then keeps what it
 // showed before a change of product.
-void Gui::write_property_cell(Device *device, size_t column, QStandardItem *item)
+void Gui::write_property_cell(Device *device, size_t column, DeviceCell *item)
 {
     const std::string &key = column_ids[column];
     const auto value = device->values.find(key);
@@ -211,49 +201,38 @@ void Gui::write_property_cell(Device *device, size_t column, QStandardItem *item
     }
     set_cell(item, column, text, value->second);
     if (!item->data(Qt::DecorationRole).isValid())
-        item->setData(icon, Qt::DecorationRole);
+        item->write(Qt::DecorationRole, icon);
 }
 
-void Gui::set_cell(QStandardItem *item, size_t column, const QString &text,
-                   const QVariant &sort_value)
+void Gui::set_cell(DeviceCell *item, size_t column, const QString &text, const QVariant &sort_value)
 {
-    set_role(item, Qt::DisplayRole, text);
-    const QVariant key = sort_value.isValid() ? sort_value : QVariant(text);
-    if (static_cast<int>(column) == device_list->header()->sortIndicatorSection()
-        && item->data(SORT_ROLE) != key)
+    row_changed |= item->write(Qt::DisplayRole, text);
+    const bool is_key_changed
+        = item->write(DeviceCell::SORT_ROLE, sort_value.isValid() ? sort_value : QVariant(text));
+    row_changed |= is_key_changed;
+    if (is_key_changed && static_cast<int>(column) == device_list->header()->sortIndicatorSection())
         sort_pending = true;
-    set_role(item, SORT_ROLE, key);
-}
-
-void Gui::set_role(QStandardItem *item, int role, const QVariant &value)
-{
-    const QVariant shown = item->data(role);
-    if (shown.userType() == value.userType() && shown == value)
-        return;
-    item->setData(value, role);
-    row_changed = true;
 }
 
 // The row is filled before the model knows it and goes straight to its place: the list looks as if
 // it had been sorted again, at the price of one insertion.
 void Gui::insert_row(Device *device)
 {
-    std::vector<QStandardItem *> items;
-    QList<QStandardItem *> row_items;
-    for (size_t column = 0; column < column_ids.size(); ++column) {
-        items.push_back(new QStandardItem);
-        row_items.append(items.back());
-    }
-    items.front()->setData(device->device_id, ID_ROLE);
+    QList<QStandardItem *> items;
     const bool was_pending = sort_pending;
-    write_row(device, -1, items);
+    for (size_t column = 0; column < column_ids.size(); ++column) {
+        auto *item = new DeviceCell;
+        items.append(item);
+        if (!device_list->isColumnHidden(static_cast<int>(column)))
+            write_cell(device, column, item);
+    }
     sort_pending = was_pending;
+    static_cast<DeviceCell *>(items.front())->write(DeviceCell::ID_ROLE, device->device_id);
     const int section = device_list->header()->sortIndicatorSection();
     const bool is_sorted_by_column = section >= 0 && section < device_model.columnCount();
-    const int row = is_sorted_by_column && !sort_pending
-        ? sorted_place(items[static_cast<size_t>(section)])
-        : device_model.rowCount();
-    device_model.insertRow(row, row_items);
+    const int row = is_sorted_by_column && !sort_pending ? sorted_place(items.at(section))
+                                                         : device_model.rowCount();
+    device_model.insertRow(row, items);
     device->row_hint = row;
 }
 
@@ -262,9 +241,9 @@ void Gui::insert_row(Device *device)
 int Gui::sorted_place(const QStandardItem *item) const
 {
     QStandardItemModel lender;
-    lender.setSortRole(SORT_ROLE);
+    lender.setSortRole(DeviceCell::SORT_ROLE);
     auto *probe = new QStandardItem;
-    probe->setData(item->data(SORT_ROLE), SORT_ROLE);
+    probe->setData(item->data(DeviceCell::SORT_ROLE), DeviceCell::SORT_ROLE);
     lender.appendRow(probe);
 
     const bool is_ascending = device_list->header()->sortIndicatorOrder() == Qt::AscendingOrder;
@@ -320,7 +299,8 @@ void Gui::sort_list_if_needed()
 void Gui::note_row_hints()
 {
     for (int row = 0; row < device_model.rowCount(); ++row)
-        if (Device *device = find_device(device_model.item(row, 0)->data(ID_ROLE).toString()))
+        if (Device *device
+            = find_device(device_model.item(row, 0)->data(DeviceCell::ID_ROLE).toString()))
             device->row_hint = row;
 }
 
@@ -329,7 +309,7 @@ int Gui::find_device_row(Device *device)
 {
     const auto is_row_of_device = [this, device](int row) {
         const QStandardItem *item = device_model.item(row, 0);
-        return item && item->data(ID_ROLE).toString() == device->device_id;
+        return item && item->data(DeviceCell::ID_ROLE).toString() == device->device_id;
     };
     if (device->row_hint >= 0 && is_row_of_device(device->row_hint))
         return device->row_hint;
@@ -351,7 +331,7 @@ std::vector<Device *> Gui::selected_devices() const
     for (const QModelIndex &index : device_list->selectionModel()->selectedRows(0)) {
         if (device_list->isRowHidden(index.row(), QModelIndex()))
             continue;
-        if (Device *device = find_device(index.data(ID_ROLE).toString()))
+        if (Device *device = find_device(index.data(DeviceCell::ID_ROLE).toString()))
             selected.push_back(device);
     }
     return selected;

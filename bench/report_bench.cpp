@@ -1,0 +1,224 @@
+// What a report, a changed cell, a lost fleet and a start cost, beside plain work of the same kind.
+#include "bench_window.h"
+
+#include "gui/device_list_view.h"
+#include "link/datagram.h"
+
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QNetworkDatagram>
+#include <QTreeView>
+#include <QUdpSocket>
+
+namespace {
+
+constexpr int FLEET = 1000;
+constexpr quint16 FLOOR_PORT = 7999;
+
+void pass_time(int milliseconds)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (!elapsed.hasExpired(milliseconds))
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+}
+
+// Datagrams wait in the receiver's socket before the clock starts.
+void send_all(const std::vector<QByteArray> &datagrams, quint16 port)
+{
+    QUdpSocket sender;
+    for (const QByteArray &datagram : datagrams)
+        sender.writeDatagram(datagram, QHostAddress(QHostAddress::LocalHost), port);
+}
+
+// CPU microseconds per datagram of receiving, summing and parsing alone.
+double floor_per_datagram(const std::vector<QByteArray> &datagrams, int rounds)
+{
+    QUdpSocket receiver;
+    receiver.bind(QHostAddress(), FLOOR_PORT);
+    receiver.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4 << 20);
+    double seconds = 0;
+    int taken = 0;
+    for (int round = 0; round < rounds; ++round) {
+        send_all(datagrams, FLOOR_PORT);
+        const double start = cpu_seconds();
+        while (receiver.hasPendingDatagrams()) {
+            const QByteArray bytes = receiver.receiveDatagram().data();
+            const int size = bytes.size() - 12;
+            const uint32_t sum = crc32(0, reinterpret_cast<const uint8_t *>(bytes.constData()),
+                                       static_cast<size_t>(size));
+            const QByteArray json = QByteArray::fromRawData(bytes.constData(), size);
+            taken += sum != 0 && QJsonDocument::fromJson(json).isObject();
+        }
+        seconds += cpu_seconds() - start;
+    }
+    return seconds * 1e6 / taken;
+}
+
+double manager_per_datagram(Gui &gui, const std::vector<QByteArray> &datagrams, int rounds)
+{
+    double seconds = 0;
+    for (int round = 0; round < rounds; ++round) {
+        send_all(datagrams, DEVICE_PORT);
+        const double start = cpu_seconds();
+        while (gui.listen_socket.hasPendingDatagrams() || gui.send_socket.hasPendingDatagrams())
+            gui.on_packet();
+        seconds += cpu_seconds() - start;
+    }
+    return seconds * 1e6 / (rounds * static_cast<double>(datagrams.size()));
+}
+
+// All devices speak from the loopback address here, or each report would move its device.
+void fill(Gui &gui)
+{
+    for (int i = 0; i < FLEET; ++i)
+        gui.handle_device_packet(QHostAddress(QHostAddress::LocalHost), bench_report(i), true,
+                                 gui.current_network);
+    pass_time(300);
+}
+
+void bench_reports(Gui &gui, int rounds)
+{
+    std::vector<QByteArray> datagrams;
+    for (int i = 0; i < 500; ++i)
+        datagrams.push_back(bench_datagram(bench_report(i * 2)));
+    std::printf("one report of %d bytes at %d devices\n", datagrams.front().size(), FLEET);
+    manager_per_datagram(gui, datagrams, 1);
+    const double floor = floor_per_datagram(datagrams, rounds);
+    const double unchanged = manager_per_datagram(gui, datagrams, rounds);
+    print_figure("unchanged, at most 2", unchanged, "us", floor, "receive, checksum and parse");
+}
+
+void bench_changed_cell(Gui &gui, int rounds)
+{
+    std::printf("one changed visible cell at %d rows\n", FLEET);
+    const int measured = gui.device_list->measurements();
+    const QHostAddress address(QHostAddress::LocalHost);
+    QElapsedTimer wall;
+    wall.start();
+    const double start = cpu_seconds();
+    for (int i = 0; i < rounds; ++i) {
+        gui.handle_device_packet(address, bench_report(i % FLEET, 1 + i / FLEET), true,
+                                 gui.current_network);
+        QApplication::processEvents();
+    }
+    const double each = (cpu_seconds() - start) * 1e6 / rounds;
+    const double frames = static_cast<double>(wall.elapsed()) / 16.0;
+    const double unchanged = cpu_microseconds(rounds, [&gui, &address] {
+        gui.handle_device_packet(address, bench_report(1, 1), true, gui.current_network);
+        QApplication::processEvents();
+    });
+    print_figure("changed cell, with painting", each, "us", unchanged, "an unchanged report");
+    std::printf("  %-44s %9.2f (at most 1)\n", "rounds of measuring per frame of 16 ms",
+                (gui.device_list->measurements() - measured) / 7.0 / frames);
+}
+
+void bench_lost_fleet(Gui &gui)
+{
+    std::printf("%d devices go offline in one pass\n", FLEET);
+    for (const auto &[id, device] : gui.devices)
+        device->last_seen = 1;
+    QApplication::processEvents();
+    const double start = cpu_seconds();
+    gui.send_discovery_packets();
+    const double pass = (cpu_seconds() - start) * 1e3;
+    pass_time(40);
+    const double painted = (cpu_seconds() - start) * 1e3;
+    std::printf("  %-44s %9.1f ms (under 60), %.1f ms with painting\n", "all in one pass", pass,
+                painted);
+}
+
+// A window with a tree view and nothing else, then the real one without any device.
+void bench_empty_start(int rounds, const QString &folder)
+{
+    std::printf("start without devices\n");
+    const double bare = cpu_microseconds(rounds, [] {
+        QMainWindow window;
+        auto *tree = new QTreeView;
+        QStandardItemModel model(0, 83);
+        tree->setModel(&model);
+        window.setCentralWidget(tree);
+        window.resize(1900, 1000);
+        window.show();
+        QApplication::processEvents();
+        tree->setModel(nullptr);
+    });
+    const double ours = cpu_microseconds(rounds, [&folder] {
+        const std::unique_ptr<Gui> gui = make_bench_window(folder);
+        gui->show();
+        QApplication::processEvents();
+    });
+    print_figure("window", ours / 1e3, "ms", bare / 1e3, "a bare window with a tree view");
+}
+
+// The same rows as a full list has, sorted once at the end.
+double plain_rows_milliseconds(Gui &gui)
+{
+    const double start = cpu_seconds();
+    QTreeView view;
+    QStandardItemModel model;
+    model.setColumnCount(gui.device_model.columnCount());
+    model.setSortRole(258);
+    view.setUniformRowHeights(true);
+    view.setModel(&model);
+    for (int column = 0; column < model.columnCount(); ++column)
+        view.setColumnHidden(column, gui.device_list->isColumnHidden(column));
+    for (int row = 0; row < FLEET; ++row) {
+        QList<QStandardItem *> items;
+        for (int column = 0; column < model.columnCount(); ++column) {
+            auto *item = new QStandardItem;
+            const QStandardItem *other = gui.device_model.item(row, column);
+            for (const int role : {0, 1, 257, 258, 259})
+                if (other->data(role).isValid())
+                    item->setData(other->data(role), role);
+            items.append(item);
+        }
+        model.appendRow(items);
+    }
+    view.setSortingEnabled(true);
+    view.sortByColumn(0, Qt::AscendingOrder);
+    view.header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    view.resize(1300, 1000);
+    view.show();
+    QApplication::processEvents();
+    return (cpu_seconds() - start) * 1e3;
+}
+
+void bench_full_start(Gui &filled, const QString &folder)
+{
+    std::printf("start with %d cached devices\n", FLEET);
+    const double plain = plain_rows_milliseconds(filled);
+    filled.save_cache();
+    const double start = cpu_seconds();
+    const std::unique_ptr<Gui> gui = make_bench_window(folder);
+    gui->show();
+    QApplication::processEvents();
+    const double ours = (cpu_seconds() - start) * 1e3;
+    std::printf("  %d rows\n", gui->device_model.rowCount());
+    print_figure("window with its list, at most 1.2", ours, "ms", plain,
+                 "building the same rows with one sort");
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const bool is_short = argc > 1 && qstrcmp(argv[1], "--short") == 0;
+    start_bench_process();
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    register_resources();
+    build_catalogue();
+    QTemporaryDir folder;
+    bench_empty_start(is_short ? 5 : 20, folder.path());
+
+    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    gui->show();
+    gui->discovery_timer.stop(); // nobody answers here, and silence would take all offline
+    fill(*gui);
+    bench_reports(*gui, is_short ? 5 : 40);
+    bench_changed_cell(*gui, is_short ? 1000 : 4000);
+    bench_lost_fleet(*gui);
+    bench_full_start(*gui, folder.path());
+    return 0;
+}
