@@ -18,8 +18,8 @@ fail() {
 }
 
 if [[ ! -f $folder/build.ninja ]]; then
-    echo "Configuring the preset $preset"
+    echo "The first build of the preset $preset takes some minutes."
     cmake --preset "$preset" >>"$log" 2>&1 || fail
 fi
-echo "Building the preset $preset: ${targets[*]:-everything} (the first time takes some minutes)"
+echo "Building ${targets[*]:-everything} (preset $preset)"
 cmake --build "$folder" --parallel "$(nproc)" --target "${targets[@]:-all}" >>"$log" 2>&1 || fail

@@ -61,15 +61,15 @@ lay_cable() {
     # shellcheck disable=SC2016 # expands in the inner shell
     unshare --net -- bash -c '
         ip link set lo up
-        ip link add fleet type veth peer name loudspeakers netns "$1"
+        ip link add fleet type veth peer name speakers netns "$1"
         ip link set fleet up
         exec "${@:2}"' fleet $$ "$simulator" --interface fleet "${simulator_options[@]}" \
         <&0 >"$folder/simulator.log" 2>"$folder/simulator-errors.log" &
     simulator_pid=$!
-    wait_until 5 ip link show dev loudspeakers &>/dev/null \
+    wait_until 5 ip link show dev speakers &>/dev/null \
         || give_up "The private network did not come up: $(<"$folder/simulator-errors.log")"
-    ip address add 10.71.0.1/16 broadcast + dev loudspeakers
-    ip link set loudspeakers up
+    ip address add 10.71.0.1/16 broadcast + dev speakers
+    ip link set speakers up
 }
 
 simulator_answered() {
@@ -126,7 +126,7 @@ take_screenshot() {
 
 run_window() {
     start_manager
-    echo "The fleet is on the network \"loudspeakers\". Close the window, or press Ctrl+C here, to end it all."
+    echo "The fleet is on the network \"speakers\". Close the window, or press Ctrl+C here, to end it all."
     [[ -t 0 ]] && echo "Faults can be typed here, one JSON object a line (see docs/simulator.md)."
     wait "$manager_pid"
 }
