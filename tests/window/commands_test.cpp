@@ -1,0 +1,164 @@
+// What the commands send, and what they tell the operator.
+#include "support/dialog_probe.h"
+#include "support/panel_case.h"
+
+#include <QAction>
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QMenu>
+#include <QMenuBar>
+
+namespace {
+
+const QJsonObject BLINK{{"command", "blink_leds"}, {"seq", 1}};
+const QJsonObject PURGE{{"command", "sap_purge"}, {"seq", 1}, {"age", 0}, {"blocktime", 1}};
+
+} // namespace
+
+class CommandsTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<PanelCase> window;
+
+    Gui &gui() { return *window->gui; }
+
+    QAction *action(const QString &caption)
+    {
+        for (QAction *menu : gui().menuBar()->actions())
+            for (QAction *entry : menu->menu()->actions())
+                if (entry->text() == caption)
+                    return entry;
+        return nullptr;
+    }
+
+private slots:
+    void init() { window = std::make_unique<PanelCase>(); }
+    void cleanup() { window.reset(); }
+
+    void identify_makes_each_selected_device_blink()
+    {
+        FakeDevice &first = window->add({});
+        FakeDevice &second = window->add({});
+        FakeDevice &other = window->add({});
+        second.record()->online = false;
+        window->select({0, 1});
+        QVERIFY(gui().identify_button->isEnabled());
+        QTest::mouseClick(gui().identify_button, Qt::LeftButton);
+        QTest::mouseClick(gui().identify_button, Qt::LeftButton);
+        QTRY_COMPARE(first.commands(), QList<QJsonObject>({BLINK, BLINK}));
+        QTRY_COMPARE(second.commands(), QList<QJsonObject>({BLINK, BLINK}));
+        QVERIFY(other.commands().isEmpty());
+    }
+
+    void identify_is_enabled_while_a_selected_device_is_online()
+    {
+        FakeDevice &device = window->add({});
+        QVERIFY(!gui().identify_button->isEnabled());
+        device.record()->online = false;
+        window->select({0});
+        QVERIFY(!gui().identify_button->isEnabled());
+        device.report();
+        QVERIFY(gui().identify_button->isEnabled());
+    }
+
+    void a_failed_identify_shows_nowhere()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        device.record()->interface = "gone";
+        DialogProbe probe;
+        QTest::mouseClick(gui().identify_button, Qt::LeftButton);
+        QCoreApplication::processEvents();
+        QVERIFY(probe.titles.isEmpty());
+    }
+
+    void purge_goes_to_all_and_one_box_lists_the_failures()
+    {
+        FakeDevice &first = window->add({});
+        FakeDevice &second = window->add({});
+        FakeDevice &third = window->add({});
+        window->select({0, 1, 2});
+        third.record()->interface = "gone";
+        DialogProbe probe;
+        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        QTest::keyClick(&gui(), Qt::Key_R, Qt::ControlModifier);
+        QTRY_COMPARE(first.commands(), QList<QJsonObject>({PURGE}));
+        QTRY_COMPARE(second.commands(), QList<QJsonObject>({PURGE}));
+        QVERIFY(third.commands().isEmpty());
+        QTRY_COMPARE(probe.titles, QStringList("Network error"));
+        QCOMPARE(probe.texts.at(0), QString("<b></b>127.0.0.13: network not found"));
+    }
+
+    void purge_asks_nothing_and_reports_no_success()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        DialogProbe probe;
+        action("Pu&rge AES67 sessions")->trigger();
+        action("Pu&rge AES67 sessions")->trigger();
+        QTRY_COMPARE(device.commands(), QList<QJsonObject>({PURGE, PURGE}));
+        QVERIFY(probe.titles.isEmpty());
+    }
+
+    void without_a_selection_nothing_is_sent()
+    {
+        FakeDevice &device = window->add({});
+        DialogProbe probe;
+        gui().identify_selected();
+        gui().purge_sessions();
+        QCoreApplication::processEvents();
+        QVERIFY(device.commands().isEmpty());
+        QVERIFY(probe.titles.isEmpty());
+    }
+
+    void devices_may_go_while_the_box_is_open()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        device.record()->interface = "gone";
+        DialogProbe probe;
+        probe.answer = [this](QDialog *dialog) {
+            gui().delete_selected_devices();
+            DialogProbe::press_default(dialog);
+        };
+        gui().purge_sessions();
+        QVERIFY(gui().devices.empty());
+    }
+
+    void about_tells_name_version_and_makers()
+    {
+        DialogProbe probe;
+        QString text;
+        QSize picture;
+        bool is_fixed = false;
+        int first_row = -1;
+        probe.answer = [&](QDialog *dialog) {
+            auto *grid = qobject_cast<QGridLayout *>(dialog->layout());
+            is_fixed = grid->sizeConstraint() == QLayout::SetFixedSize;
+            for (int row = grid->rowCount() - 1; row >= 0; --row)
+                if (grid->itemAtPosition(row, 0))
+                    first_row = row;
+            picture = qobject_cast<QLabel *>(grid->itemAtPosition(2, 0)->widget())
+                          ->pixmap(Qt::ReturnByValue)
+                          .size();
+            text = qobject_cast<QLabel *>(grid->itemAtPosition(3, 0)->widget())->text();
+            auto *buttons = qobject_cast<QDialogButtonBox *>(grid->itemAtPosition(4, 0)->widget());
+            QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
+        };
+        action("About this software")->trigger();
+        QCOMPARE(probe.titles, QStringList("About VELMARK Network Manager"));
+        QVERIFY(is_fixed);
+        QCOMPARE(first_row, 2);
+        QCOMPARE(picture.width(), 256);
+        const QStringList lines = text.split("<br>");
+        QCOMPARE(lines.size(), 4);
+        QCOMPARE(lines.at(0), QString("VELMARK Network Manager"));
+        QCOMPARE(lines.at(1), QString("Version v1.6.2"));
+        QVERIFY(gui().findChildren<QDialog *>().isEmpty()
+                || gui().findChildren<QDialog *>().first()->isHidden());
+    }
+};
+
+WINDOW_TEST_MAIN(CommandsTest)
+#include "commands_test.moc"

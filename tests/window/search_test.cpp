@@ -1,0 +1,331 @@
+// The search box leaves visible what matches, and remembers what was committed.
+#include "support/panel_case.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QHeaderView>
+#include <QSignalSpy>
+
+namespace {
+
+QJsonObject named(const QString &name)
+{
+    return {{"ui", QJsonObject{{"name", name}}}};
+}
+
+} // namespace
+
+class SearchTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<PanelCase> window;
+
+    Gui &gui() { return *window->gui; }
+    QLineEdit *box() { return gui().search_combo->lineEdit(); }
+
+    void search(const QString &text)
+    {
+        box()->setFocus();
+        QTest::keyClick(box(), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(box(), Qt::Key_Delete);
+        QTest::keyClicks(box(), text);
+    }
+
+    // The names in the rows that show, top down.
+    QStringList shown_names()
+    {
+        QStringList names;
+        for (int row = 0; row < gui().device_model.rowCount(); ++row)
+            if (!gui().device_list->isRowHidden(row, QModelIndex()))
+                names.append(gui().device_model.item(row, window->column("ui/name"))->text());
+        return names;
+    }
+
+    QStringList history()
+    {
+        QStringList texts;
+        for (int i = 0; i < gui().search_combo->count(); ++i)
+            texts.append(gui().search_combo->itemText(i));
+        return texts;
+    }
+
+private slots:
+    void init() { window = std::make_unique<PanelCase>(); }
+    void cleanup() { window.reset(); }
+
+    void typing_leaves_the_rows_that_match()
+    {
+        window->add(named("xABabx"));
+        window->add(named("other"));
+        search("ab");
+        QCOMPARE(shown_names(), QStringList("xABabx"));
+        QCOMPARE(gui().highlight_delegate.search_text, QString("ab"));
+        search("");
+        QCOMPARE(shown_names().size(), 2);
+    }
+
+    void special_characters_are_searched_as_they_are_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("ampersand") << "&";
+        QTest::newRow("tag") << "<b>";
+        QTest::newRow("emoji") << QString::fromUtf8("🔍");
+        QTest::newRow("right to left") << QString::fromUtf8("שלום");
+        QTest::newRow("pattern characters") << ".*[";
+    }
+    void special_characters_are_searched_as_they_are()
+    {
+        QFETCH(QString, text);
+        window->add(named("A " + text + " B"));
+        window->add(named("other"));
+        box()->setText(text);
+        QCOMPARE(shown_names().size(), 1);
+    }
+
+    void the_escape_of_a_character_is_not_found()
+    {
+        window->add(named("a & b"));
+        search("amp");
+        QVERIFY(shown_names().isEmpty());
+    }
+
+    void text_in_a_hidden_column_keeps_no_row()
+    {
+        FakeDevice &device = window->add({{"ui", QJsonObject{{"memo", "secret"}}}});
+        search("secret");
+        QVERIFY(shown_names().isEmpty());
+        const int memo = window->column("ui/memo");
+        gui().column_actions[static_cast<size_t>(memo)]->setChecked(true);
+        device.report();
+        QTRY_COMPARE(shown_names().size(), 1);
+    }
+
+    void a_value_without_text_matches_only_an_empty_search()
+    {
+        window->add(named("Left"));
+        for (int column = 0; column < gui().device_model.columnCount(); ++column)
+            gui().device_model.item(0, column)->setData(QRect(1, 2, 3, 4), Qt::DisplayRole);
+        search("1");
+        QVERIFY(gui().device_list->isRowHidden(0, QModelIndex()));
+        search("");
+        QVERIFY(!gui().device_list->isRowHidden(0, QModelIndex()));
+    }
+
+    void an_empty_search_needs_a_visible_column()
+    {
+        window->add(named("Left"));
+        for (int column = 0; column < gui().device_model.columnCount(); ++column)
+            gui().device_list->setColumnHidden(column, true);
+        gui().refresh_search();
+        QVERIFY(gui().device_list->isRowHidden(0, QModelIndex()));
+    }
+
+    void hiding_a_selected_row_ends_the_edit()
+    {
+        window->add(named("Left"));
+        window->add(named("Right"));
+        window->select({0, 1});
+        window->press_edit();
+        window->type("ui/memo", "typed");
+        QVERIFY(gui().editing);
+        search("right");
+        QVERIFY(!gui().editing);
+        QVERIFY(!window->row("ui/memo").edited);
+        QCOMPARE(gui().selected_devices().size(), size_t(1));
+        QCOMPARE(window->row("ui/name").value, QVariant("Right"));
+        QVERIFY(window->devices[0]->commands().isEmpty());
+    }
+
+    void showing_a_selected_row_again_ends_the_edit_too()
+    {
+        window->add(named("Left"));
+        window->add(named("Right"));
+        window->select({0, 1});
+        search("right");
+        window->press_edit();
+        box()->clear();
+        QVERIFY(!gui().editing);
+        QCOMPARE(gui().selected_devices().size(), size_t(2));
+    }
+
+    void a_row_that_stays_as_it_is_does_not_disturb_the_edit()
+    {
+        window->add(named("Left"));
+        window->add(named("Right"));
+        window->select({0});
+        window->press_edit();
+        window->type("ui/memo", "typed");
+        search("le");
+        QVERIFY(gui().editing);
+        QCOMPARE(window->row("ui/memo").value, QVariant("typed"));
+        QCOMPARE(shown_names(), QStringList("Left"));
+    }
+
+    void a_hidden_row_stays_selected_and_counts_no_more()
+    {
+        FakeDevice &left = window->add(named("Left"));
+        window->select({0});
+        search("x");
+        QVERIFY(gui().is_device_selected(left.record()));
+        QVERIFY(gui().selected_devices().empty());
+    }
+
+    // Ending the edit merges what was held back, and the list sorts while the rows are walked.
+    void rows_that_change_places_meanwhile_are_not_mixed_up()
+    {
+        for (const char *name : {"keep 1", "hide", "keep 2", "keep 3"})
+            window->add(
+                {{"ui", QJsonObject{{"name", name}, {"order", int(window->devices.size())}}}});
+        window->select({1});
+        window->press_edit();
+        window->devices[1]->report("ui", "order", 9);
+        QCOMPARE(gui().find_device_row(window->devices[1]->record()), 1);
+        box()->setText("keep");
+        QCOMPARE(gui().find_device_row(window->devices[1]->record()), 3);
+        QCOMPARE(shown_names(), QStringList({"keep 1", "keep 2", "keep 3"}));
+    }
+
+    void a_held_back_name_counts_as_soon_as_it_is_merged()
+    {
+        window->add(named("Left"));
+        window->select({0});
+        window->press_edit();
+        window->devices[0]->report("ui", "name", "Right");
+        box()->setText("right");
+        QVERIFY(!gui().editing);
+        QCOMPARE(shown_names(), QStringList("Right"));
+    }
+
+    void a_changed_cell_hides_and_shows_its_row()
+    {
+        FakeDevice &device = window->add(named("Left"));
+        window->add(named("Right"));
+        search("left");
+        device.report("ui", "name", "Centre");
+        QTRY_VERIFY(shown_names().isEmpty());
+        device.report("ui", "name", "Left");
+        QTRY_COMPARE(shown_names(), QStringList("Left"));
+    }
+
+    void a_new_device_is_judged()
+    {
+        window->add(named("Left"));
+        search("left");
+        window->add(named("Right"));
+        QTRY_COMPARE(shown_names(), QStringList("Left"));
+    }
+
+    void reports_refresh_the_search_once_per_frame()
+    {
+        FakeDevice &device = window->add(named("Left"));
+        QVERIFY(gui().search_timer.isSingleShot());
+        QCOMPARE(gui().search_timer.interval(), 0);
+        device.report();
+        QVERIFY(!gui().search_timer.isActive()); // nothing is searched
+        search("left");
+        QVERIFY(!gui().search_timer.isActive());
+        gui().search_pace.start();
+        device.report();
+        QVERIFY(gui().search_timer.isActive());
+        QVERIFY(gui().search_timer.interval() > 0);
+        QVERIFY(gui().search_timer.interval() <= 16);
+        const QSignalSpy refreshes(&gui().search_timer, &QTimer::timeout);
+        for (int i = 0; i < 500; ++i)
+            device.report();
+        QTRY_VERIFY(!gui().search_timer.isActive());
+        QCOMPARE(refreshes.size(), 1);
+        QCOMPARE(gui().search_timer.interval(), 0);
+    }
+
+    void a_refresh_that_changes_nothing_paints_nothing()
+    {
+        window->add(named("Left"));
+        search("left");
+        QCoreApplication::processEvents();
+        struct PaintCounter : QObject
+        {
+            int count = 0;
+            bool eventFilter(QObject *, QEvent *event) override
+            {
+                count += event->type() == QEvent::Paint;
+                return false;
+            }
+        } counter;
+        QTRY_VERIFY(!gui().device_list->viewport()->testAttribute(Qt::WA_PendingUpdate));
+        gui().device_list->viewport()->installEventFilter(&counter);
+        gui().meter_timer.stop();
+        gui().refresh_search();
+        QCoreApplication::processEvents();
+        QCOMPARE(counter.count, 0);
+        box()->setText("lef");
+        QTRY_VERIFY(counter.count > 0);
+    }
+
+    void both_return_keys_commit_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("Return") << Qt::Key_Return;
+        QTest::newRow("Enter of the keypad") << Qt::Key_Enter;
+    }
+    void both_return_keys_commit()
+    {
+        QFETCH(Qt::Key, key);
+        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        window->add(named("Left"));
+        window->add(named("Right"));
+        search("left");
+        QTest::keyClick(box(), key);
+        QCOMPARE(history(), QStringList("left"));
+        QCOMPARE(box()->text(), QString("left"));
+        QCOMPARE(gui().search_combo->currentIndex(), 0);
+        search("right");
+        QTest::keyClick(box(), key);
+        QCOMPARE(history(), QStringList({"right", "left"}));
+        QCOMPARE(shown_names(), QStringList("Right"));
+    }
+
+    void a_known_text_moves_to_the_front_and_starts_no_search()
+    {
+        for (const char *text : {"one", "two", "three"}) {
+            search(text);
+            gui().commit_search();
+        }
+        search("one");
+        QSignalSpy changes(gui().search_combo, &QComboBox::currentTextChanged);
+        box()->setCursorPosition(1);
+        gui().commit_search();
+        QCOMPARE(history(), QStringList({"one", "three", "two"}));
+        QCOMPARE(changes.size(), 0);
+        QCOMPARE(gui().highlight_delegate.search_text, QString("one"));
+        QCOMPARE(box()->text(), QString("one"));
+        QCOMPARE(box()->cursorPosition(), 1);
+    }
+
+    void ten_texts_are_kept_and_the_oldest_goes()
+    {
+        for (int i = 0; i < 11; ++i) {
+            search(QString("text %1").arg(i, 2, 10, QChar('0')));
+            gui().commit_search();
+        }
+        QCOMPARE(gui().search_combo->count(), 10);
+        QCOMPARE(history().first(), QString("text 10"));
+        QCOMPARE(history().last(), QString("text 01"));
+        gui().close();
+        window->start();
+        QCOMPARE(history().first(), QString("text 10"));
+        QCOMPARE(box()->text(), QString());
+    }
+
+    void an_empty_text_commits_nothing()
+    {
+        search("one");
+        gui().commit_search();
+        search("");
+        gui().commit_search();
+        QCOMPARE(history(), QStringList("one"));
+    }
+};
+
+WINDOW_TEST_MAIN(SearchTest)
+#include "search_test.moc"
