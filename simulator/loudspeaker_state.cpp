@@ -38,7 +38,8 @@ QJsonArray history(RandomSource &random)
     int time = random.between(0, 900);
     for (const char *text :
          {"boot, reset cause power", "link up, 1000 Mbit/s full duplex", "address obtained",
-          "sync source selected, servo locked", "stream subscribed, buffer filled"}) {
+          "sync source selected, servo locked", "stream subscribed, buffer filled",
+          "preset loaded, output enabled", "network time set"}) {
         events.append(QJsonObject{{"t", time}, {"level", "info"}, {"text", text}});
         time += random.between(20, 4000);
     }
@@ -78,6 +79,9 @@ QJsonObject particulars(RandomSource &random)
                      {"ip", "0.0.0.0"},
                      {"mask", "255.255.0.0"},
                      {"gateway", "0.0.0.0"},
+                     {"igmp", 3},
+                     {"dscp_audio", 34},
+                     {"dscp_clock", 46},
                      {"mode", "auto"},
                      {"hostname", "velmark-" + hexadecimal(random.next(), 6)}}},
         {"link_state",
