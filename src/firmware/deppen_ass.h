@@ -19,9 +19,9 @@ class DeppenAss : public QDialog
     Q_OBJECT
 
 public:
-    DeppenAss(Gui *gui, Device *device);
+    DeppenAss(Gui *window, Device *dev);
 
-    void go_to_page(int page);
+    void go_to_page(int new_page);
     void refresh();
     void update_progress();
     void on_next();
@@ -36,6 +36,14 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
+    void build_page_area();
+    void build_buttons();
+    void drop_page_widgets();
+    void add_progress_bar();
+    void add_product_combo();
+    void start_update();
+    void choose_product();
+    void set_product();
     void let_go();
 
     Gui *gui = nullptr;

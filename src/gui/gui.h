@@ -184,7 +184,7 @@ public:
 
     // ---- firmware/gui_upload.cpp -------------------------------------------------------------
     void upload_file(const QString &remote_name);
-    void start_upload(Device *device, QByteArray &data, const QString &remote_name);
+    void start_upload(Device *device, QByteArray &bytes, const QString &remote_name);
     void begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name);
     void finish_transfer(Device *device, bool success);
 

@@ -15,5 +15,5 @@ void set_program_names()
 void register_resources()
 {
     Q_INIT_RESOURCE(resources);
-    // Q_INIT_RESOURCE(firmware);
+    Q_INIT_RESOURCE(firmware);
 }

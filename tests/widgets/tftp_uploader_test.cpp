@@ -2,6 +2,7 @@
 #include "firmware/tftp_uploader.h"
 
 #include "support/private_network.h"
+#include "support/tftp_peer.h"
 
 #include <QNetworkInterface>
 #include <QPointer>
@@ -15,82 +16,6 @@ namespace {
 
 constexpr int IMAGE_SIZE = 926841;
 constexpr unsigned LOOPBACK = 1; // its index in a fresh network namespace
-
-QHostAddress device_address(int number)
-{
-    return QHostAddress(0x7F000000U + static_cast<uint32_t>(number));
-}
-
-QByteArray made_data(int size)
-{
-    QByteArray data(size, '\0');
-    for (int i = 0; i < size; ++i)
-        data[i] = static_cast<char>(i * 7 + i / 256);
-    return data;
-}
-
-QByteArray ack(int block)
-{
-    QByteArray datagram("\0\4\0\0", 4);
-    datagram[2] = static_cast<char>(block >> 8);
-    datagram[3] = static_cast<char>(block);
-    return datagram;
-}
-
-// A device's TFTP server: stores what it gets and acknowledges it, unless a test takes over.
-struct Peer
-{
-    QUdpSocket socket;
-    QByteArray name = {};   // of the file, from the write request
-    QByteArray stored = {}; // blocks in order, each once
-    int last_block = -1;
-    int seen = 0; // datagrams
-    QHostAddress client = {};
-    std::function<bool(int seen)> misses = [](int) { return false; }; // datagram number `seen`
-    // What goes back for block `block` (0: the request) as datagram number `seen`.
-    std::function<QList<QByteArray>(int block, int seen)> reply
-        = [](int block, int) { return QList<QByteArray>{ack(block)}; };
-
-    explicit Peer(int number)
-    {
-        const bool is_bound
-            = socket.bind(device_address(number), 69, QAbstractSocket::ReuseAddressHint);
-        Q_ASSERT(is_bound);
-        socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 1 << 20);
-        QObject::connect(&socket, &QUdpSocket::readyRead, &socket, [this] { answer(); });
-    }
-
-    void answer()
-    {
-        while (socket.hasPendingDatagrams()) {
-            const QNetworkDatagram request = socket.receiveDatagram();
-            client = request.senderAddress();
-            if (misses(++seen))
-                continue;
-            const int block = store(request.data());
-            for (const QByteArray &one : reply(block, seen))
-                send(one);
-        }
-    }
-
-    int store(const QByteArray &datagram)
-    {
-        const auto byte = [&datagram](int i) { return static_cast<uint8_t>(datagram.at(i)); };
-        if (byte(1) == 2) {
-            name = datagram.mid(2).split('\0').at(0);
-            last_block = 0;
-            return 0;
-        }
-        const int block = byte(2) << 8 | byte(3);
-        if (block == last_block + 1) {
-            stored += datagram.mid(4);
-            last_block = block;
-        }
-        return block;
-    }
-
-    void send(const QByteArray &datagram) { socket.writeDatagram(datagram, client, 69); }
-};
 
 QStringList told; // debug messages
 

@@ -1,0 +1,207 @@
+// The assistant that brings a new or outdated device into service.
+#include "firmware/deppen_ass.h"
+
+#include "firmware/assistant_rules.h"
+#include "firmware/tftp_uploader.h"
+#include "firmware/upload_rules.h"
+#include "gui/gui.h"
+#include "model/device.h"
+#include "model/device_state.h"
+#include "support/fatal_assert.h"
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QGridLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+
+DeppenAss::DeppenAss(Gui *window, Device *dev)
+    : QDialog(window)
+    , gui(window)
+    , device(dev)
+{
+    setModal(true);
+    resize(400, 200);
+    build_page_area();
+    build_buttons();
+
+    FATAL_ASSERT("deppen_ass.cpp", !dev->deppen_ass);
+    dev->deppen_ass = this;
+    // Queued: a report may come in while the device's row is being written.
+    connect(this, &DeppenAss::update_props, this, &DeppenAss::refresh, Qt::QueuedConnection);
+    // Escape hides a dialog without a close event.
+    connect(this, &QDialog::finished, this, &DeppenAss::let_go);
+    refresh();
+}
+
+void DeppenAss::build_page_area()
+{
+    text_label = new QLabel;
+    text_label->setWordWrap(true);
+    page_widget = new QWidget;
+    page_layout = new QGridLayout(page_widget);
+    auto *grid = new QGridLayout(this);
+    grid->addWidget(text_label, 0, 0, Qt::AlignTop);
+    grid->addWidget(page_widget, 1, 0, Qt::AlignBottom);
+}
+
+void DeppenAss::build_buttons()
+{
+    auto *buttons = new QDialogButtonBox;
+    back_button = new QPushButton("Back");
+    next_button = new QPushButton("Next");
+    for (QPushButton *button : {back_button, next_button})
+        buttons->addButton(button, QDialogButtonBox::ActionRole);
+    qobject_cast<QGridLayout *>(layout())->addWidget(buttons, 2, 0);
+    connect(back_button, &QPushButton::clicked, this, &DeppenAss::on_back);
+    connect(next_button, &QPushButton::clicked, this, &DeppenAss::on_next);
+    connect(buttons, &QDialogButtonBox::rejected, this, &DeppenAss::close);
+}
+
+// The page is stored first: the updating page may lead straight to the next one.
+void DeppenAss::go_to_page(int new_page)
+{
+    if (new_page == page)
+        return;
+    page = new_page;
+    drop_page_widgets();
+    if (page == PAGE_UPDATING)
+        add_progress_bar();
+    if (page == PAGE_CHOOSE_PRODUCT)
+        add_product_combo();
+    text_label->setText(assistant_page_text(page, chosen_product_name));
+    back_button->setEnabled(assistant_page(page).has_back);
+    next_button->setEnabled(assistant_page(page).has_next);
+    update_progress();
+}
+
+void DeppenAss::drop_page_widgets()
+{
+    if (product_combo)
+        product_combo->deleteLater();
+    if (progress_bar)
+        progress_bar->deleteLater();
+    product_combo = nullptr;
+    progress_bar = nullptr;
+}
+
+void DeppenAss::add_progress_bar()
+{
+    progress_bar = new QProgressBar;
+    progress_bar->setRange(0, 100);
+    progress_bar->setAccessibleName("Progress of the update");
+    page_layout->addWidget(progress_bar, 0, 0);
+}
+
+// Every visit starts with nothing chosen.
+void DeppenAss::add_product_combo()
+{
+    product_combo = new QComboBox;
+    product_combo->setAccessibleName("Product type");
+    for (const PropertyChoice &product : assistant_products(product_table))
+        product_combo->addItem(QString::fromStdString(product.label), product.value);
+    product_combo->setCurrentIndex(0);
+    chosen_product_id = 0;
+    page_layout->addWidget(product_combo, 0, 0);
+}
+
+// Comes queued, so it may arrive after the dialog has been closed and the device deleted.
+void DeppenAss::refresh()
+{
+    if (!device)
+        return;
+    const int product_id = find_product(device->value("product_id").toInt()).product_id;
+    go_to_page(next_assistant_page(page, device->online, needs_assistant(*device), product_id));
+    update_progress();
+}
+
+// It stays that a failure leaves the bar where it is, and that it is the success of the last
+// transfer that counts, even if a later attempt was refused before it became one.
+void DeppenAss::update_progress()
+{
+    if (!progress_bar || !device)
+        return;
+    if (device->uploader)
+        progress_bar->setValue(device->uploader->percent());
+    else if (device->upload_ok)
+        go_to_page(PAGE_RESTARTING);
+    else
+        text_label->setText(assistant_failure_text());
+}
+
+void DeppenAss::on_next()
+{
+    if (!device)
+        return;
+    if (page == PAGE_OUTDATED)
+        start_update();
+    else if (page == PAGE_CHOOSE_PRODUCT)
+        choose_product();
+    else if (page == PAGE_CONFIRM_PRODUCT)
+        set_product();
+    else if (page == PAGE_DONE)
+        close();
+}
+
+void DeppenAss::start_update()
+{
+    QFile image(":/firmware.bin");
+    if (!image.open(QIODevice::ReadOnly))
+        return;
+    QByteArray bytes = image.readAll();
+    image.close();
+    gui->start_upload(device, bytes, FIRMWARE_REMOTE_NAME);
+    go_to_page(PAGE_UPDATING);
+}
+
+// The box waits in an event loop of its own, in which the page may change: it comes last.
+void DeppenAss::choose_product()
+{
+    chosen_product_id = product_combo->currentData().toInt();
+    chosen_product_name = product_combo->currentText();
+    if (chosen_product_id != 0)
+        go_to_page(PAGE_CONFIRM_PRODUCT);
+    else
+        QMessageBox::critical(this, "Please note", "You need to select a product.",
+                              QMessageBox::Ok);
+}
+
+// It stays that no answer is waited for: the next report that shows the product ends the page.
+void DeppenAss::set_product()
+{
+    gui->send_to_device(device, set_product_command(chosen_product_id), false);
+    go_to_page(PAGE_SETTING_PRODUCT);
+}
+
+void DeppenAss::on_back()
+{
+    if (page == PAGE_CONFIRM_PRODUCT)
+        go_to_page(PAGE_CHOOSE_PRODUCT);
+}
+
+void DeppenAss::forget_device()
+{
+    device = nullptr;
+    hide();
+}
+
+// Leaves the device free for deletion, and other devices for an assistant. However the dialog goes,
+// it lets go once; it stays that the object itself remains with the window.
+void DeppenAss::let_go()
+{
+    if (!device)
+        return;
+    device->deppen_ass = nullptr;
+    device->assistant_dismissed = true;
+    device = nullptr;
+}
+
+void DeppenAss::closeEvent(QCloseEvent *event)
+{
+    let_go();
+    QDialog::closeEvent(event);
+}
