@@ -91,6 +91,7 @@ private:
                      const ReceivedPacket &packet);
     void start_upload(SimulatedDevice &device);
     void finish_upload(SimulatedDevice &device);
+    void await_reboot(SimulatedDevice &device);
     QString store_upload(const SimulatedDevice &device) const;
 
     // --- requests: fleet_control.cpp

@@ -46,6 +46,8 @@ void Fleet::handle_tftp(SimulatedDevice &device, const ReceivedPacket &packet)
         = device.tftp.handle(packet.from, packet.from_port, packet.bytes, packet.size);
     for (const TftpAnswer &tftp_answer : outcome.answers)
         answer_tftp(device, tftp_answer, packet);
+    if (device.reboot_due != 0)
+        device.reboot_due = now + int64_t{options.flash_time} * 1000;
     if (outcome.started)
         start_upload(device);
     if (outcome.finished)
@@ -103,9 +105,20 @@ void Fleet::finish_upload(SimulatedDevice &device)
         device.state_changed();
         return;
     }
-    // Not at once: should the last acknowledgement get lost, its block comes again.
+    device.reboot_due = now + int64_t{options.flash_time} * 1000;
+    await_reboot(device);
+}
+
+// Not at once: should the last acknowledgement get lost, its block comes again and moves the time.
+void Fleet::await_reboot(SimulatedDevice &device)
+{
     SimulatedDevice *flashed = &device;
-    after(options.flash_time, [this, flashed] { reboot(*flashed); });
+    schedule.at(device.reboot_due, [this, flashed] {
+        if (now < flashed->reboot_due)
+            await_reboot(*flashed);
+        else if (flashed->reboot_due != 0)
+            reboot(*flashed);
+    });
 }
 
 // The path of the stored file, or empty.

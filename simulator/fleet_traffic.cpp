@@ -162,6 +162,7 @@ bool Fleet::send(SimulatedDevice &device, uint32_t to, uint16_t port, const QByt
 void Fleet::reboot(SimulatedDevice &device)
 {
     device.is_rebooting = true;
+    device.reboot_due = 0;
     const qint64 reboots = ++device.counters.reboots;
     device.tftp.reset();
     device.log.restart();

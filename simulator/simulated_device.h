@@ -81,6 +81,7 @@ struct SimulatedDevice
     bool is_rebooting = false;
     qint64 booted_at = 0;         // µs of the fleet's clock
     QString flashed_version = {}; // runs from the next boot on
+    int64_t reboot_due = 0;       // µs of the fleet's clock; 0: nothing has been flashed
 
 private:
     QByteArray cached_report = {}; // with the right checksum; empty: out of date
