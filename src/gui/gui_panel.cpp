@@ -8,6 +8,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include <algorithm>
+
 namespace {
 
 // The widgets stay: the next refresh that shows the row rebuilds them, as the kind differs then.
@@ -93,8 +95,13 @@ void Gui::update_row(Property *prop, const std::vector<Device *> &selection)
         hide_row(prop);
 }
 
+// Runs for each report of a selected device, and most change nothing: only then is the selection
+// asked for.
 void Gui::refresh_needed_rows()
 {
+    const auto is_needed = [](const auto &entry) { return entry.second->needs_update; };
+    if (std::none_of(property_rows.begin(), property_rows.end(), is_needed))
+        return;
     const std::vector<Device *> selection = selected_devices();
     for (const std::string &key : property_keys) {
         Property *prop = property_row(key);
@@ -128,12 +135,17 @@ Property *Gui::property_row(const std::string &key) const
     return found == property_rows.end() ? nullptr : found->second.get();
 }
 
-// Twice, as source channels follow rows that stand behind them.
+// Source channels follow rows that stand behind them, so they need a second time. All other rows
+// are right after the first.
 void Gui::on_selection_changed()
 {
     set_edit_mode(false);
     refresh_all_rows();
-    refresh_all_rows();
+    const std::vector<Device *> selection = selected_devices();
+    for (const std::string &key : property_keys)
+        if ((property_row(key)->desc.flags & PF_FOLLOWS_STREAM) != 0)
+            update_row(property_row(key), selection);
+    order_tab_stops();
     update_edit_buttons();
     refresh_eq_view();
     update_identify_button();

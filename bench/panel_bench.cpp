@@ -1,0 +1,53 @@
+// The panel over a thousand devices: selecting all of them, one report while all are selected, and
+// an edit of all.
+#include "bench_window.h"
+#include "gui/device_list_view.h"
+
+namespace {
+
+constexpr int DEVICES = 1000;
+
+// CPU milliseconds of `work`, and of it with the layout and painting that follow.
+template<typename Work>
+void measure(const char *name, int repeats, Work work)
+{
+    const double start = cpu_seconds();
+    for (int i = 0; i < repeats; ++i)
+        work(i);
+    const double worked = cpu_seconds();
+    QCoreApplication::processEvents();
+    const double painted = cpu_seconds();
+    std::printf("  %-44s %9.3f ms   (%.1f ms to paint)\n", name, (worked - start) * 1e3 / repeats,
+                (painted - worked) * 1e3);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    start_bench_process();
+    QApplication application(argc, argv);
+    build_catalogue();
+    const QTemporaryDir folder;
+    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    gui->show();
+    gui->discovery_timer.stop();
+    const auto report = [&gui](int number, int change) {
+        gui->handle_device_packet(bench_address(number), bench_report(number, change), true, "lo");
+    };
+    for (int i = 0; i < DEVICES; ++i)
+        report(i, 0);
+    QCoreApplication::processEvents();
+
+    measure("select 1,000 devices, first time", 1, [&gui](int) { gui->device_list->selectAll(); });
+    measure("select none", 1, [&gui](int) { gui->device_list->clearSelection(); });
+    measure("select 1,000 devices again", 1, [&gui](int) { gui->device_list->selectAll(); });
+    measure("one report of 1,000 selected", 100, [&report](int i) { report(500, i); });
+    measure("start an edit of 1,000 devices", 1, [&gui](int) { gui->set_edit_mode(true); });
+    measure("one edit of a row", 10,
+            [&gui](int) { gui->on_row_edited(gui->property_row("dsp/level")); });
+    measure("end the edit", 1, [&gui](int) { gui->set_edit_mode(false); });
+    measure("refresh of all rows", 200, [&gui](int) { gui->refresh_all_rows(); });
+    return 0;
+}
