@@ -137,16 +137,16 @@ void Fleet::send_reply(SimulatedDevice &device, const QJsonObject &reply, uint32
           [this, answering, to, bytes] { send(*answering, to, MANAGER_PORT, bytes); });
 }
 
-// Mute where there is a processor, the clock state everywhere: both show in the manager's list.
+// The clock state shows in the manager's list from its first start on; mute joins in now and then
+// where there is a processor.
 void Fleet::change_visible_value(SimulatedDevice &device)
 {
+    const int lock = device.state.value("rtp").toObject().value("lock").toInt() == 3 ? 2 : 3;
+    merge_members(device.state, {{"rtp", QJsonObject{{"lock", lock}}}});
     const QJsonObject dsp = device.state.value("dsp").toObject();
     if (dsp.contains("mute") && device.random.happens(50)) {
         const bool mute = !dsp.value("mute").toBool();
         merge_members(device.state, {{"dsp", QJsonObject{{"mute", mute}}}});
-    } else {
-        const int lock = device.state.value("rtp").toObject().value("lock").toInt() == 3 ? 2 : 3;
-        merge_members(device.state, {{"rtp", QJsonObject{{"lock", lock}}}});
     }
     device.state_changed();
 }

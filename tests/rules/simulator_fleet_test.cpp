@@ -288,6 +288,24 @@ private slots:
         ask({{"options", QJsonObject{{"spread", 0}}}});
     }
 
+    void every_report_can_show_a_change()
+    {
+        const QHostAddress address("10.71.0.10");
+        const auto lock = [this, &address] {
+            return last_report(address).value("rtp").toObject().value("lock").toInt();
+        };
+        ask({{"options", QJsonObject{{"reports_change", 100}}}});
+        wait_for_all();
+        const int before = lock();
+        wait_for_all();
+        QCOMPARE(before + lock(), 5); // 2 and 3 in turn
+        ask({{"options", QJsonObject{{"reports_change", 0}}}});
+        wait_for_all();
+        const int after = lock();
+        wait_for_all();
+        QCOMPARE(lock(), after);
+    }
+
     void without_add_crc_there_is_no_trailer()
     {
         send("10.71.0.10", R"({"command":"device_info"})");
