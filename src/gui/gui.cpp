@@ -53,6 +53,8 @@ Gui::Gui()
     connect(qApp, &QCoreApplication::aboutToQuit, this, &Gui::close_down);
 }
 
+// The view goes before the model. An item that goes looks for its place among all cells first, which
+// takes long unless it stands at the front.
 Gui::~Gui()
 {
     closed = true;
@@ -60,6 +62,9 @@ Gui::~Gui()
     disconnect(device_list->selectionModel(), nullptr, this, nullptr);
     if (!curve_widget->parent())
         delete curve_widget;
+    delete takeCentralWidget();
+    while (device_model.rowCount() > 0)
+        device_model.removeRow(0);
 }
 
 void Gui::detect_theme()

@@ -6,6 +6,7 @@
 #include "gui/property_row.h"
 #include "meter/log_text.h"
 #include "model/device.h"
+#include "model/device_state.h"
 
 #include <QElapsedTimer>
 #include <QHostAddress>
@@ -169,6 +170,7 @@ public:
 
     // ---- model/gui_registry.cpp --------------------------------------------------------------
     void apply_device_state(Device *device, const QJsonObject &report);
+    void follow_merge(Device *device, const MergeResult &merged);
     void add_dummy_device();
     void delete_selected_devices();
     void destroy_device(Device *device);

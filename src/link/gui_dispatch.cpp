@@ -115,6 +115,7 @@ void Gui::handle_report(const QHostAddress &from, const QJsonObject &object, boo
     if (device->properties.empty())
         device->properties = product_table.front().properties;
     const bool was_online = device->online;
+    const bool is_repeated = device->is_merged && object == device->last_report;
     device->device_id = device_id;
     device->address = from;
     device->interface = interface;
@@ -126,7 +127,10 @@ void Gui::handle_report(const QHostAddress &from, const QJsonObject &object, boo
     if (editing && is_device_selected(device)) {
         // The operator's edit is not disturbed: the report waits until it ends.
         device->stale = true;
+        device->is_merged = false;
         update_device_properties(device);
+    } else if (is_repeated) {
+        follow_merge(device, {});
     } else {
         apply_device_state(device, object);
     }

@@ -6,7 +6,9 @@
 
 #include <QJsonArray>
 
+#include <algorithm>
 #include <cmath>
+#include <set>
 
 namespace {
 
@@ -15,12 +17,51 @@ constexpr int MOST_SESSIONS = 1024; // a device's number never decides how much 
 const std::string product_key = "product_id";
 const std::string session_key = "stream/name";
 
-void take_product(Device &device, const QVariant &value)
+// The product comes before all other properties: it decides which there are. Anything that is no
+// number counts as "<unknown>".
+bool take_product_of(Device &device, JsonPathReader &reader)
 {
+    const auto property = device.properties.find(product_key);
+    if (property == device.properties.end())
+        return false;
+    const QVariant value
+        = value_from_json_value(reader.read(property->second.path), property->second.kind);
+    if (value == device.values[product_key])
+        return false;
     bool is_number = false;
     const int id = value.toInt(&is_number);
     device.properties = find_product(is_number ? id : 0).properties;
     device.values.clear();
+    device.values[product_key] = value;
+    return true;
+}
+
+bool take_sessions(Device &device, const QJsonObject &report)
+{
+    const QJsonArray list = report.value("streams").toObject().value("list").toArray();
+    if (list == device.session_source)
+        return false;
+    device.session_source = list;
+    std::vector<session_item> sessions = sessions_of(report);
+    if (sessions == device.session_list)
+        return false;
+    device.session_list = std::move(sessions);
+    return true;
+}
+
+std::vector<const std::string *> in_order_of_keys(const std::set<const std::string *> &changed)
+{
+    std::vector<const std::string *> ordered;
+    if (changed.empty())
+        return ordered;
+    const auto is_changed = [&changed](const std::string &key) {
+        return std::any_of(changed.begin(), changed.end(),
+                           [&key](const std::string *other) { return *other == key; });
+    };
+    for (const std::string &key : property_keys)
+        if (is_changed(key))
+            ordered.push_back(&key);
+    return ordered;
 }
 
 bool rebuild_sessions(Device &device, PropertyDesc &desc, bool sessions_changed)
@@ -75,32 +116,34 @@ std::vector<session_item> sessions_of(const QJsonObject &report)
 
 MergeResult merge_report(Device &device, const QJsonObject &report)
 {
-    std::vector<session_item> sessions = sessions_of(report);
-    const bool sessions_changed = sessions != device.session_list;
-    if (sessions_changed)
-        device.session_list = std::move(sessions);
-
     MergeResult result;
-    for (const std::string &key : property_keys) {
-        auto property = device.properties.find(key);
-        if (property == device.properties.end() || property->second.kind == PROP_DUMMY)
+    JsonPathReader reader(report);
+    const bool sessions_changed = take_sessions(device, report);
+    result.product_changed = take_product_of(device, reader);
+
+    // Both maps stand in the order of their keys, so one walk along them needs no look-up.
+    std::set<const std::string *> changed;
+    auto value = device.values.begin();
+    for (auto &[key, desc] : device.properties) {
+        if (desc.kind == PROP_DUMMY)
             continue;
-        bool row_changed = false;
-        const QVariant value = value_from_json(report, property->second);
-        if (value != device.values[key]) {
-            if (key == product_key) {
-                take_product(device, value);
-                property = device.properties.find(key);
-                result.product_changed = true;
-            }
-            device.values[key] = value;
+        while (value != device.values.end() && value->first < key)
+            ++value;
+        if (value == device.values.end() || value->first != key)
+            value = device.values.emplace_hint(value, key, QVariant());
+        const QVariant reported = value_from_json_value(reader.read(desc.path), desc.kind);
+        const bool is_new_product = result.product_changed && key == product_key;
+        bool row_changed = is_new_product;
+        if (reported != value->second) {
+            value->second = reported;
             row_changed = true;
         }
         if (key == session_key)
-            row_changed |= rebuild_sessions(device, property->second, sessions_changed);
+            row_changed |= rebuild_sessions(device, desc, sessions_changed);
         if (row_changed)
-            result.changed_keys.push_back(&key);
+            changed.insert(&key);
     }
+    result.changed_keys = in_order_of_keys(changed);
     return result;
 }
 

@@ -15,6 +15,13 @@
 void Gui::apply_device_state(Device *device, const QJsonObject &report)
 {
     const MergeResult merged = merge_report(*device, report);
+    device->is_merged = true;
+    follow_merge(device, merged);
+}
+
+// All that a report brings along, also one that repeats the last and so need not be merged.
+void Gui::follow_merge(Device *device, const MergeResult &merged)
+{
     const bool is_selected = is_device_selected(device);
     if (merged.product_changed)
         mark_dependants(property_row("product_id"));

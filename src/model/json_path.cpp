@@ -35,6 +35,27 @@ QJsonValue json_get_path(const QJsonObject &object, const std::vector<std::strin
     return value;
 }
 
+JsonPathReader::JsonPathReader(const QJsonObject &object)
+    : objects{object}
+{
+}
+
+QJsonValue JsonPathReader::read(const std::vector<std::string> &path)
+{
+    if (path.empty())
+        return QJsonValue(QJsonValue::Undefined);
+    size_t shared = 0;
+    while (shared < names.size() && shared + 1 < path.size() && names[shared] == path[shared])
+        ++shared;
+    names.resize(shared);
+    objects.resize(shared + 1);
+    for (size_t i = shared; i + 1 < path.size(); ++i) {
+        objects.push_back(objects.back().value(latin1(path[i])).toObject());
+        names.push_back(path[i]);
+    }
+    return objects.back().value(latin1(path.back()));
+}
+
 void json_set_path(QJsonObject &object, const std::vector<std::string> &path,
                    const QJsonValue &value)
 {
@@ -54,10 +75,14 @@ void json_set_path(QJsonObject &object, const std::vector<std::string> &path,
 
 QVariant value_from_json(const QJsonObject &object, const PropertyDesc &desc)
 {
-    const QJsonValue value = json_get_path(object, desc.path);
+    return value_from_json_value(json_get_path(object, desc.path), desc.kind);
+}
+
+QVariant value_from_json_value(const QJsonValue &value, PropertyKind kind)
+{
     if (value.isUndefined() || value.isNull())
         return {};
-    switch (desc.kind) {
+    switch (kind) {
     case PROP_NONE:
     case PROP_DUMMY:
     case PROP_METER:
