@@ -223,7 +223,7 @@ void LogTextTest::joined_bursts_give_the_same_document()
     QFETCH(bool, with_long_lines);
     QFETCH(bool, with_scrolling);
 
-    for (quint32 seed = 1; seed <= 20; ++seed) {
+    for (quint32 seed = 1; seed <= 10; ++seed) {
         QRandomGenerator random(seed);
         const auto joined = make_view(max_blocks);
         const auto single = make_view(max_blocks);
