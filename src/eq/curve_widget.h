@@ -11,7 +11,6 @@
 #include <memory>
 
 class Filter;
-struct CurveGrid;
 
 // One curve point per pixel column, 16 Hz to 25 kHz and +/-20 dB over the whole widget. It has no
 // size hint: a splitter gives it the half of its room.

@@ -7,6 +7,8 @@
 
 #include <QtTest>
 
+#include <cmath>
+
 class CurveGeometryTest : public QObject
 {
     Q_OBJECT
@@ -27,6 +29,8 @@ private slots:
     void of_equally_near_markers_the_earlier_wins();
     void a_hit_marker_lets_a_nearer_one_win_beyond_that_ones_own_circle();
     void a_marker_that_was_never_painted_is_not_hit();
+    void a_thinned_line_passes_all_points_within_the_tolerance();
+    void a_thinned_straight_line_is_its_ends();
     void a_bubble_flips_where_its_side_ends();
     void a_bubble_that_fits_nowhere_lies_below();
 };
@@ -169,6 +173,36 @@ void CurveGeometryTest::a_hit_marker_lets_a_nearer_one_win_beyond_that_ones_own_
 void CurveGeometryTest::a_marker_that_was_never_painted_is_not_hit()
 {
     QCOMPARE(nearest_marker({Marker()}, {0, 0}), -1);
+}
+
+void CurveGeometryTest::a_thinned_line_passes_all_points_within_the_tolerance()
+{
+    std::vector<QPointF> line;
+    for (int x = 0; x < 2000; ++x)
+        line.push_back({static_cast<double>(x),
+                        200.0 + 150.0 * std::sin(x * x * 1e-4) + (x == 777 ? 9.0 : 0.0)});
+    const double tolerance = 0.02;
+    const std::vector<QPointF> thinned = thinned_line(line.data(), line.size(), tolerance);
+    QVERIFY(thinned.front() == line.front());
+    QVERIFY(thinned.back() == line.back());
+    QVERIFY(thinned.size() < line.size());
+    size_t next = 1;
+    for (const QPointF &point : line) {
+        while (thinned[next].x() < point.x())
+            ++next;
+        const QPointF from = thinned[next - 1];
+        const QPointF way = thinned[next] - from;
+        const double row = from.y() + way.y() * (point.x() - from.x()) / way.x();
+        QVERIFY(std::abs(row - point.y()) <= tolerance + 1e-9);
+    }
+}
+
+void CurveGeometryTest::a_thinned_straight_line_is_its_ends()
+{
+    const std::vector<QPointF> line{{0, 1}, {1, 3}, {2, 5}, {3, 7}};
+    QCOMPARE(thinned_line(line.data(), 4, 0.01).size(), size_t{2});
+    QCOMPARE(thinned_line(line.data(), 1, 0.01).size(), size_t{1});
+    QCOMPARE(thinned_line(line.data(), 2, 0.01).size(), size_t{2});
 }
 
 void CurveGeometryTest::a_bubble_flips_where_its_side_ends()

@@ -5,7 +5,11 @@
 #include "eq/filter_list.h"
 #include "support/vectors.h"
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QMessageBox>
+#include <QMouseEvent>
+#include <QTimer>
 #include <QtTest>
 
 #include <cmath>

@@ -5,6 +5,7 @@
 #include "eq/filter_list.h"
 #include "support/vectors.h"
 
+#include <QPainter>
 #include <QtTest>
 
 #include <cmath>
