@@ -7,6 +7,8 @@
 #include <QStyleOptionFrame>
 #include <QWidget>
 
+#include <algorithm>
+
 namespace {
 void draw_frame(QPainter *painter, const QWidget *widget, const QRect &rect)
 {
