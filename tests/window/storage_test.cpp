@@ -1,0 +1,607 @@
+// Devices are kept between runs, and one device's state in a backup.
+#include "support/dialog_probe.h"
+#include "support/panel_case.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <sys/stat.h>
+
+namespace {
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no file";
+}
+
+void put(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(text);
+}
+
+QStringList cached_ids(const QString &path)
+{
+    QStringList ids;
+    for (const SavedDevice &saved : read_cache_text(contents(path)))
+        ids.append(saved.data.value("device_id").toString());
+    return ids;
+}
+
+// The text as one call of the toolkit would make it.
+QByteArray expected_cache(const Gui &gui)
+{
+    QJsonArray elements;
+    for (const auto &[id, device] : gui.devices)
+        elements.append(
+            QJsonObject{{"ip", device->address.toString()}, {"data", device->last_report}});
+    return QJsonDocument(QJsonObject{{"devices", elements}}).toJson();
+}
+
+QString numbered(int number)
+{
+    return QString("dev%1").arg(number, 4, 10, QChar('0'));
+}
+
+// Every member of a report with a value of a type that it can't have.
+QJsonObject with_wrong_types(const QJsonObject &object)
+{
+    QJsonObject wrong;
+    for (auto it = object.begin(); it != object.end(); ++it)
+        wrong.insert(it.key(),
+                     it.value().isObject() ? QJsonValue(with_wrong_types(it->toObject()))
+                                           : QJsonValue(QJsonArray{1, "x"}));
+    return wrong;
+}
+
+QByteArray json(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson();
+}
+
+QJsonObject with(QJsonObject report, const QString &part, const QJsonObject &members)
+{
+    QJsonObject object = report.value(part).toObject();
+    for (auto it = members.begin(); it != members.end(); ++it)
+        object.insert(it.key(), it.value());
+    report.insert(part, object);
+    return report;
+}
+
+} // namespace
+
+class StorageTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<PanelCase> window;
+
+    Gui &gui() { return *window->gui; }
+
+    void run_slices()
+    {
+        while (gui().cache_slice_timer.isActive())
+            gui().continue_cache_save();
+    }
+
+    // One of the two buttons in the panel.
+    void press(const QString &caption)
+    {
+        QCoreApplication::processEvents(); // lays the rows out
+        for (QWidget *widget : window->row("dummy/load_restore/0").extra_widgets)
+            if (widget->property("text").toString() == caption)
+                QTest::mouseClick(widget, Qt::LeftButton);
+    }
+
+    // Loads a file into the selection and returns the boxes that came up.
+    QStringList boxes_of_load(const QByteArray &text)
+    {
+        const QString path = window->folder.filePath("backup.ntd");
+        put(path, text);
+        DialogProbe probe;
+        probe.choose_file(path);
+        press("Load");
+        if (probe.titles.value(0) != "Load backup")
+            return {"no file dialog"};
+        return probe.titles.mid(1) + probe.texts;
+    }
+
+private slots:
+    void init() { window = std::make_unique<PanelCase>(); }
+    void cleanup() { window.reset(); }
+
+    void two_devices_come_back_offline_with_their_last_names_and_values()
+    {
+        window->report("10.0.0.2", loudspeaker_report("b", 3, "Right"));
+        window->report("10.0.0.1", loudspeaker_report("a", 3, "First name"));
+        window->report("10.0.0.1", loudspeaker_report("a", 3, "Left"));
+        gui().save_cache();
+        QCOMPARE(cached_ids(gui().cache_path), QStringList({"a", "b"}));
+
+        window->start();
+        QCOMPARE(gui().devices.size(), size_t(2));
+        Device *left = gui().find_device("a");
+        QVERIFY(!left->online);
+        QCOMPARE(left->last_seen, qint64(0));
+        QCOMPARE(left->address, QHostAddress("10.0.0.1"));
+        QCOMPARE(left->interface, QString());
+        QCOMPARE(left->value("dsp/level"), QVariant(4));
+        QCOMPARE(window->cell(left, "ui/name"), QString("Left"));
+        QCOMPARE(window->cell(left, "status"), QString("Offline"));
+        QCOMPARE(window->cell(gui().find_device("b"), "ui/name"), QString("Right"));
+    }
+
+    void the_file_is_the_indented_document()
+    {
+        for (const QString id : {"c", "a", "b"})
+            window->report("10.0.0.1", loudspeaker_report(id));
+        gui().add_dummy_device();
+        gui().save_cache();
+        QCOMPARE(contents(gui().cache_path), expected_cache(gui()));
+    }
+
+    void a_change_reaches_the_file_by_itself()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        QVERIFY(gui().cache_timer.isActive());
+        QCOMPARE(gui().cache_timer.interval(), 500);
+        QTRY_COMPARE_WITH_TIMEOUT(cached_ids(gui().cache_path), QStringList("a"), 20000);
+        QVERIFY(!gui().cache_timer.isActive());
+        QCOMPARE(contents(gui().cache_path), expected_cache(gui()));
+    }
+
+    void a_pending_save_is_not_pushed_back()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        const int remaining = gui().cache_timer.remainingTime();
+        QTRY_VERIFY(gui().cache_timer.remainingTime() < remaining);
+        const int before = gui().cache_timer.remainingTime();
+        window->report("10.0.0.1", loudspeaker_report("a", 3, "Other"));
+        QVERIFY(gui().cache_timer.remainingTime() <= before);
+    }
+
+    void a_report_that_changes_nothing_starts_no_save()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        gui().cache_timer.stop();
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        QVERIFY(!gui().cache_timer.isActive());
+    }
+
+    void a_save_in_slices_writes_what_one_at_once_would()
+    {
+        for (int i = 0; i < 300; ++i)
+            window->report("10.0.0.1", loudspeaker_report(numbered(i)));
+        gui().start_cache_save();
+        QVERIFY(gui().cache_slice_timer.isActive());
+        QCOMPARE(contents(gui().cache_path), QByteArray("no file"));
+        run_slices();
+        QCOMPARE(contents(gui().cache_path), expected_cache(gui()));
+        QVERIFY(gui().cache_text.isEmpty());
+    }
+
+    void devices_may_come_and_go_while_a_save_is_prepared()
+    {
+        for (int i = 0; i < 50; ++i)
+            window->report("10.0.0.1", loudspeaker_report(numbered(10 * i)));
+        gui().start_cache_save();
+        gui().cache_position = numbered(200);
+        gui().destroy_device(gui().devices.at(numbered(200)));
+        gui().devices.erase(numbered(200));
+        window->report("10.0.0.1", loudspeaker_report(numbered(205)));
+        QVERIFY(gui().cache_timer.isActive());
+        run_slices();
+        const QStringList ids = cached_ids(gui().cache_path);
+        QCOMPARE(ids.first(), numbered(205));
+        QCOMPARE(ids.last(), numbered(490));
+    }
+
+    void a_save_that_falls_due_during_another_comes_after_it()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        gui().start_cache_save();
+        gui().cache_timer.stop();
+        const QByteArray begun = gui().cache_text;
+        gui().start_cache_save();
+        QCOMPARE(gui().cache_text, begun);
+        QVERIFY(gui().cache_timer.isActive());
+    }
+
+    void closing_keeps_what_a_pending_save_would_have_kept()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        gui().start_cache_save();
+        window->report("10.0.0.2", loudspeaker_report("b"));
+        const QByteArray expected = expected_cache(gui());
+        gui().close();
+        QVERIFY(gui().devices.empty());
+        QVERIFY(!gui().cache_timer.isActive());
+        QVERIFY(!gui().cache_slice_timer.isActive());
+        QCoreApplication::processEvents();
+        QCOMPARE(contents(gui().cache_path), expected);
+    }
+
+    void deleting_saves_at_once()
+    {
+        window->add({});
+        window->add({});
+        gui().save_cache();
+        gui().start_cache_save();
+        window->select({0});
+        gui().delete_selected_devices();
+        QCOMPARE(cached_ids(gui().cache_path), QStringList("b"));
+        QVERIFY(!gui().cache_slice_timer.isActive());
+    }
+
+    void one_save_follows_the_reading_of_a_cache()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        gui().save_cache();
+        window->start();
+        QVERIFY(gui().cache_timer.isActive());
+        QVERIFY(gui().cache_timer.isSingleShot());
+        QFile::remove(gui().cache_path);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(gui().cache_path), 20000);
+        QVERIFY(!gui().cache_timer.isActive());
+    }
+
+    void a_loaded_list_is_sorted()
+    {
+        for (const int order : {5, 3, 9, 1, 7})
+            window->report("10.0.0.1",
+                           with(loudspeaker_report(numbered(order)), "ui",
+                                {{"order", 10 - order}, {"name", numbered(order)}}));
+        gui().save_cache();
+        window->start();
+        QStringList names;
+        for (int row = 0; row < gui().device_model.rowCount(); ++row)
+            names.append(gui().device_model.item(row, window->column("ui/name"))->text());
+        QCOMPARE(names,
+                 QStringList({numbered(9), numbered(7), numbered(5), numbered(3), numbered(1)}));
+        QCOMPARE(gui().collecting, 0);
+    }
+
+    void a_cache_that_cannot_be_written_changes_nothing()
+    {
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        const QString path = gui().cache_path;
+        gui().cache_path = window->folder.filePath("missing/devicecache.json");
+        gui().save_cache();
+        gui().cache_path = window->folder.path();
+        gui().save_cache();
+        gui().cache_path = path;
+        QCOMPARE(gui().devices.size(), size_t(1));
+        gui().save_cache();
+        QCOMPARE(cached_ids(path), QStringList("a"));
+    }
+
+    void no_cache_file_prevents_the_start_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("devices");
+        const QByteArray good = json(
+            {{"devices",
+              QJsonArray{QJsonObject{{"ip", "10.0.0.1"}, {"data", loudspeaker_report("a")}}}}});
+        QTest::newRow("good") << good << 1;
+        QTest::newRow("empty") << QByteArray() << 0;
+        QTest::newRow("truncated") << good.left(good.size() / 2) << 0;
+        QTest::newRow("older tail") << good + good.right(40) << 1;
+        QByteArray binary;
+        for (int i = 0; i < 100000; ++i)
+            binary.append(static_cast<char>(i * 7919 >> 3));
+        QTest::newRow("binary") << binary << 0;
+        QTest::newRow("list") << QByteArray("[]") << 0;
+        QTest::newRow("elements of all types")
+            << QByteArray(R"({"devices":[1,null,"x",[],{},{"ip":{},"data":7}]})") << 0;
+        QTest::newRow("wrong types everywhere")
+            << json({{"devices",
+                      QJsonArray{QJsonObject{
+                          {"ip", "10.0.0.1"},
+                          {"data", with(with_wrong_types(loudspeaker_report("a")), "x", {})},
+                      }}}})
+            << 0;
+        QJsonObject hostile = with_wrong_types(loudspeaker_report("a"));
+        hostile.insert("product", "KESTA");
+        hostile.insert("seq", 0);
+        hostile.insert("device_id", "a");
+        QTest::newRow("a report of wrong types")
+            << json({{"devices", QJsonArray{QJsonObject{{"ip", 5}, {"data", hostile}}}}}) << 1;
+        hostile.insert("product_id", 1e300);
+        hostile.insert("ui", QJsonObject{{"order", -1e308}, {"name", QString(100000, 'x')}});
+        hostile.insert("dsp", QJsonObject{{"level", 4e18}, {"bank", -5}, {"delay", 1e-320}});
+        QTest::newRow("huge values")
+            << json({{"devices", QJsonArray{QJsonObject{{"ip", "::1"}, {"data", hostile}}}}}) << 1;
+    }
+    void no_cache_file_prevents_the_start()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, devices);
+        put(gui().cache_path, text);
+        window->start();
+        QCOMPARE(int(gui().devices.size()), devices);
+        gui().show();
+        QCoreApplication::processEvents();
+        gui().close();
+        QCOMPARE(cached_ids(gui().cache_path).size(), devices);
+    }
+
+    void nothing_at_the_caches_place_prevents_the_start_data()
+    {
+        QTest::addColumn<QString>("kind");
+        for (const char *kind : {"folder", "pipe", "huge", "unreadable", "loop"})
+            QTest::newRow(kind) << QString(kind);
+    }
+    void nothing_at_the_caches_place_prevents_the_start()
+    {
+        QFETCH(QString, kind);
+        const QString path = gui().cache_path;
+        const QByteArray name = QFile::encodeName(path);
+        if (kind == "folder")
+            QVERIFY(QDir().mkpath(path));
+        if (kind == "pipe")
+            QCOMPARE(mkfifo(name.constData(), 0600), 0);
+        if (kind == "loop")
+            QVERIFY(QFile::link(path, path));
+        if (kind == "huge" || kind == "unreadable")
+            put(path, R"({"devices":[]})");
+        if (kind == "huge")
+            QVERIFY(QFile::resize(path, 200LL * 1024 * 1024));
+        if (kind == "unreadable")
+            chmod(name.constData(), 0);
+        window->start();
+        QVERIFY(gui().devices.empty());
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        gui().close();
+    }
+
+    void no_settings_file_prevents_the_start_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("binary") << QByteArray("\x00\xFF\x80[=\n%General]\nx", 18);
+        QTest::newRow("wrong types") << QByteArray(
+            "[General]\neq_visible=@Variant(\\0\\0\\0\\x7f)\ngeometry=5\nwindowState=@ByteArray(x)"
+            "\n"
+            "property_splitter=@Size(1 2)\nsort_column=99999999999\nsort_order=-7\n"
+            "search_history=@Invalid()\ncolumn_info=5\nlist_state=@ByteArray(\\0\\0\\0\\xff)\n");
+        QTest::newRow("long") << QByteArray("[General]\ncurrent_network=")
+                + QByteArray(5000000, 'x');
+        QTest::newRow("truncated") << QByteArray("[General]\ngeometry=@ByteArray(\\x1\\xd9\\xd0");
+    }
+    void no_settings_file_prevents_the_start()
+    {
+        QFETCH(QByteArray, text);
+        put(gui().settings.fileName(), text);
+        window->start();
+        gui().show();
+        QCoreApplication::processEvents();
+        gui().close();
+    }
+
+    // ---- backups -----------------------------------------------------------------------------
+
+    void save_writes_the_last_report()
+    {
+        window->add({{"ui", QJsonObject{{"name", "Kept"}}}});
+        window->select({0});
+        const QString path = window->folder.filePath("kept.ntd");
+        DialogProbe probe;
+        probe.choose_file(path);
+        press("Save");
+        QCOMPARE(probe.titles, QStringList("Save backup"));
+        QCOMPARE(contents(path), json(window->devices[0]->record()->last_report));
+    }
+
+    void save_with_none_or_two_selected_opens_no_dialog()
+    {
+        window->add({});
+        window->add({});
+        DialogProbe probe;
+        gui().save_backup();
+        window->select({0, 1});
+        gui().save_backup();
+        QVERIFY(probe.titles.isEmpty());
+    }
+
+    void a_save_dialog_that_is_left_writes_nothing()
+    {
+        window->add({});
+        window->select({0});
+        DialogProbe probe;
+        probe.answer = &DialogProbe::cancel;
+        gui().save_backup();
+        QCOMPARE(probe.titles, QStringList("Save backup"));
+        QVERIFY(QDir(window->folder.path()).entryList({"*.ntd"}).isEmpty());
+    }
+
+    void a_device_may_go_while_the_dialog_is_open()
+    {
+        window->add({});
+        window->select({0});
+        const QString path = window->folder.filePath("gone.ntd");
+        DialogProbe probe;
+        probe.answer = [this, path](QDialog *dialog) {
+            gui().delete_selected_devices();
+            dialog->findChild<QLineEdit *>("fileNameEdit")->setText(path);
+            DialogProbe::press_default(dialog);
+        };
+        gui().save_backup();
+        QCOMPARE(probe.titles, QStringList("Save backup"));
+        QVERIFY(!QFile::exists(path));
+    }
+
+    void a_place_that_cannot_be_written_is_met_with_silence()
+    {
+        window->add({});
+        window->select({0});
+        DialogProbe probe;
+        probe.choose_file("/proc/no-such-place.ntd");
+        gui().save_backup();
+        QCOMPARE(probe.titles, QStringList("Save backup"));
+    }
+
+    void a_file_that_is_no_backup_is_refused_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("message");
+        const QString no_json = "File doesn't seem to contain JSON data.";
+        const QString no_backup = "File doesn't seem to be a device backup.";
+        QTest::newRow("empty") << QByteArray() << no_json;
+        QTest::newRow("text") << QByteArray("hello") << no_json;
+        QTest::newRow("truncated") << QByteArray(R"({"product":"KESTA",)") << no_json;
+        QTest::newRow("{}") << QByteArray("{}") << no_backup;
+        QTest::newRow("[]") << QByteArray("[]") << no_backup;
+        QTest::newRow("other family") << QByteArray(R"({"product":"kesta"})") << no_backup;
+        QTest::newRow("100 MB") << QByteArray(100 * 1024 * 1024, ' ') + "{}" << no_json;
+    }
+    void a_file_that_is_no_backup_is_refused()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, message);
+        FakeDevice &device = window->add({});
+        window->select({0});
+        QCOMPARE(boxes_of_load(text), QStringList({"Load error", message}));
+        QVERIFY(!gui().editing);
+        QVERIFY(device.commands().isEmpty());
+    }
+
+    void a_backup_that_cannot_be_opened_is_met_with_silence()
+    {
+        window->add({});
+        window->select({0});
+        DialogProbe probe;
+        probe.answer = &DialogProbe::cancel;
+        gui().load_backup(PF_BACKUP);
+        QVERIFY(probe.texts.isEmpty());
+        QVERIFY(!gui().editing);
+    }
+
+    void a_load_is_an_edit_that_sends_nothing_before_confirm()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        const QJsonObject backup
+            = with(device.state, "dsp", {{"level", -3}, {"mute", true}, {"delay", 7.5}});
+        QVERIFY(boxes_of_load(json(backup)).isEmpty());
+        QVERIFY(gui().editing);
+        QVERIFY(!gui().edit_button->isEnabled());
+        QVERIFY(gui().confirm_button->isEnabled());
+        QVERIFY(gui().cancel_button->isEnabled());
+        QCOMPARE(window->row("dsp/mute").value, QVariant(true));
+        QVERIFY(device.commands().isEmpty());
+
+        window->press_confirm();
+        QTRY_COMPARE(device.commands().size(), 1);
+        QCOMPARE(device.commands().at(0),
+                 set_params({{"dsp", QJsonObject{{"level", -3}, {"mute", true}, {"delay", 7.5}}}}));
+    }
+
+    void cancel_undoes_a_load()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        boxes_of_load(json(with(device.state, "dsp", {{"level", -3}})));
+        QCOMPARE(window->row("dsp/level").value, QVariant(-3));
+        window->press_cancel();
+        QCOMPARE(window->row("dsp/level").value, QVariant(4));
+        QVERIFY(device.commands().isEmpty());
+    }
+
+    void name_place_and_product_are_never_restored()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        QJsonObject backup = with(device.state, "ui", {{"name", "Other"}, {"loc", "Elsewhere"}});
+        backup.insert("product_id", 5);
+        boxes_of_load(json(with(backup, "dsp", {{"eq_en", true}})));
+        QVERIFY(!window->row("ui/name").edited);
+        QVERIFY(!window->row("ui/loc").edited);
+        QVERIFY(!window->row("product_id").edited);
+        QVERIFY(window->row("dsp/eq_en").edited);
+        QCOMPARE(window->row("ui/name").value, QVariant("Left"));
+    }
+
+    void presets_follow_the_restored_bank_before_confirm()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        ModifiedComboBox *preset = window->row("dsp/preset").combo;
+        const QString first_bank = preset->itemText(0);
+        boxes_of_load(json(with(device.state, "dsp", {{"bank", 2}, {"preset", 1}})));
+        const ProductDesc &product = find_product(3);
+        if (product.preset_names.size() > 1) {
+            preset = window->row("dsp/preset").combo;
+            QCOMPARE(preset->itemText(0), QString::fromStdString(product.preset_names[1][0]));
+        }
+        QCOMPARE(window->row("dsp/preset").value, QVariant(1));
+        QVERIFY(window->row("dsp/preset").edited);
+    }
+
+    void wrong_types_are_skipped_without_a_word()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        QJsonObject backup = with_wrong_types(device.state);
+        backup.insert("product", "KESTA");
+        QVERIFY(boxes_of_load(json(backup)).isEmpty());
+        QVERIFY(gui().editing);
+        for (const char *key : {"dsp/mute", "dsp/delay", "stream/rtp/ip", "dsp/eq_en"})
+            QVERIFY2(!window->row(key).edited, key);
+        QVERIFY(device.commands().isEmpty());
+    }
+
+    void nulls_are_skipped_and_an_empty_text_is_not()
+    {
+        window->add({{"stream", QJsonObject{{"name", "x"}}}});
+        window->select({0});
+        QJsonObject backup{{"product", "KESTA"}, {"dsp", QJsonObject{{"level", QJsonValue()}}}};
+        backup.insert("stream", QJsonObject{{"name", ""}});
+        boxes_of_load(json(backup));
+        QVERIFY(!window->row("dsp/level").edited);
+        QCOMPARE(window->row("dsp/level").value, QVariant(4));
+    }
+
+    void a_number_out_of_bounds_becomes_the_bound()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        boxes_of_load(json(with(device.state, "dsp", {{"delay", 2000}})));
+        window->press_confirm();
+        QTRY_COMPARE(device.commands().size(), 1);
+        QCOMPARE(device.commands().at(0), set_params(dsp("delay", 935)));
+    }
+
+    void several_devices_take_a_backup_as_one_edit()
+    {
+        FakeDevice &first = window->add({});
+        FakeDevice &second = window->add({{"dsp", QJsonObject{{"level", -3}}}});
+        window->select({0, 1});
+        boxes_of_load(json(with(first.state, "dsp", {{"level", -3}, {"mute", true}})));
+        window->press_confirm();
+        QTRY_COMPARE(second.commands().size(), 1);
+        QCOMPARE(second.commands().at(0), set_params(dsp("mute", true)));
+        QTRY_COMPARE(first.commands().size(), 1);
+        QCOMPARE(first.commands().at(0),
+                 set_params({{"dsp", QJsonObject{{"level", -3}, {"mute", true}}}}));
+    }
+
+    void a_backup_of_another_product_restores_what_fits()
+    {
+        FakeDevice &device = window->add({});
+        window->select({0});
+        QJsonObject backup = with(device.state, "dsp", {{"level", -6}});
+        backup.insert("product_id", 1);
+        backup.insert("stream_tx", QJsonObject{{"channel_count", 8}, {"nonsense", 1}});
+        QVERIFY(boxes_of_load(json(backup)).isEmpty());
+        QCOMPARE(window->row("dsp/level").value, QVariant(-6));
+        for (const auto &[key, row] : gui().property_rows)
+            if (row->desc.kind == PROP_NONE)
+                QVERIFY2(!row->edited, key.c_str());
+    }
+};
+
+WINDOW_TEST_MAIN(StorageTest)
+#include "storage_test.moc"
