@@ -10,6 +10,7 @@
 namespace {
 
 constexpr int FRAME_INTERVAL = 16;       // ms
+constexpr int SHRINK_INTERVAL = 250;     // ms: a column that could be narrower may wait a little
 constexpr int MOST_KEPT_TEXTS = 1 << 14; // per column; ever-changing numbers must not pile up
 
 size_t at(int column)
@@ -24,7 +25,10 @@ DeviceListView::DeviceListView(QWidget *parent)
 {
     frame_timer.setSingleShot(true);
     frame_timer.setInterval(FRAME_INTERVAL);
-    connect(&frame_timer, &QTimer::timeout, this, &DeviceListView::measure_dirty_columns);
+    connect(&frame_timer, &QTimer::timeout, this, &DeviceListView::apply_widths);
+    shrink_timer.setSingleShot(true);
+    shrink_timer.setInterval(SHRINK_INTERVAL);
+    connect(&shrink_timer, &QTimer::timeout, this, &DeviceListView::measure_dirty_columns);
 }
 
 // The header would look at every section again after each changed cell; measuring is ours.
@@ -50,8 +54,10 @@ int DeviceListView::sizeHintForColumn(int column) const
 // A layout follows any change of which rows exist or show, so all widths may have changed.
 void DeviceListView::doItemsLayout()
 {
-    if (model())
+    if (model()) {
         mark_dirty(0, model()->columnCount() - 1);
+        shrink_timer.start(FRAME_INTERVAL);
+    }
     QTreeView::doItemsLayout();
 }
 
@@ -66,6 +72,8 @@ void DeviceListView::dataChanged(const QModelIndex &top_left, const QModelIndex 
                                  const QVector<int> &roles)
 {
     mark_dirty(top_left.column(), bottom_right.column());
+    if (top_left.row() == bottom_right.row())
+        widen_for_row(top_left.row());
     const QRect row = visualRect(top_left.siblingAtColumn(header()->logicalIndexAt(0)));
     // The topmost row decides the height of all, which the base class looks after.
     const bool is_top_row = !indexAbove(top_left).isValid();
@@ -92,8 +100,31 @@ void DeviceListView::mark_dirty(int first_column, int last_column)
         return;
     dirty.resize(std::max(dirty.size(), at(last_column) + 1));
     std::fill(dirty.begin() + first_column, dirty.begin() + last_column + 1, true);
-    if (!frame_timer.isActive())
-        frame_timer.start();
+    if (!shrink_timer.isActive())
+        shrink_timer.start(SHRINK_INTERVAL);
+}
+
+// A changed row can make a column wider at once; whether one has become narrower only a look at all
+// rows can tell.
+void DeviceListView::widen_for_row(int row)
+{
+    const QStyleOptionViewItem option = viewOptions();
+    for (size_t column = 0; column < widths.size(); ++column) {
+        if (widths[column] < 0 || isColumnHidden(static_cast<int>(column)))
+            continue;
+        const int width = cell_width(model()->index(row, static_cast<int>(column)), option);
+        if (width <= widths[column])
+            continue;
+        widths[column] = width;
+        if (!frame_timer.isActive())
+            frame_timer.start();
+    }
+}
+
+// Setting the mode that is set already makes the header take over the widths.
+void DeviceListView::apply_widths()
+{
+    header()->setSectionResizeMode(QHeaderView::ResizeToContents);
 }
 
 void DeviceListView::measure_dirty_columns()
@@ -107,9 +138,8 @@ void DeviceListView::measure_dirty_columns()
         has_changed |= width != widths[column];
         widths[column] = width;
     }
-    // Setting the mode that is set already makes the header take over the new widths.
     if (has_changed)
-        header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+        apply_widths();
 }
 
 int DeviceListView::measured_width(int column) const

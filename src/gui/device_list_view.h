@@ -32,11 +32,14 @@ protected:
 
 private:
     void mark_dirty(int first_column, int last_column);
+    void widen_for_row(int row);
+    void apply_widths();
     void measure_dirty_columns();
     int measured_width(int column) const;
     int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
 
-    QTimer frame_timer;
+    QTimer frame_timer;                                   // a column has become wider
+    QTimer shrink_timer;                                  // all rows are to be measured again
     mutable std::vector<int> widths;                      // by column, -1: never measured
     mutable std::vector<QHash<QString, int>> text_widths; // by column
     std::vector<bool> dirty;                              // by column

@@ -4,6 +4,7 @@
 
 #include "gui/highlight_delegate.h"
 #include "gui/property_row.h"
+#include "link/datagram.h"
 #include "meter/log_text.h"
 #include "model/device.h"
 #include "model/device_state.h"
@@ -21,6 +22,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class CurveWidget;
@@ -161,7 +163,11 @@ public:
     void handle_device_packet(const QHostAddress &from, const QJsonObject &object, bool live,
                               const QString &interface);
     void handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
-                       const QString &interface);
+                       const QString &interface, bool is_repeated);
+    void handle_live_report(const QHostAddress &from, const QByteArray &payload,
+                            const Frame &frame);
+    // The device whose last report from this address had the very same bytes; null when none.
+    Device *find_repeating_device(const QHostAddress &from, const QByteArray &payload) const;
     void handle_reply(const QHostAddress &from, const QJsonObject &object,
                       const QString &interface);
     Device *find_or_create_device(const QHostAddress &from, const QString &device_id);
@@ -179,6 +185,7 @@ public:
     void save_cache(); // at once, and whole
     void start_cache_save();
     void continue_cache_save();
+    void add_to_cache_save();
     void load_cache();
     void save_backup();
     void load_backup(uint32_t mask);
@@ -236,6 +243,8 @@ public:
     HighlightDelegate highlight_delegate;
     bool row_changed = false;  // the row being written differs from what it showed
     bool sort_pending = false; // a key in the sort column has changed
+    std::unordered_map<quint32, QString> reporters; // IPv4 address to the id last heard from it
+    std::vector<char> receive_buffer;
     int collecting = 0; // above 0: a burst or the cache is read, sorting and logs wait for its end
     LogAppender log_appender;
 
@@ -262,6 +271,7 @@ public:
     QTimer cache_slice_timer;  // runs while a save is prepared in slices
     QByteArray cache_text;     // what the slices have made so far
     QString cache_position;    // id of the device they did last; null before the first
+    bool cache_text_is_whole = false;
     QScrollArea *property_scroll = nullptr;
     QWidget *property_column = nullptr;
 

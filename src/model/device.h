@@ -46,9 +46,10 @@ struct Device
     QString dsp_error = {};
     bool stale = false; // a report came during an edit of this device and was not merged
     QJsonObject last_report = {};
-    bool is_merged = false; // `values` say what last_report says: the same report again is no news
-    PropertyMap properties = {}; // what this device has: a copy of its product's
-    ValueMap values = {};        // absent or invalid: the device did not say
+    bool is_merged = false;       // `values` say what last_report says
+    QByteArray last_payload = {}; // the datagram that last_report was read from, else empty
+    PropertyMap properties = {};  // what this device has: a copy of its product's
+    ValueMap values = {};         // absent or invalid: the device did not say
     std::vector<session_item> session_list = {};
     QJsonArray session_source = {}; // what session_list was last read from
     bool online = false;

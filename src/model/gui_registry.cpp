@@ -16,6 +16,7 @@ void Gui::apply_device_state(Device *device, const QJsonObject &report)
 {
     const MergeResult merged = merge_report(*device, report);
     device->is_merged = true;
+    device->last_payload.clear(); // whoever has read the report from a datagram says so afterwards
     follow_merge(device, merged);
 }
 
