@@ -18,6 +18,9 @@ public:
     // Qt::DecorationRole. True when that changed anything; no signal is sent.
     bool write(int role, const QVariant &value);
 
+    // What the cell shows, without the detour that a search through all cells would feel.
+    QString shown_text() const { return display.toString(); }
+
     QVariant data(int role = Qt::UserRole + 1) const override;
     void setData(const QVariant &value, int role = Qt::UserRole + 1) override;
 

@@ -1,4 +1,5 @@
 // The search box: which rows it leaves visible, and the texts it remembers.
+#include "gui/device_cell.h"
 #include "gui/device_list_view.h"
 #include "gui/gui.h"
 #include "gui/window_rules.h"
@@ -67,8 +68,8 @@ std::vector<int> Gui::shown_columns() const
 bool Gui::row_matches_search(int row, const std::vector<int> &columns) const
 {
     for (const int column : columns) {
-        const QStandardItem *item = device_model.item(row, column);
-        if (item && highlight_delegate.matches_search(item->data(Qt::DisplayRole).toString()))
+        const auto *cell = static_cast<const DeviceCell *>(device_model.item(row, column));
+        if (cell && highlight_delegate.matches_search(cell->shown_text()))
             return true;
     }
     return false;

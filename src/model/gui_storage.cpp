@@ -46,29 +46,39 @@ void Gui::start_cache_save()
     cache_text.reserve(size + size / 8 + 1024);
     begin_cache_text(cache_text);
     cache_position = QString();
+    cache_text_is_whole = false;
     cache_slice_timer.start(0);
 }
 
-// Each slice looks up its place anew: devices come and go in between. The slice that finds nothing
-// left to do is the one that writes.
+// The last slices write, each in a turn of its own.
 void Gui::continue_cache_save()
+{
+    if (!cache_text_is_whole) {
+        add_to_cache_save();
+        return;
+    }
+    if (make_room(cache_path, cache_text.size()) == Room::NotYet)
+        return;
+    cache_slice_timer.stop();
+    replace_saved_file(cache_path, cache_text);
+    cache_text = QByteArray();
+}
+
+// Each slice looks up its place anew: devices come and go in between.
+void Gui::add_to_cache_save()
 {
     QElapsedTimer elapsed;
     elapsed.start();
     auto next = cache_position.isNull() ? devices.begin() : devices.upper_bound(cache_position);
-    const bool is_complete = next == devices.end();
     for (; next != devices.end() && elapsed.elapsed() < LONGEST_SLICE; ++next) {
         Device *device = next->second;
         renew_saved_text(device->saved, device->address, device->last_report);
         add_to_cache_text(cache_text, device->saved);
         cache_position = device->device_id;
     }
-    if (!is_complete)
-        return;
-    cache_slice_timer.stop();
-    end_cache_text(cache_text);
-    replace_saved_file(cache_path, cache_text);
-    cache_text = QByteArray();
+    cache_text_is_whole = next == devices.end();
+    if (cache_text_is_whole)
+        end_cache_text(cache_text);
 }
 
 // Every stored device goes the way of a report that is not live. The list sorts once, at the end.

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,14 +13,44 @@
 namespace {
 
 constexpr qint64 LARGEST_FILE = 64 * 1024 * 1024;
+constexpr off_t LARGEST_GROWTH = 1024 * 1024;
 
-// Growing is what a full disk refuses, and it must do so before the first old byte is gone. File
-// systems that can't promise room are taken at their word.
-bool has_room(int file, off_t old_size, off_t new_size)
+// A file that is open for writing, made if there was none; -1 for anything but a regular file.
+class OpenFile
 {
-    if (new_size <= old_size || fallocate(file, FALLOC_FL_KEEP_SIZE, 0, new_size) == 0)
-        return true;
-    return errno != ENOSPC && errno != EDQUOT && errno != EFBIG;
+public:
+    // Without waiting: a pipe that nobody reads would hold the program forever.
+    explicit OpenFile(const QString &path)
+        : descriptor(open(QFile::encodeName(path).constData(),
+                          O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666))
+    {
+    }
+    ~OpenFile()
+    {
+        if (descriptor >= 0)
+            close(descriptor);
+    }
+    OpenFile(const OpenFile &) = delete;
+    OpenFile &operator=(const OpenFile &) = delete;
+
+    // -1 when there is none.
+    off_t size() const
+    {
+        struct stat state = {};
+        const bool is_file
+            = descriptor >= 0 && fstat(descriptor, &state) == 0 && S_ISREG(state.st_mode);
+        return is_file ? state.st_size : -1;
+    }
+
+    const int descriptor;
+};
+
+// A full disk must refuse before the first old byte is gone. File systems that can't promise room
+// are taken at their word.
+bool is_disk_full(int file, off_t size)
+{
+    return fallocate(file, FALLOC_FL_KEEP_SIZE, 0, size) != 0
+        && (errno == ENOSPC || errno == EDQUOT || errno == EFBIG);
 }
 
 bool write_all(int file, const QByteArray &text)
@@ -37,17 +68,6 @@ bool write_all(int file, const QByteArray &text)
     return true;
 }
 
-bool overwrite(int file, const QByteArray &text)
-{
-    struct stat state = {};
-    if (fstat(file, &state) != 0 || !S_ISREG(state.st_mode))
-        return false;
-    const bool is_written = has_room(file, state.st_size, text.size()) && write_all(file, text);
-    // What the old text was longer; after a failure, what was set aside behind it.
-    const bool is_cut = ftruncate(file, is_written ? text.size() : state.st_size) == 0;
-    return is_written && is_cut;
-}
-
 } // namespace
 
 std::optional<QByteArray> read_saved_file(const QString &path)
@@ -62,13 +82,31 @@ std::optional<QByteArray> read_saved_file(const QString &path)
     return text.size() > LARGEST_FILE ? QByteArray() : text;
 }
 
+Room make_room(const QString &path, int size)
+{
+    const OpenFile file(path);
+    const off_t old_size = file.size();
+    if (old_size < 0)
+        return Room::Refused;
+    if (old_size >= size)
+        return Room::Made;
+    const off_t growth = std::min(size - old_size, LARGEST_GROWTH);
+    const bool is_made = !is_disk_full(file.descriptor, size)
+        && lseek(file.descriptor, 0, SEEK_END) >= 0
+        && write_all(file.descriptor, QByteArray(static_cast<int>(growth), '\n'));
+    if (is_made)
+        return old_size + growth >= size ? Room::Made : Room::NotYet;
+    // Gives back what was set aside behind the old text.
+    [[maybe_unused]] const int result = ftruncate(file.descriptor, old_size);
+    return Room::Refused;
+}
+
 bool replace_saved_file(const QString &path, const QByteArray &text)
 {
-    // Without waiting: a pipe that nobody reads would hold the program forever.
-    const int file = open(QFile::encodeName(path).constData(),
-                          O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
-    if (file < 0)
-        return false;
-    const bool is_written = overwrite(file, text);
-    return close(file) == 0 && is_written;
+    Room room = Room::NotYet;
+    while (room == Room::NotYet)
+        room = make_room(path, text.size());
+    const OpenFile file(path);
+    return room == Room::Made && write_all(file.descriptor, text)
+        && ftruncate(file.descriptor, text.size()) == 0;
 }

@@ -10,6 +10,18 @@
 // A file above 64 MiB comes as an empty text: it is none of ours, and reading it would take long.
 std::optional<QByteArray> read_saved_file(const QString &path);
 
+enum class Room
+{
+    Made,    // the file is long enough
+    NotYet,  // longer than it was, but call again
+    Refused, // a full disk, or no file that could be written; the old text stays
+};
+
+// Makes the file as long as a text of `size` bytes will be, up to a megabyte per call: new pages
+// are what writing takes time for. The room is line ends behind the old text, where JSON may have
+// as many as it likes.
+Room make_room(const QString &path, int size);
+
 // Replaces the file in place, without a second file. The new text goes over the old one in a single
 // write, then what the old one was longer is cut off: a process that dies at any other moment
 // leaves either text whole, the new one with an old tail at worst. On a full disk the old text

@@ -1,0 +1,214 @@
+// What keeping and searching a thousand devices costs: the longest stall of a save, the price of a
+// typed letter. Run it in a network of its own (unshare -rn), as the window looks for devices.
+#include "measure.h"
+
+#include "gui/device_list_view.h"
+#include "gui/gui.h"
+#include "gui/program_names.h"
+#include "model/device_state.h"
+#include "model/json_path.h"
+#include "model/saved_file.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLineEdit>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr int DEVICES = 1000;
+
+QJsonObject report_of(int number, int round)
+{
+    QJsonObject report = dummy_report({static_cast<quint32>(number), 0, 0, 0});
+    report.insert("product_id", 3 + number % 7);
+    json_set_path(report, {"ui", "name"}, QString("Speaker %1").arg(number));
+    json_set_path(report, {"ui", "loc"}, QString("Hall %1").arg(number % 12));
+    json_set_path(report, {"ui", "memo"}, QString("round %1").arg(round));
+    json_set_path(report, {"dsp", "level"}, round % 20);
+    QJsonArray sessions;
+    for (int i = 0; i < 12; ++i)
+        sessions.append(QJsonObject{
+            {"n", QString("Session %1").arg(i)}, {"i", "Console"}, {"c", 2 + (i + round) % 8}});
+    json_set_path(report, {"streams", "list"}, sessions);
+    return report;
+}
+
+void change_all(Gui &gui, int round)
+{
+    int number = 0;
+    for (const auto &[id, device] : gui.devices)
+        device->last_report = report_of(number++, round);
+}
+
+QByteArray plain_text(const Gui &gui)
+{
+    QJsonArray elements;
+    for (const auto &[id, device] : gui.devices)
+        elements.append(
+            QJsonObject{{"ip", device->address.toString()}, {"data", device->last_report}});
+    return QJsonDocument(QJsonObject{{"devices", elements}}).toJson();
+}
+
+void bench_save(Gui &gui)
+{
+    std::printf("report %d bytes, cache %.2f MB\n",
+                QJsonDocument(report_of(1, 1)).toJson(QJsonDocument::Compact).size(),
+                plain_text(gui).size() / 1e6);
+    std::printf("reference, all text built anew: %.1f ms CPU\n",
+                cpu_microseconds(5, [&gui] { plain_text(gui); }) / 1e3);
+    for (const bool is_changing : {true, false}) {
+        double worst_cpu = 0;
+        double worst_wall = 0;
+        double total = 0;
+        int slices = 0;
+        for (int round = 0; round < 20; ++round) {
+            if (is_changing)
+                change_all(gui, round);
+            gui.start_cache_save();
+            while (gui.cache_slice_timer.isActive()) {
+                QElapsedTimer wall;
+                wall.start();
+                const double cpu = cpu_microseconds(1, [&gui] { gui.continue_cache_save(); }) / 1e3;
+                worst_wall = std::max(worst_wall, static_cast<double>(wall.nsecsElapsed()) / 1e6);
+                worst_cpu = std::max(worst_cpu, cpu);
+                total += cpu;
+                ++slices;
+            }
+        }
+        std::printf("save in slices, %-11s %.1f slices, %.1f ms CPU in all, worst %.2f ms CPU, "
+                    "%.2f ms wall\n",
+                    is_changing ? "all changed" : "unchanged", slices / 20.0, total / 20, worst_cpu,
+                    worst_wall);
+    }
+    change_all(gui, 77);
+    std::printf("save at once, all changed: %.1f ms CPU\n",
+                cpu_microseconds(1, [&gui] { gui.save_cache(); }) / 1e3);
+    std::printf("the same bytes: %s\n",
+                read_saved_file(gui.cache_path).value() == plain_text(gui) ? "yes" : "NO");
+}
+
+void bench_write(const QString &path)
+{
+    for (const int megabytes : {4, 8}) {
+        const QByteArray text(megabytes * 1000000, 'x');
+        QFile::remove(path);
+        const double fresh = cpu_microseconds(1, [&] { replace_saved_file(path, text); });
+        const double over = cpu_microseconds(10, [&] { replace_saved_file(path, text); });
+        std::printf("%d MB written: fresh %.2f ms CPU, over an old text %.2f ms\n", megabytes,
+                    fresh / 1e3, over / 1e3);
+    }
+}
+
+// Rows that change their state are the view's own cost.
+void bench_hiding(Gui &gui)
+{
+    double hide = 0;
+    double show = 0;
+    for (int round = 0; round < 10; ++round) {
+        for (const bool is_hidden : {true, false}) {
+            (is_hidden ? hide : show) += cpu_microseconds(1, [&gui, is_hidden] {
+                for (int row = 0; row < gui.device_model.rowCount(); ++row)
+                    gui.device_list->setRowHidden(row, QModelIndex(), is_hidden);
+            });
+            QApplication::processEvents();
+        }
+    }
+    std::printf("hiding all rows %.0f us, showing them %.0f us\n", hide / 10, show / 10);
+}
+
+// One look at each visible cell's text.
+int bare_loop(const std::vector<QString> &texts, const QString &search)
+{
+    int hits = 0;
+    for (const QString &text : texts)
+        hits += text.indexOf(search, 0, Qt::CaseInsensitive) >= 0;
+    return hits;
+}
+
+// A letter is typed after the window has painted, when the texts have left the fast caches: both
+// sides are measured that way, and once more straight after.
+void bench_word(Gui &gui, const std::vector<QString> &texts, const QString &search)
+{
+    constexpr int rounds = 20;
+    QLineEdit *box = gui.search_combo->lineEdit();
+    int hits = 0;
+    double cold = 0;
+    double typed = 0;
+    double painted = 0;
+    for (int round = 0; round < rounds; ++round) {
+        box->clear();
+        QApplication::processEvents();
+        cold += cpu_microseconds(1, [&] { hits = bare_loop(texts, search); });
+        gui.device_list->viewport()->repaint();
+        QApplication::processEvents();
+        typed += cpu_microseconds(1, [&] { box->setText(search); });
+        painted += cpu_microseconds(1, [] { QApplication::processEvents(); });
+    }
+    const double warm = cpu_microseconds(50, [&] { hits = bare_loop(texts, search); });
+    const double again = cpu_microseconds(50, [&gui] { gui.refresh_search(); });
+    std::printf("'%s' in %d cells: bare loop %.0f us, typed %.0f us (%.1f times), painting and "
+                "layout %.0f us; warm %.0f us, %.0f us (%.1f times)\n",
+                qPrintable(search), hits, cold / rounds, typed / rounds, typed / cold,
+                painted / rounds, warm, again, again / warm);
+}
+
+void bench_search(Gui &gui)
+{
+    std::vector<QString> texts;
+    const std::vector<int> columns = gui.shown_columns();
+    for (int row = 0; row < gui.device_model.rowCount(); ++row)
+        for (const int column : columns)
+            texts.push_back(gui.device_model.item(row, column)->text());
+    double plain = 0;
+    {
+        const QSignalBlocker blocker(gui.search_combo);
+        plain = cpu_microseconds(50, [&gui] {
+            gui.search_combo->lineEdit()->setText("q");
+            gui.search_combo->lineEdit()->clear();
+        });
+    }
+    std::printf("the box alone: %.0f us\n", plain / 2);
+    for (const char *search : {"q", "zz", "speaker", "5", "hall 7"})
+        bench_word(gui, texts, search);
+    gui.search_combo->lineEdit()->clear();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QTemporaryDir folder;
+    set_program_names();
+    QApplication application(argc, argv);
+    register_resources();
+    build_catalogue();
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
+    {
+        Gui gui;
+        gui.show();
+        ++gui.collecting;
+        for (int number = 0; number < DEVICES; ++number)
+            gui.handle_device_packet(QHostAddress(0x0A000001 + static_cast<quint32>(number)),
+                                     report_of(number, 0), false, QString());
+        --gui.collecting;
+        gui.sort_list_if_needed();
+        gui.cache_timer.stop();
+        gui.meter_timer.stop();
+        gui.discovery_timer.stop();
+        QApplication::processEvents();
+        bench_save(gui);
+        bench_write(folder.filePath("write"));
+        bench_hiding(gui);
+        bench_search(gui);
+    }
+    std::printf("start with these devices in the cache: %.0f ms CPU\n",
+                cpu_microseconds(1, [] { Gui gui; }) / 1e3);
+    return 0;
+}
