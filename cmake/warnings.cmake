@@ -15,7 +15,7 @@ target_compile_options(velmark_flags INTERFACE -Winvalid-pch)
 
 if(VELMARK_SANITIZE)
     target_compile_options(velmark_flags INTERFACE
-        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+        -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
     target_compile_options(velmark_flags INTERFACE -Wno-null-dereference)
     target_link_options(velmark_flags INTERFACE -fsanitize=address,undefined)
 endif()

@@ -73,6 +73,7 @@ public:
     // ---- gui/gui_device_list.cpp -------------------------------------------------------------
     void build_device_list();
     void add_columns();
+    void show_default_columns();
     void add_column(const std::string &id, const QString &name);
     // Refreshes a device's row and all that hangs on its state: log title, assistant, meter.
     void update_device_properties(Device *device);

@@ -58,7 +58,11 @@ Property device_property(const Device &device, const std::string &key)
 void Gui::build_device_list()
 {
     device_list = new DeviceListView;
+    header_menu = new QMenu(this);
+    // Before the view looks: it would measure its header again at each caption.
+    add_columns();
     device_list->setModel(&device_model);
+    show_default_columns();
     device_model.setSortRole(DeviceCell::SORT_ROLE);
     device_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     device_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -74,8 +78,6 @@ void Gui::build_device_list()
     device_list->header()->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(device_list->header(), &QHeaderView::customContextMenuRequested, this,
             &Gui::show_column_menu);
-    header_menu = new QMenu(this);
-    add_columns();
     device_list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     device_list->setItemDelegate(&highlight_delegate);
     install_meter_delegate();
@@ -89,6 +91,10 @@ void Gui::add_columns()
         add_column(column.id, column.name);
     device_model.setColumnCount(column_names.size());
     device_model.setHorizontalHeaderLabels(column_names);
+}
+
+void Gui::show_default_columns()
+{
     for (int column = 0; column < column_names.size(); ++column)
         device_list->setColumnHidden(column, true);
     for (const int column : default_columns(column_names))
