@@ -128,6 +128,7 @@ run_window() {
     start_manager
     echo "The fleet is on the network \"speakers\". Close the window, or press Ctrl+C here, to end it all."
     [[ -t 0 ]] && echo "Faults can be typed here, one JSON object a line (see docs/simulator.md)."
+    tail -n +2 -f "$folder/simulator.log" & # what the fleet answers
     wait "$manager_pid"
 }
 
