@@ -33,11 +33,12 @@ struct PanelCase : WindowCase
 
     ~PanelCase() { devices.clear(); }
 
-    // A device "a", "b"... at 127.0.0.11 and up.
+    // A device "device 000", "device 001"... at 127.0.0.11 and up.
     FakeDevice &add(const QJsonObject &members, int product_id = 3)
     {
         const int number = static_cast<int>(devices.size());
-        QJsonObject state = loudspeaker_report(QString(QChar('a' + number)), product_id);
+        QJsonObject state
+            = loudspeaker_report(QString("device %1").arg(number, 3, 10, QChar('0')), product_id);
         for (auto it = members.begin(); it != members.end(); ++it) {
             QJsonObject part = state.value(it.key()).toObject();
             const QJsonObject change = it.value().toObject();

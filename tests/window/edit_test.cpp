@@ -66,6 +66,25 @@ private slots:
         QCOMPARE(sent_to(0).size(), 2); // the set_params and the first mark: nothing new
     }
 
+    void of_200_devices_exactly_those_that_differ_are_told()
+    {
+        for (int i = 0; i < 200; ++i)
+            window->add(dsp("level", i % 2 ? 4 : 2));
+        window->gui->device_list->setFocus();
+        QTest::keyClick(window->gui->device_list, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(window->gui->selected_devices().size(), std::size_t{200});
+        window->press_edit();
+        window->pick("dsp/level", "0 dB");
+        QElapsedTimer timer;
+        timer.start();
+        window->press_confirm();
+        qInfo("Confirm of 200 devices: %lld ms", timer.elapsed());
+        for (int i = 0; i < 200; ++i) {
+            const QList<QJsonObject> expected{set_params(dsp("level", 4))};
+            QCOMPARE(sent_to(i), i % 2 ? QList<QJsonObject>() : expected);
+        }
+    }
+
     void typed_texts_go_out_together()
     {
         window->add({});

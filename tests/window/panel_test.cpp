@@ -159,6 +159,20 @@ private slots:
         QCOMPARE(window->row("stream/ch1").combo->currentText(), QString("Disabled"));
     }
 
+    void source_channels_follow_the_manual_stream_of_the_new_selection()
+    {
+        const QJsonObject manual{{"en", true}, {"cc", 2}};
+        window->add({{"stream", QJsonObject{{"rtp", manual}}}}, 1000);
+        window->add({{"stream", QJsonObject{{"rtp", QJsonObject{{"en", false}, {"cc", 7}}}}}},
+                    1000);
+        window->select({0});
+        QCOMPARE(window->row("stream/ch0").desc.choices.size(), std::size_t{3});
+        window->select({1});
+        QCOMPARE(window->row("stream/ch0").desc.choices.size(), std::size_t{1});
+        window->select({0});
+        QCOMPARE(window->row("stream/ch0").desc.choices.size(), std::size_t{3});
+    }
+
     void a_refresh_that_changes_no_descriptor_keeps_editor_and_popup()
     {
         FakeDevice &device = window->add(dsp("level", 9));
