@@ -1,7 +1,6 @@
 // A device on the loopback: hears what the window sends it.
 #pragma once
 
-#include "gui/gui.h"
 #include "link/datagram.h"
 #include "support/window_main.h"
 
