@@ -81,11 +81,13 @@ void Gui::add_to_cache_save()
         end_cache_text(cache_text);
 }
 
-// Every stored device goes the way of a report that is not live. The list sorts once, at the end.
+// Every stored device goes the way of a report that is not live. The rows stand as they come, and
+// are sorted once at the end.
 void Gui::load_cache()
 {
     {
         const QScopedValueRollback<int> guard(collecting, collecting + 1);
+        sort_pending = true;
         const QByteArray text = read_saved_file(cache_path).value_or(QByteArray());
         for (const SavedDevice &saved : read_cache_text(text))
             handle_device_packet(saved.address, saved.data, false, saved.interface);

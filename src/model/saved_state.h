@@ -35,7 +35,7 @@ void begin_cache_text(QByteArray &text);
 void add_to_cache_text(QByteArray &text, const SavedText &saved);
 void end_cache_text(QByteArray &text);
 
-// The devices of a cache's text, in its order, 16,384 at most. No JSON, no "devices" or another
+// The devices of a cache's text, in its order, 8,192 at most. No JSON, no "devices" or another
 // type gives none; elements of wrong types give devices without address or report. What stands
 // behind the end of the JSON is an older text's tail and is ignored.
 std::vector<SavedDevice> read_cache_text(const QByteArray &text);

@@ -254,7 +254,7 @@ private slots:
     void the_number_of_devices_has_an_end()
     {
         const QByteArray text = "{\"devices\":[" + QByteArray("{},").repeated(100000) + "{}]}";
-        QCOMPARE(read_cache_text(text).size(), size_t(16384));
+        QCOMPARE(read_cache_text(text).size(), size_t(8192));
     }
 
     void only_the_family_name_makes_a_backup_data()
