@@ -53,8 +53,8 @@ Gui::Gui()
     connect(qApp, &QCoreApplication::aboutToQuit, this, &Gui::close_down);
 }
 
-// The view goes before the model. An item that goes looks for its place among all cells first, which
-// takes long unless it stands at the front.
+// The view goes before the model. An item that goes looks for its place among all cells first,
+// which takes long unless it stands at the front.
 Gui::~Gui()
 {
     closed = true;
@@ -94,6 +94,9 @@ void Gui::start_sockets()
     bind_socket(broadcast_socket, QHostAddress(), BROADCAST_PORT);
     for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})
         connect(socket, &QUdpSocket::readyRead, this, &Gui::on_packet);
+    drain_timer.setSingleShot(true);
+    drain_timer.setInterval(0);
+    connect(&drain_timer, &QTimer::timeout, this, &Gui::on_packet);
 
     discovery_timer.setSingleShot(true);
     discovery_timer.start(FIRST_DISCOVERY_DELAY);
@@ -153,7 +156,7 @@ void Gui::close_down()
 // would wipe the cache, so everything that could start work is stilled first.
 void Gui::destroy_devices()
 {
-    for (QTimer *timer : {&discovery_timer, &panel_timer, &search_timer, &cache_timer,
+    for (QTimer *timer : {&drain_timer, &discovery_timer, &panel_timer, &search_timer, &cache_timer,
                           &cache_slice_timer, &meter_timer})
         timer->stop();
     for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})

@@ -233,6 +233,7 @@ public:
     QHostAddress bound_address; // what send_socket was last bound to; null at start
     QUdpSocket listen_socket;
     QUdpSocket broadcast_socket;
+    QTimer drain_timer; // single-shot, 0 ms: the rest of a burst
     QTimer discovery_timer;
 
     std::map<QString, Device *> devices; // owned, by device id

@@ -15,7 +15,7 @@
 namespace {
 
 // A burst of a thousand reports is taken in slices of this length, so that the window goes on
-// painting: what is left makes the socket ask again.
+// painting; what is left comes in the next slice.
 constexpr qint64 LONGEST_DRAIN = 8; // ms
 constexpr int LARGEST_DATAGRAM = 65536;
 
@@ -33,12 +33,18 @@ void Gui::on_packet()
     ++collecting;
     QByteArray payload;
     QHostAddress sender;
-    while (elapsed.elapsed() < LONGEST_DRAIN && !log_appender.is_full()
-           && receive_datagram(payload, sender))
-        handle_datagram(sender, payload);
+    bool is_drained = false;
+    do {
+        is_drained = !receive_datagram(payload, sender);
+        if (!is_drained)
+            handle_datagram(sender, payload);
+    } while (!is_drained && elapsed.elapsed() < LONGEST_DRAIN && !log_appender.is_full());
     --collecting;
     sort_list_if_needed();
     log_appender.flush();
+    // A socket that was left unread after its signal stays silent until somebody reads it.
+    if (!is_drained)
+        drain_timer.start();
 }
 
 // The next datagram of the three sockets, in this order; false when there is none. The bytes stand
