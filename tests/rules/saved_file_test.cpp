@@ -25,13 +25,13 @@ void put(const QString &path, const QByteArray &text)
     file.write(text);
 }
 
-// A file system with room for 64 KiB that this process alone sees.
+// A file system with room for 3 MiB that this process alone sees.
 bool mount_small_disk(const QString &folder)
 {
     if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
         return false;
     return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
-        && mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, "size=64k") == 0;
+        && mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, "size=3m") == 0;
 }
 
 } // namespace
@@ -132,10 +132,10 @@ private slots:
         const QString file = disk + "/file";
         const QByteArray old(30000, 'o');
         QVERIFY(replace_saved_file(file, old));
-        QVERIFY(!replace_saved_file(file, QByteArray(200000, 'n')));
+        QVERIFY(!replace_saved_file(file, QByteArray(5000000, 'n')));
         QCOMPARE(contents(file), old);
-        QVERIFY(replace_saved_file(file, QByteArray(60000, 'n')));
-        QVERIFY(!replace_saved_file(disk + "/other", QByteArray(60000, 'n')));
+        QVERIFY(replace_saved_file(file, QByteArray(2500000, 'n')));
+        QVERIFY(!replace_saved_file(disk + "/other", QByteArray(1000000, 'n')));
         umount(QFile::encodeName(disk).constData());
     }
 };

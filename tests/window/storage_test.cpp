@@ -233,7 +233,8 @@ private slots:
         gui().start_cache_save();
         window->select({0});
         gui().delete_selected_devices();
-        QCOMPARE(cached_ids(gui().cache_path), QStringList("b"));
+        QCOMPARE(cached_ids(gui().cache_path),
+                 QStringList(window->devices[1]->record()->device_id));
         QVERIFY(!gui().cache_slice_timer.isActive());
     }
 
