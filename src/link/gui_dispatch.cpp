@@ -19,11 +19,6 @@ namespace {
 constexpr qint64 LONGEST_DRAIN = 8; // ms
 constexpr int LARGEST_DATAGRAM = 65536;
 
-bool has_pending(const QUdpSocket &socket)
-{
-    return socket.state() == QAbstractSocket::BoundState && socket.hasPendingDatagrams();
-}
-
 } // namespace
 
 void Gui::on_packet()
@@ -48,17 +43,18 @@ void Gui::on_packet()
 }
 
 // The next datagram of the three sockets, in this order; false when there is none. The bytes stand
-// in receive_buffer until the next call. A failed read comes as an empty payload, which no later
-// step takes for anything.
+// in receive_buffer until the next call. Reading is tried on each without asking first: a socket
+// whose signal is not followed by a read, even one in vain, never signals again.
 bool Gui::receive_datagram(QByteArray &payload, QHostAddress &sender)
 {
     receive_buffer.resize(LARGEST_DATAGRAM);
     for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket}) {
-        if (!has_pending(*socket))
+        if (socket->state() != QAbstractSocket::BoundState)
             continue;
         const qint64 size = socket->readDatagram(receive_buffer.data(), LARGEST_DATAGRAM, &sender);
-        payload = QByteArray::fromRawData(receive_buffer.data(),
-                                          static_cast<int>(std::max<qint64>(size, 0)));
+        if (size < 0)
+            continue;
+        payload = QByteArray::fromRawData(receive_buffer.data(), static_cast<int>(size));
         return true;
     }
     return false;
