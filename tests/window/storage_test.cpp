@@ -469,14 +469,28 @@ private slots:
         QVERIFY(device.commands().isEmpty());
     }
 
+    // A pipe is no file to read, whoever runs the test.
     void a_backup_that_cannot_be_opened_is_met_with_silence()
+    {
+        window->add({});
+        window->select({0});
+        const QString path = window->folder.filePath("pipe.ntd");
+        QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        DialogProbe probe;
+        probe.choose_file(path);
+        press("Load");
+        QCOMPARE(probe.titles, QStringList("Load backup"));
+        QVERIFY(!gui().editing);
+    }
+
+    void a_load_dialog_that_is_left_changes_nothing()
     {
         window->add({});
         window->select({0});
         DialogProbe probe;
         probe.answer = &DialogProbe::cancel;
-        gui().load_backup(PF_BACKUP);
-        QVERIFY(probe.texts.isEmpty());
+        press("Load");
+        QCOMPARE(probe.titles, QStringList("Load backup"));
         QVERIFY(!gui().editing);
     }
 
