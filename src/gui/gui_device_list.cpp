@@ -310,14 +310,17 @@ void Gui::note_row_hints()
             device->row_hint = row;
 }
 
-// -1 when the device has no row. The hint saves the walk and is never believed unseen.
+// -1 when the device has no row: then it has no hint either. A hint saves the walk, but is never
+// believed unseen.
 int Gui::find_device_row(Device *device)
 {
     const auto is_row_of_device = [this, device](int row) {
         const QStandardItem *item = device_model.item(row, 0);
         return item && item->data(DeviceCell::ID_ROLE).toString() == device->device_id;
     };
-    if (device->row_hint >= 0 && is_row_of_device(device->row_hint))
+    if (device->row_hint < 0)
+        return -1;
+    if (is_row_of_device(device->row_hint))
         return device->row_hint;
     for (int row = 0; row < device_model.rowCount(); ++row)
         if (is_row_of_device(row))
