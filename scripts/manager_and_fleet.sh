@@ -94,7 +94,8 @@ start_screen() {
 }
 
 start_manager() {
-    XDG_CONFIG_HOME=$settings as_user "$manager" >"$folder/manager.log" 2>&1 &
+    # Without a session, Qt would leave a folder of its own in /tmp.
+    XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$folder} XDG_CONFIG_HOME=$settings as_user "$manager" >"$folder/manager.log" 2>&1 &
     manager_pid=$!
 }
 
