@@ -23,8 +23,9 @@ inline void shell(const QString &command)
 class SimulatedFleet
 {
 public:
-    explicit SimulatedFleet(const QStringList &options, const QString &cable = "loudspeakers",
+    explicit SimulatedFleet(const QStringList &options, const QString &its_cable = "loudspeakers",
                             const QString &address = "10.71.0.1/16")
+        : cable(its_cable)
     {
         const QString script = "ip link set lo up; ip link add fleet type veth peer name " + cable
             + " netns " + QString::number(QCoreApplication::applicationPid())
@@ -50,6 +51,8 @@ public:
             process.kill();
             process.waitForFinished(5000);
         }
+        // The kernel takes its time to clear the far end away, and the next fleet needs the name.
+        shell("ip link del " + cable + " 2>/dev/null || true");
     }
 
     // One request, one answer. Events that the simulator prints on the way are kept in `events`.
@@ -59,7 +62,8 @@ public:
         forever
         {
             const QJsonObject line = next_line();
-            if (line.contains("ok") || line.contains("error"))
+            // The event of an upload tells in "ok" whether the device took the image.
+            if (!line.contains("event"))
                 return line;
             events.append(line);
         }
@@ -100,5 +104,6 @@ private:
         return QJsonDocument::fromJson(process.readLine()).object();
     }
 
+    QString cable;
     QProcess process;
 };

@@ -1,0 +1,224 @@
+// The setup assistant leads simulated devices into service, from the first page to the last.
+#include "firmware/deppen_ass.h"
+#include "support/fleet_window.h"
+#include "support/image_file.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+
+namespace {
+
+enum
+{
+    OUTDATED,
+    WITHOUT_PRODUCT,
+    BOTH,
+    HEALTHY,
+};
+
+// Four devices; the first three need help.
+const QByteArray FLEET = R"({"devices": [
+    {"product": 3, "name": "Outdated", "firmware_version": "1.1"},
+    {"product": 0, "name": "Without product"},
+    {"product": 0, "name": "Both", "firmware_version": "v1.5.4.1d"},
+    {"product": 3, "name": "Healthy"}]})";
+
+// Words that no two pages share.
+const QStringList PAGES = {"nothing",   "outdated firmware was", "Updating...", "must choose",
+                           "You chose", "Setting product",       "been setup",  "unexpectedly went",
+                           "Finished"};
+
+} // namespace
+
+class FleetAssistantTest : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir folder;
+    std::unique_ptr<SimulatedFleet> fleet;
+    std::unique_ptr<FleetWindow> window;
+
+    // The device whose assistant is open, null when there is none.
+    Device *helped()
+    {
+        for (const auto &[id, device] : window->gui->devices)
+            if (device->deppen_ass)
+                return device;
+        return nullptr;
+    }
+
+    QString text()
+    {
+        Device *device = helped();
+        return device ? device->deppen_ass->findChild<QLabel *>()->text() : QString();
+    }
+
+    int page()
+    {
+        for (int page = 1; page < PAGES.size(); ++page)
+            if (text().contains(PAGES.at(page)))
+                return page;
+        return 0;
+    }
+
+    // The page shown once `wanted` has come, or after too long a wait.
+    int await_page(int wanted)
+    {
+        runs_until([this, wanted] { return page() == wanted; });
+        return page();
+    }
+
+    void press_next()
+    {
+        for (auto *button : helped()->deppen_ass->findChildren<QPushButton *>())
+            if (button->text() == "Next")
+                QTest::mouseClick(button, Qt::LeftButton);
+    }
+
+    void choose_product()
+    {
+        auto *combo = helped()->deppen_ass->findChild<QComboBox *>();
+        combo->setFocus();
+        for (int i = 0; i < 4; ++i)
+            QTest::keyClick(combo, Qt::Key_Down);
+    }
+
+    // Closes assistants until the wanted device has one.
+    void give_turn_to(Device *wanted)
+    {
+        QVERIFY(runs_until([this] { return helped() != nullptr; }));
+        while (helped() != wanted) {
+            helped()->deppen_ass->close();
+            QVERIFY(runs_until([this] { return helped() != nullptr; }));
+        }
+    }
+
+    // Does what the open assistant asks for until it closes. The result tells the pages seen.
+    QList<int> follow_to_the_end()
+    {
+        QList<int> seen;
+        Device *device = helped();
+        QElapsedTimer elapsed;
+        elapsed.start();
+        while (device && helped() == device && !elapsed.hasExpired(30000)) {
+            const int now = page();
+            if (seen.isEmpty() || seen.last() != now)
+                seen.append(now);
+            if (now == 3)
+                choose_product();
+            if (now == 1 || now == 3 || now == 4 || now == 6)
+                press_next();
+            let_run();
+        }
+        return seen;
+    }
+
+private slots:
+    void init()
+    {
+        const QString file = folder.filePath("fleet.json");
+        write_test_file(file, FLEET);
+        fleet = std::make_unique<SimulatedFleet>(
+            QStringList{"--fleet", file, "--store", folder.path(), "--flash-time", "300",
+                        "--reboot-time", "2600", "--metering-rate", "0"});
+        window = std::make_unique<FleetWindow>(*fleet);
+        QVERIFY(runs_until([this] { return window->is_settled(); }));
+    }
+    void cleanup()
+    {
+        window.reset();
+        fleet.reset();
+    }
+
+    void each_device_in_need_is_led_through_to_the_end()
+    {
+        const std::vector<Device *> devices
+            = window->devices({OUTDATED, WITHOUT_PRODUCT, BOTH, HEALTHY});
+        const std::map<Device *, QList<int>> courses = {{devices[OUTDATED], {1, 2, 8, 6}},
+                                                        {devices[WITHOUT_PRODUCT], {3, 4, 5, 6}},
+                                                        {devices[BOTH], {1, 2, 8, 3, 4, 5, 6}}};
+        std::set<Device *> done;
+        for (int turn = 0; turn < 3; ++turn) {
+            QVERIFY(runs_until([this] { return helped() != nullptr; }));
+            Device *device = helped();
+            QVERIFY(courses.count(device) && !done.count(device));
+            done.insert(device);
+            const bool was_online = device->online;
+            QCOMPARE(follow_to_the_end(), courses.at(device));
+            QVERIFY(was_online);
+        }
+        for (Device *device : devices) {
+            QCOMPARE(device->value("firmware_version").toString(), QString("v1.5.5.8d"));
+            QVERIFY(device->value("product_id").toInt() != 0);
+        }
+        for (const int index : {OUTDATED, BOTH}) {
+            QCOMPARE(window->uploads(index).size(), 1);
+            const QString path
+                = window->uploads(index).last().toObject().value("stored").toString();
+            QCOMPARE(file_content(path), stand_in_image());
+        }
+        for (const int index : {WITHOUT_PRODUCT, HEALTHY})
+            QVERIFY(window->uploads(index).isEmpty());
+        QVERIFY(!helped());
+    }
+
+    void a_device_that_vanishes_and_returns_is_offered_its_page_again()
+    {
+        Device *device = window->device(WITHOUT_PRODUCT);
+        give_turn_to(device);
+        QCOMPARE(page(), 3);
+        fleet->fault(WITHOUT_PRODUCT, "silent");
+        QCOMPARE(await_page(7), 7);
+        fleet->fault(WITHOUT_PRODUCT, "return");
+        QCOMPARE(await_page(3), 3);
+        choose_product();
+        press_next();
+        QCOMPARE(page(), 4);
+        fleet->fault(WITHOUT_PRODUCT, "silent");
+        press_next();
+        QCOMPARE(page(), 5);
+        QCOMPARE(await_page(7), 7);
+        fleet->fault(WITHOUT_PRODUCT, "return");
+        QCOMPARE(await_page(3), 3); // the command was lost
+        QCOMPARE(follow_to_the_end(), QList<int>({3, 4, 5, 6}));
+    }
+
+    void an_upload_cut_off_by_the_device_starts_over_on_its_return()
+    {
+        Device *device = window->device(OUTDATED);
+        give_turn_to(device);
+        fleet->fault(OUTDATED, "tftp", {{"strike", "offline"}, {"at_block", 500}});
+        press_next();
+        QCOMPARE(page(), 2);
+        QCOMPARE(await_page(7), 7);
+        fleet->fault(OUTDATED, "return");
+        QCOMPARE(await_page(1), 1);
+        QCOMPARE(follow_to_the_end(), QList<int>({1, 2, 8, 6}));
+    }
+
+    void a_failed_upload_ends_on_its_page()
+    {
+        give_turn_to(window->device(OUTDATED));
+        fleet->fault(OUTDATED, "tftp",
+                     {{"strike", "error"}, {"code", 3}, {"text", "full"}, {"at_block", 500}});
+        press_next();
+        QVERIFY(runs_until([this] { return text() == "Something unexpected happened."; }));
+    }
+
+    void a_refused_image_leaves_the_assistant_waiting_for_the_restart()
+    {
+        Device *device = window->device(OUTDATED);
+        give_turn_to(device);
+        fleet->fault(OUTDATED, "tftp", {{"refuse", "flash worn out"}});
+        press_next();
+        QCOMPARE(await_page(8), 8);
+        QTRY_VERIFY_WITH_TIMEOUT(window->status(device).contains(" / flash worn out"), 10000);
+        QCOMPARE(page(), 8);
+        window->gui->close();
+        QVERIFY(window->gui->devices.empty());
+    }
+};
+
+WINDOW_TEST_MAIN(FleetAssistantTest)
+#include "fleet_assistant_test.moc"
