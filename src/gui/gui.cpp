@@ -8,11 +8,13 @@
 #include "link/datagram.h"
 #include "meter/meter_object.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
+#include <QMenu>
 #include <QScreen>
 
 namespace {
