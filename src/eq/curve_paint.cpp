@@ -104,7 +104,8 @@ void CurveWidget::draw_level_labels(QPainter *painter, int label_width, int db)
     const int center = static_cast<int>(grid->center_y);
     const float off = static_cast<float>(db) * grid->px_per_db;
     const auto draw_at = [painter](QRect r, int left, float line_y, const QString &text) {
-        const float top = line_y - static_cast<float>(r.height() / 2) - 1.0F;
+        const int half_height = r.height() / 2; // halved in whole pixels
+        const float top = line_y - static_cast<float>(half_height) - 1.0F;
         r.moveTopLeft({left, static_cast<int>(top)});
         draw_filled_label(painter, r, text);
     };

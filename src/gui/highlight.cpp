@@ -6,7 +6,7 @@ bool contains_search(const QString &text, const QString &search)
     return search.isEmpty() || text.indexOf(search, 0, Qt::CaseInsensitive) >= 0;
 }
 
-QString highlight_html(QString text, QString search)
+QString highlight_html(const QString &text, const QString &search)
 {
     QString html;
     int rest = 0;

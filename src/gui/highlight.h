@@ -8,4 +8,4 @@ bool contains_search(const QString &text, const QString &search);
 
 // `text` as HTML, each occurrence of `search` (left to right, not overlapping) in a span with a
 // yellow ground. Letters and case are the text's own; `search` itself never enters the HTML.
-QString highlight_html(QString text, QString search);
+QString highlight_html(const QString &text, const QString &search);

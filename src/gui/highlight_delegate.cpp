@@ -28,7 +28,8 @@ void HighlightDelegate::drawDisplay(QPainter *painter, const QStyleOptionViewIte
         document.setDefaultStyleSheet("span { color: #000000; }");
     document.setHtml(highlight_html(text, search_text));
 
-    const int above = static_cast<int>(rect.height() / 2 - 0.5 * document.size().height());
+    const int half_height = rect.height() / 2; // halved in whole pixels
+    const int above = static_cast<int>(half_height - 0.5 * document.size().height());
     painter->save();
     painter->translate(rect.left(), above + rect.top());
     painter->setClipRect(QRect(QPoint(0, 0), rect.size()), Qt::ReplaceClip);
