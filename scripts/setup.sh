@@ -10,6 +10,9 @@ packages_for() {
     screen) echo xvfb imagemagick ;;
     wayland) echo qtwayland5 ;;
     check) echo clang-format clang-tidy ;;
+    package) echo dpkg-dev file ;;
+    package-check) echo appstream desktop-file-utils lintian libcap2-bin nftables xdotool xvfb ;;
+    clean-root) echo debootstrap ;;
     *) echo "setup: unknown purpose $1" >&2 && exit 2 ;;
     esac
 }
