@@ -13,6 +13,7 @@ packages_for() {
     package) echo dpkg-dev file ;;
     package-check) echo appstream desktop-file-utils lintian libcap2-bin nftables xdotool xvfb ;;
     clean-root) echo debootstrap ;;
+    dissector) echo tshark python3 ;;
     *) echo "setup: unknown purpose $1" >&2 && exit 2 ;;
     esac
 }

@@ -1,0 +1,76 @@
+-- What can be filtered for: the fields of a datagram, and what may be wrong with it.
+
+local checksum_states = { [0] = "Bad", [1] = "Good", [3] = "Not present" }
+local fields = {
+    direction = ProtoField.string("velmark.direction", "Direction"),
+    kind = ProtoField.string("velmark.kind", "Kind"),
+    dropped = ProtoField.string("velmark.dropped", "Dropped by the manager"),
+    command = ProtoField.string("velmark.command", "Command"),
+    seq = ProtoField.double("velmark.seq", "Sequence number"),
+    device_id = ProtoField.string("velmark.device_id", "Device id"),
+    status = ProtoField.string("velmark.status", "Status"),
+    product = ProtoField.string("velmark.product", "Family"),
+    product_id = ProtoField.double("velmark.product_id", "Product number"),
+    name = ProtoField.string("velmark.name", "Name"),
+    location = ProtoField.string("velmark.location", "Location"),
+    firmware = ProtoField.string("velmark.firmware_version", "Firmware version"),
+    error = ProtoField.string("velmark.error", "Error"),
+    warning = ProtoField.string("velmark.warning", "Warning"),
+    dsp_error = ProtoField.string("velmark.dsp_error", "DSP error"),
+    update_error = ProtoField.string("velmark.firmware_update_error", "Firmware update error"),
+    answers = ProtoField.framenum("velmark.answers", "Answers the command in frame",
+        base.NONE, frametype.RESPONSE),
+    text = ProtoField.string("velmark.text", "Text"),
+    separator = ProtoField.uint8("velmark.separator", "Separator", base.HEX),
+    attachment = ProtoField.bytes("velmark.attachment", "Attachment"),
+    attachment_size = ProtoField.uint32("velmark.attachment.size", "Attachment size"),
+    log_pos = ProtoField.uint32("velmark.log.pos", "Log position"),
+    log_expected = ProtoField.uint32("velmark.log.expected", "Expected log position"),
+    log_gap = ProtoField.uint32("velmark.log.gap", "Log bytes missing before"),
+    log_overflow = ProtoField.bool("velmark.log.overflow", "Log buffer overflow"),
+    log_length = ProtoField.uint16("velmark.log.length", "Stated length"),
+    log_bytes = ProtoField.bytes("velmark.log.bytes", "Log bytes"),
+    log_text = ProtoField.string("velmark.log.text", "Log text without terminal codes"),
+    log_padding = ProtoField.bytes("velmark.log.padding", "Padding"),
+    channels = ProtoField.uint32("velmark.metering.channels", "Channels"),
+    peak = ProtoField.int32("velmark.metering.peak", "Peak"),
+    overdrive = ProtoField.int32("velmark.metering.overdrive", "Overdrive"),
+    checksum = ProtoField.uint32("velmark.checksum", "Checksum", base.HEX),
+    checksum_computed = ProtoField.uint32("velmark.checksum.computed", "Computed checksum",
+        base.HEX),
+    checksum_status = ProtoField.uint8("velmark.checksum.status", "Checksum status", base.DEC,
+        checksum_states),
+}
+
+local function problem(name, text, group, severity)
+    return ProtoExpert.new("velmark.problem." .. name, text, group, severity)
+end
+
+local experts = {
+    cut = problem("cut", "Cut short by the capture", expert.group.UNDECODED, expert.severity.NOTE),
+    no_object = problem("no_object", "No JSON object", expert.group.MALFORMED,
+        expert.severity.ERROR),
+    checksum_bad = problem("checksum_bad", "Wrong checksum", expert.group.CHECKSUM,
+        expert.severity.ERROR),
+    checksum_missing = problem("checksum_missing", "No checksum", expert.group.CHECKSUM,
+        expert.severity.NOTE),
+    attachment_ignored = problem("attachment_ignored", "Attachment that nobody reads",
+        expert.group.PROTOCOL, expert.severity.NOTE),
+    log_length = problem("log_length", "Wrong log length", expert.group.MALFORMED,
+        expert.severity.ERROR),
+    log_padding = problem("log_padding", "Padding behind the log bytes", expert.group.PROTOCOL,
+        expert.severity.NOTE),
+    log_gap = problem("log_gap", "Log bytes lost", expert.group.SEQUENCE, expert.severity.WARN),
+    log_restart = problem("log_restart", "Log starts anew", expert.group.SEQUENCE,
+        expert.severity.WARN),
+    log_overflow = problem("log_overflow", "Log buffer overflow", expert.group.SEQUENCE,
+        expert.severity.WARN),
+    metering = problem("metering", "Metering lists", expert.group.PROTOCOL, expert.severity.NOTE),
+    no_report = problem("no_report", "Almost a report", expert.group.PROTOCOL,
+        expert.severity.NOTE),
+    error_text = problem("error_text", "Error", expert.group.RESPONSE_CODE, expert.severity.WARN),
+    address_change = problem("address_change", "Device id at another address",
+        expert.group.SEQUENCE, expert.severity.WARN),
+}
+
+return { fields = fields, experts = experts }
