@@ -100,8 +100,7 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://velmark.example/")
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"manager of networked loudspeakers, with a simulator
-VELMARK Network Manager finds the loudspeakers and AES67 audio modules of the
+"VELMARK Network Manager finds the loudspeakers and AES67 audio modules of the
 local network, lists them with their state and levels, and changes one or two
 hundred of them at a time: levels, delays, names, sessions, equalisers. It
 updates their firmware, keeps backups and shows their logs.
