@@ -1,0 +1,57 @@
+// How the program is while it runs: how long its event loop stood still, and what it holds.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+
+#include <array>
+
+// A stall is a time in which no timer had its turn: the window neither paints nor answers.
+class StallWatch : public QObject
+{
+    Q_OBJECT
+
+public:
+    // In ms. A stall takes as long as the clock says; what it costs by itself is CPU time, while
+    // the rest went to other programs.
+    struct Stall
+    {
+        double wall = 0;
+        double cpu = 0;
+        QString after = {}; // what was done last
+    };
+
+    void start();
+    void stop();
+    // From now on stalls are put down to this.
+    void note(const QString &deed) { last_deed = deed; }
+
+    Stall longest_wall = {};
+    Stall longest_cpu = {};
+    static constexpr std::array LIMITS = {50, 100, 250, 1000}; // ms
+    std::array<qint64, LIMITS.size()> over_limit = {};         // stalls longer than that, by CPU
+
+private:
+    void on_beat();
+
+    QTimer beat;
+    QElapsedTimer since_beat;
+    double cpu_at_beat = 0;
+    QString last_deed = "start";
+};
+
+struct Holdings
+{
+    double resident = 0;    // MiB of memory that the process has
+    double heap = 0;        // MiB that are handed out; 0 where the allocator doesn't say
+    QStringList files = {}; // what the open file descriptors stand for, in order
+    int widgets = 0;
+};
+
+Holdings holdings();
+
+// The same after unused memory has been given back to the system.
+Holdings tidy_holdings();

@@ -1,0 +1,7 @@
+// Lets the program run until something is so.
+#pragma once
+
+#include <functional>
+
+// Runs the event loop until the condition holds or `timeout` ms have passed; whether it held.
+bool await(const std::function<bool()> &condition, int timeout);
