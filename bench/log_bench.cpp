@@ -1,10 +1,10 @@
-// How fast log windows take text: lines per second of CPU time, stalls and memory.
-#include "measure.h"
+// How fast log windows take text: lines per second of CPU time, stalls and memory. First the
+// window's text alone, then the program with 20 log windows, fed by datagrams over the loopback.
+#include "bench_window.h"
 
 #include "meter/log_stream.h"
 #include "meter/log_text.h"
 
-#include <QApplication>
 #include <QFile>
 #include <QFontDatabase>
 #include <QPlainTextEdit>
@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <memory>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 constexpr int MAX_BLOCKS = 30000;
@@ -207,11 +208,176 @@ void bench_filter()
     std::printf("one message of 15 coloured lines, %d bytes, to text: %.2f us\n", attachment.size(),
                 cpu_microseconds(20000, take));
 }
+
+QByteArray log_datagram(const Device &device, uint32_t position, const QByteArray &text)
+{
+    QByteArray length(2, '\0');
+    length[0] = static_cast<char>(text.size() & 0xFF);
+    length[1] = static_cast<char>(text.size() >> 8);
+    const QJsonObject head{{"command", "raw_log"},
+                           {"device_id", device.device_id},
+                           {"pos", static_cast<double>(position)}};
+    return QJsonDocument(head).toJson(QJsonDocument::Compact) + '\0' + length + text;
+}
+
+// The program with a log window open for each of 20 devices.
+struct Program
+{
+    QTemporaryDir folder;
+    std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    std::vector<Device *> devices = {};
+    QUdpSocket sender;
+    double worst_turn = 0; // CPU ms of the longest turn of the event loop
+
+    Program()
+    {
+        for (int number = 0; number < 20; ++number) {
+            QJsonObject report = bench_report(number);
+            report.insert("logging", QJsonObject{{"en", true}});
+            gui->handle_device_packet(bench_address(number), report, true, gui->current_network);
+            devices.push_back(gui->find_device(report.value("device_id").toString()));
+            gui->open_log(devices.back());
+        }
+        gui->discovery_timer.stop();
+        settle();
+    }
+
+    void send(const QByteArray &datagram)
+    {
+        sender.writeDatagram(datagram, QHostAddress(QHostAddress::LocalHost), DEVICE_PORT);
+    }
+
+    // Sends a line; `sent` is the position in the device's stream.
+    void send_line(Device *device, int number, uint32_t &sent)
+    {
+        const QByteArray text = log_line(number).toUtf8();
+        send(log_datagram(*device, sent, text));
+        sent += static_cast<uint32_t>(text.size());
+    }
+
+    // One turn of the event loop; its CPU seconds.
+    double turn()
+    {
+        const double before = cpu_seconds();
+        QApplication::processEvents();
+        const double spent = cpu_seconds() - before;
+        worst_turn = std::max(worst_turn, spent * 1e3);
+        return spent;
+    }
+
+    // Until all that is on its way is shown.
+    void settle()
+    {
+        QElapsedTimer quiet;
+        quiet.start();
+        while (!quiet.hasExpired(100)) {
+            turn();
+            if (!gui->log_appender.is_empty())
+                quiet.restart();
+        }
+    }
+};
+
+// Lines to one window with the view following; each burst is one that the program finds waiting.
+void bench_program_stream(Program &program, int lines, int burst)
+{
+    Device *device = program.devices[0];
+    uint32_t sent = device->log_pos;
+    program.worst_turn = 0;
+    double spent = 0;
+    for (int number = 0; number < lines; ++number) {
+        program.send_line(device, number, sent);
+        if (number % burst == burst - 1)
+            spent += program.turn();
+    }
+    program.settle();
+    const bool is_whole
+        = device->log_pos == sent && !device->log_view->toPlainText().contains("[lost");
+    std::printf(
+        "  %6d lines, %3d at a time: %7.0f lines/s from the wire to the screen, longest turn "
+        "%5.2f ms (at most 12), %s\n",
+        lines, burst, lines / spent, program.worst_turn, is_whole ? "all shown" : "NOT ALL SHOWN");
+    std::fflush(stdout);
+}
+
+void bench_program_windows(Program &program, int lines)
+{
+    const QScrollBar *bar = program.devices[1]->log_view->verticalScrollBar();
+    std::vector<uint32_t> sent(program.devices.size());
+    for (int round = 0; round < 4; ++round) {
+        program.worst_turn = 0;
+        for (int number = 0; number < lines; ++number) {
+            const size_t window = static_cast<size_t>(number) % program.devices.size();
+            sent[window] = program.devices[window]->log_pos;
+            program.send_line(program.devices[window], number, sent[window]);
+            program.turn();
+        }
+        program.settle();
+        std::printf("  %6d lines to 20 windows in turn: longest turn %5.2f ms, memory %.1f MB, the "
+                    "one scrolled up stands at %d\n",
+                    lines, program.worst_turn, resident_megabytes(), bar->value());
+        std::fflush(stdout);
+    }
+}
+
+void bench_program(int lines)
+{
+    Program program;
+    std::printf("the program with 20 log windows:\n");
+    for (int burst : {1, 4, 16, 48})
+        bench_program_stream(program, burst == 48 ? lines : lines / 4, burst);
+    // Fills the second window, then leaves it where a reader would have it.
+    uint32_t sent = 0;
+    for (int number = 0; number < 2000; ++number) {
+        program.send_line(program.devices[1], number, sent);
+        program.turn();
+    }
+    program.settle();
+    program.devices[1]->log_view->verticalScrollBar()->setValue(300);
+    bench_program_windows(program, lines / 4);
+}
+
+struct HostileCase
+{
+    const char *what;
+    QByteArray text;
+};
+
+// One message of the largest size each; what it costs at the most without a break for the window.
+void bench_hostile_messages(Program &program)
+{
+    const std::vector<HostileCase> cases = {
+        {"line ends", QByteArray(65000, '\n')},
+        {"carriage returns", QByteArray(65000, '\r')},
+        {"lines of one letter", QByteArray("a\n").repeated(32500)},
+        {"one word", QByteArray(65000, 'x')},
+        {"no UTF-8", QByteArray(65000, '\xff')},
+        {"words without line end", QByteArray("word ").repeated(13000)},
+        {"tabulators", QByteArray(65000, '\t')},
+        {"escapes", QByteArray(65000, '\x1b')},
+        {"zero bytes", QByteArray(65000, '\0')},
+    };
+    Device *device = program.devices[2];
+    for (const HostileCase &one : cases) {
+        program.send(log_datagram(*device, device->log_pos, "\n"));
+        program.settle();
+        program.worst_turn = 0;
+        program.send(log_datagram(*device, device->log_pos, one.text));
+        program.settle();
+        std::printf("  65,000 bytes of %-24s longest turn %6.2f ms (at most 50)\n", one.what,
+                    program.worst_turn);
+        std::fflush(stdout);
+    }
+}
 } // namespace
 
 int main(int argc, char **argv)
 {
+    start_bench_process();
     QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    register_resources();
+    build_catalogue();
     const bool is_short = application.arguments().contains("--short");
     const int lines = is_short ? 40000 : 200000;
     bench_filter();
@@ -220,5 +386,8 @@ int main(int argc, char **argv)
     bench_one_window(lines, reference);
     bench_scrolled_up(lines, reference);
     bench_twenty_windows(lines, reference);
+    bench_program(lines);
+    Program program;
+    bench_hostile_messages(program);
     return 0;
 }

@@ -115,8 +115,11 @@ void Gui::start_timers()
     }
     cache_timer.setSingleShot(true);
     cache_timer.setInterval(CACHE_DELAY);
+    log_timer.setSingleShot(true);
+    log_timer.setTimerType(Qt::PreciseTimer);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
     connect(&search_timer, &QTimer::timeout, this, &Gui::refresh_search);
+    connect(&log_timer, &QTimer::timeout, this, &Gui::flush_logs);
     connect(&cache_timer, &QTimer::timeout, this, &Gui::start_cache_save);
     connect(&cache_slice_timer, &QTimer::timeout, this, &Gui::continue_cache_save);
 }
@@ -159,7 +162,7 @@ void Gui::close_down()
 void Gui::destroy_devices()
 {
     for (QTimer *timer : {&drain_timer, &discovery_timer, &panel_timer, &search_timer, &cache_timer,
-                          &cache_slice_timer, &meter_timer})
+                          &cache_slice_timer, &meter_timer, &log_timer})
         timer->stop();
     for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})
         disconnect(socket, nullptr, this, nullptr);

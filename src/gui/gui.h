@@ -215,6 +215,8 @@ public:
     void close_log(Device *device);
     void send_console_line(Device *device, QLineEdit *console);
     void append_log(Device *device, bool highlighted, const QString &text);
+    void show_logs();  // what was collected
+    void flush_logs(); // the same at once, up to a slice
     void handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment);
 
 public slots:
@@ -249,6 +251,8 @@ public:
     std::vector<char> receive_buffer;
     int collecting = 0; // above 0: a burst or the cache is read, sorting and logs wait for its end
     LogAppender log_appender;
+    QElapsedTimer log_pace; // since log windows were last written to
+    QTimer log_timer;       // single-shot: the next time
 
     bool editing = false;
     QPushButton *edit_button = nullptr;

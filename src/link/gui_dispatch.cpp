@@ -29,14 +29,15 @@ void Gui::on_packet()
     QByteArray payload;
     QHostAddress sender;
     bool is_drained = false;
-    do {
+    // No text for log windows is taken on while plenty waits there.
+    while (!is_drained && elapsed.elapsed() < LONGEST_DRAIN && !log_appender.is_full()) {
         is_drained = !receive_datagram(payload, sender);
         if (!is_drained)
             handle_datagram(sender, payload);
-    } while (!is_drained && elapsed.elapsed() < LONGEST_DRAIN && !log_appender.is_full());
+    }
     --collecting;
     sort_list_if_needed();
-    log_appender.flush();
+    show_logs();
     // A socket that was left unread after its signal stays silent until somebody reads it.
     if (!is_drained)
         drain_timer.start();

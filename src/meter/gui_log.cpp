@@ -13,6 +13,7 @@
 namespace {
 
 constexpr int MOST_LOG_BLOCKS = 30000; // keeps a window that is open for days small
+constexpr qint64 FRAME = 16;           // ms
 
 QPlainTextEdit *make_log_view(QWidget *parent)
 {
@@ -72,6 +73,8 @@ void Gui::add_log_shortcuts(Device *device)
     QPlainTextEdit *view = device->log_view;
     const auto *clear
         = new QShortcut(QKeySequence("Ctrl+K"), view, nullptr, nullptr, Qt::WindowShortcut);
+    // What came before the key was pressed goes too, shown or not.
+    connect(clear, &QShortcut::activated, view, [this, view] { log_appender.drop(view); });
     connect(clear, &QShortcut::activated, view, &QPlainTextEdit::clear);
     const auto *pause
         = new QShortcut(QKeySequence("Ctrl+P"), view, nullptr, nullptr, Qt::WindowShortcut);
@@ -99,15 +102,37 @@ void Gui::send_console_line(Device *device, QLineEdit *console)
     console->clear();
 }
 
-// While a burst of datagrams is read, texts are collected and shown at its end in one insertion.
+// While datagrams are read, texts are collected: show_logs shows them.
 void Gui::append_log(Device *device, bool highlighted, const QString &text)
 {
     if (!device || !device->log_view)
         return;
-    if (collecting > 0)
-        log_appender.add(device->log_view, highlighted, text);
+    log_appender.add(device->log_view, highlighted, text);
+    if (collecting == 0)
+        flush_logs();
+}
+
+// At most once per painted frame, unless much is there: many insertions cost more than one.
+void Gui::show_logs()
+{
+    if (log_appender.is_empty())
+        return;
+    const qint64 rest = log_pace.isValid() ? FRAME - log_pace.elapsed() : 0;
+    if (rest <= 0 || log_appender.is_full())
+        flush_logs();
+    else if (!log_timer.isActive())
+        log_timer.start(static_cast<int>(rest));
+}
+
+// A slice now; what is left of a huge message comes in the next turns of the event loop.
+void Gui::flush_logs()
+{
+    log_appender.flush();
+    log_pace.start();
+    if (log_appender.is_empty())
+        log_timer.stop();
     else
-        append_log_fragments(device->log_view, {{.highlighted = highlighted, .text = text}});
+        log_timer.start(0);
 }
 
 void Gui::handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment)

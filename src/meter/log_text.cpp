@@ -13,6 +13,8 @@ namespace {
 constexpr qsizetype FULL_CHARACTERS = 32 * 1024;
 // Below so many lines a change of the text on its own costs more than it saves.
 constexpr int WORTH_MAKING_ROOM = 16;
+// From each line of a long word the toolkit looks for the word's end: one of 64 KB takes 150 ms.
+constexpr int LONGEST_WORD_WRAPPED = 8 * 1024;
 
 void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
 {
@@ -30,11 +32,27 @@ void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
         cursor.setBlockCharFormat(before);
 }
 
+// As the toolkit sees it: the last two are its own marks, which a stream may hold all the same.
+bool is_line_end(QChar letter)
+{
+    return letter == QLatin1Char('\n') || letter == QLatin1Char('\r')
+        || letter == QChar(QChar::ParagraphSeparator) || letter == QChar(0xFDD0)
+        || letter == QChar(0xFDD1);
+}
+
+// A carriage return and a line feed are one line end.
+bool is_pair(const QString &text, int position)
+{
+    return position > 0 && position < text.size() && text.at(position - 1) == QLatin1Char('\r')
+        && text.at(position) == QLatin1Char('\n');
+}
+
 int line_ends(const std::vector<LogFragment> &fragments)
 {
     int result = 0;
     for (const LogFragment &fragment : fragments)
-        result += static_cast<int>(fragment.text.count(QLatin1Char('\n')));
+        for (int i = 0; i < fragment.text.size(); ++i)
+            result += is_line_end(fragment.text.at(i)) && !is_pair(fragment.text, i);
     return result;
 }
 
@@ -65,6 +83,41 @@ void make_room(const QPlainTextEdit *view, int new_lines)
     cursor.endEditBlock();
 }
 
+// Words are those between which lines wrap.
+bool ends_word(QChar letter)
+{
+    return letter.isSpace() && letter != QChar(QChar::Nbsp);
+}
+
+// Words joined over fragments; `length` is that of the one that ends the window's text.
+int longest_word(int length, const std::vector<LogFragment> &fragments)
+{
+    int longest = length;
+    for (const LogFragment &fragment : fragments)
+        for (const QChar letter : fragment.text) {
+            length = ends_word(letter) ? 0 : length + 1;
+            longest = std::max(longest, length);
+        }
+    return longest;
+}
+
+int last_word(const QString &line)
+{
+    int length = 0;
+    while (length < line.size() && !ends_word(line.at(line.size() - 1 - length)))
+        ++length;
+    return length;
+}
+
+// A word longer than any that is written on purpose makes the window wrap wherever it ends.
+void prepare_long_words(QPlainTextEdit *view, const std::vector<LogFragment> &fragments)
+{
+    const int begun = last_word(view->document()->lastBlock().text());
+    if (view->wordWrapMode() != QTextOption::WrapAnywhere
+        && longest_word(begun, fragments) > LONGEST_WORD_WRAPPED)
+        view->setWordWrapMode(QTextOption::WrapAnywhere);
+}
+
 bool shows_end(const QPlainTextEdit *view, const QTextCursor &end)
 {
     return view->cursorRect(end).bottom() <= view->viewport()->height();
@@ -92,6 +145,23 @@ bool joins(const LogFragment &first, bool highlighted, const QString &text)
     return !first.highlighted && !highlighted && !first.text.endsWith(QLatin1Char('\r'))
         && first.text.size() + text.size() < FULL_CHARACTERS;
 }
+
+// A letter of two code units stays whole.
+bool can_be_cut(const QString &text, int position)
+{
+    return !is_pair(text, position) && !text.at(position - 1).isHighSurrogate();
+}
+
+// How much of a fragment the rest of a slice takes; that rest becomes less, and maybe negative.
+// Echoes stay whole: behind an unfinished line their later lines are no more red than the first.
+int cut_position(const LogFragment &fragment, qsizetype &slice)
+{
+    const QString &text = fragment.text;
+    int end = 0;
+    while (end < text.size() && (slice > 0 || fragment.highlighted || !can_be_cut(text, end)))
+        slice -= is_line_end(text.at(end++)) ? 1 + LogAppender::LINE_COST : 1;
+    return end;
+}
 } // namespace
 
 void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &fragments)
@@ -102,6 +172,7 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
     const QScrollBar *const bar = view->verticalScrollBar();
     const bool follows_end = bar->value() == bar->maximum();
     make_room(view, line_ends(fragments));
+    prepare_long_words(view, fragments);
     QTextCursor cursor = view->textCursor();
     // One edit block: the view lays out and trims once, each fragment still finds what the one
     // before it left.
@@ -129,14 +200,50 @@ void LogAppender::add(QPlainTextEdit *view, bool highlighted, const QString &tex
     characters += text.size();
 }
 
-void LogAppender::flush()
+// Views take turns: one with a large backlog does not hold up the others.
+void LogAppender::flush(qsizetype slice)
 {
     // Taken out first: whoever listens to a scroll bar may add text again.
-    std::vector<Burst> collected;
-    collected.swap(bursts);
-    characters = 0;
-    for (const Burst &burst : collected)
+    std::vector<Burst> due;
+    for (size_t i = bursts.size(); i > 0 && slice > 0; --i) {
+        due.push_back(take_from(bursts.front(), slice));
+        slice -= VIEW_COST;
+        if (bursts.front().fragments.empty())
+            bursts.erase(bursts.begin());
+        else
+            std::rotate(bursts.begin(), bursts.begin() + 1, bursts.end());
+    }
+    for (const Burst &burst : due)
         append_log_fragments(burst.view, burst.fragments);
+}
+
+// Takes from the front of `burst` as much as `slice` allows, at least one character, and takes its
+// cost off `slice`.
+LogAppender::Burst LogAppender::take_from(Burst &burst, qsizetype &slice)
+{
+    Burst taken{.view = burst.view};
+    auto next = burst.fragments.begin();
+    for (; next != burst.fragments.end() && slice > 0; ++next) {
+        const int end = cut_position(*next, slice);
+        characters -= end;
+        taken.fragments.push_back({.highlighted = next->highlighted, .text = next->text.left(end)});
+        next->text.remove(0, end);
+        if (!next->text.isEmpty())
+            break;
+    }
+    burst.fragments.erase(burst.fragments.begin(), next);
+    return taken;
+}
+
+void LogAppender::drop(const QPlainTextEdit *view)
+{
+    const auto burst = std::find_if(bursts.begin(), bursts.end(),
+                                    [view](const Burst &one) { return one.view == view; });
+    if (burst == bursts.end())
+        return;
+    for (const LogFragment &fragment : burst->fragments)
+        characters -= fragment.text.size();
+    bursts.erase(burst);
 }
 
 bool LogAppender::is_full() const

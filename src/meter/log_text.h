@@ -19,14 +19,24 @@ struct LogFragment
 // same as with one call per fragment, at a fraction of the cost.
 void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &fragments);
 
-// Collects fragments for any number of views while a burst of datagrams is read. flush must run
-// before anything else looks at or changes a view.
+// Collects fragments for any number of views while datagrams are read, and hands them on in slices
+// that take some milliseconds each, however much a device sends at once. A view's fragments keep
+// their order.
 class LogAppender
 {
 public:
+    // What one flush hands on: a character costs 1, a line end LINE_COST more, and a view, which
+    // paints itself afterwards, VIEW_COST.
+    static constexpr qsizetype SLICE = 64 * 1024;
+    static constexpr qsizetype LINE_COST = 15;
+    static constexpr qsizetype VIEW_COST = SLICE / 4;
+
     void add(QPlainTextEdit *view, bool highlighted, const QString &text);
-    // Appends what was collected, view by view. A view that is gone takes its text with it.
-    void flush();
+    // Appends a slice of what was collected, view by view; what is left waits for the next call.
+    // A view that is gone takes its text with it.
+    void flush(qsizetype slice = SLICE);
+    // Forgets what waits for this view.
+    void drop(const QPlainTextEdit *view);
     bool is_empty() const { return bursts.empty(); }
     // So much is collected that a flush takes some milliseconds: the moment to let the event loop
     // breathe before more is read.
@@ -38,6 +48,8 @@ private:
         QPointer<QPlainTextEdit> view = {};
         std::vector<LogFragment> fragments = {};
     };
+
+    Burst take_from(Burst &burst, qsizetype &slice);
 
     std::vector<Burst> bursts = {};
     qsizetype characters = 0;

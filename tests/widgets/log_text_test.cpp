@@ -123,6 +123,13 @@ private slots:
     void a_line_end_split_over_two_messages_stays_two_line_ends();
     void joined_bursts_give_the_same_document_data();
     void joined_bursts_give_the_same_document();
+    void any_slices_give_the_same_document_data();
+    void any_slices_give_the_same_document();
+    void a_huge_message_comes_in_slices_and_whole();
+    void views_take_turns_at_slices();
+    void few_views_are_written_to_at_once();
+    void what_waits_for_a_cleared_view_is_dropped();
+    void a_word_without_end_is_laid_out_in_no_time();
     void the_readers_selection_survives_a_burst();
     void several_views_get_their_own_text();
     void a_view_that_is_gone_takes_its_text_with_it();
@@ -263,6 +270,129 @@ void LogTextTest::joined_bursts_give_the_same_document()
     }
 }
 
+void LogTextTest::any_slices_give_the_same_document_data()
+{
+    QTest::addColumn<int>("max_blocks");
+    QTest::newRow("no cap") << 0;
+    QTest::newRow("cap") << 40;
+    QTest::newRow("tiny cap") << 2;
+}
+
+// However small the slices are, the text is that of one insertion per message.
+void LogTextTest::any_slices_give_the_same_document()
+{
+    QFETCH(int, max_blocks);
+    for (quint32 seed = 1; seed <= 10; ++seed) {
+        QRandomGenerator random(seed);
+        const auto sliced = make_view(max_blocks);
+        const auto single = make_view(max_blocks);
+        LogAppender appender;
+        for (int i = 0; i < 200; ++i) {
+            LogFragment fragment = random_fragment(random, i % 20 == 0);
+            // As the program's echoes do.
+            if (fragment.highlighted)
+                fragment.text += "\n";
+            else if (i % 7 == 0)
+                fragment.text += QString::fromUtf8("\u00e9\U0001f600");
+            append_plainly(single.get(), fragment);
+            appender.add(sliced.get(), fragment.highlighted, fragment.text);
+            if (random.bounded(3) == 0)
+                appender.flush(1 + random.bounded(60));
+        }
+        while (!appender.is_empty())
+            appender.flush(1 + random.bounded(60));
+        QCOMPARE(describe(sliced->document()), describe(single->document()));
+    }
+}
+
+void LogTextTest::a_huge_message_comes_in_slices_and_whole()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    appender.add(view.get(), false, QString(60000, '\n') + "end");
+    appender.add(view.get(), true, "echo\n");
+    QVERIFY(appender.is_full());
+    int slices = 0;
+    for (; !appender.is_empty(); ++slices) {
+        const int before = view->document()->blockCount();
+        appender.flush();
+        QVERIFY(view->document()->blockCount() - before
+                <= LogAppender::SLICE / LogAppender::LINE_COST);
+        QVERIFY(follows_end(view.get()));
+    }
+    QVERIFY(slices > 10);
+    QVERIFY(!appender.is_full());
+    QCOMPARE(view->toPlainText(), QString(60000, '\n') + "endecho\n");
+}
+
+// A device that floods its window does not hold up another's.
+void LogTextTest::views_take_turns_at_slices()
+{
+    const auto flooded = make_view(0);
+    const auto quiet = make_view(0);
+    LogAppender appender;
+    appender.add(flooded.get(), false, QString(60000, '\n'));
+    appender.flush();
+    appender.add(quiet.get(), false, "line\n");
+    for (int turn = 0; turn < 2; ++turn)
+        appender.flush();
+    QCOMPARE(quiet->toPlainText(), QString("line\n"));
+    QVERIFY(!appender.is_empty());
+}
+
+// Each paints itself afterwards: twenty at once would be a stall.
+void LogTextTest::few_views_are_written_to_at_once()
+{
+    std::vector<std::unique_ptr<QPlainTextEdit>> views;
+    LogAppender appender;
+    for (int i = 0; i < 20; ++i) {
+        views.push_back(make_view(0));
+        appender.add(views.back().get(), false, "line\n");
+    }
+    size_t written = 0;
+    while (!appender.is_empty()) {
+        appender.flush();
+        size_t now = 0;
+        for (const auto &view : views)
+            if (!view->document()->isEmpty())
+                ++now;
+        QVERIFY(now > written && now <= written + 4);
+        written = now;
+    }
+    QCOMPARE(written, views.size());
+}
+
+void LogTextTest::what_waits_for_a_cleared_view_is_dropped()
+{
+    const auto cleared = make_view(0);
+    const auto other = make_view(0);
+    LogAppender appender;
+    appender.add(cleared.get(), false, QString(40000, 'a'));
+    appender.add(other.get(), false, "b");
+    QVERIFY(appender.is_full());
+    appender.drop(cleared.get());
+    appender.drop(cleared.get());
+    QVERIFY(!appender.is_full());
+    appender.flush();
+    QVERIFY(cleared->toPlainText().isEmpty());
+    QCOMPARE(other->toPlainText(), QString("b"));
+}
+
+// Garbage reads as one long word. Wrapping it at words would take time by the square of its length.
+void LogTextTest::a_word_without_end_is_laid_out_in_no_time()
+{
+    const auto view = make_view(0);
+    const QString line = QString("word ").repeated(4000) + "\n";
+    append_log_fragments(view.get(), {{.text = line}});
+    QCOMPARE(view->wordWrapMode(), QTextOption::WrapAtWordBoundaryOrAnywhere);
+    append_log_fragments(view.get(), {{.text = QString(6000, QChar(0xFFFD))}});
+    QCOMPARE(view->wordWrapMode(), QTextOption::WrapAtWordBoundaryOrAnywhere);
+    append_log_fragments(view.get(), {{.text = QString(6000, QChar(0xFFFD))}});
+    QCOMPARE(view->wordWrapMode(), QTextOption::WrapAnywhere);
+    QCOMPARE(view->toPlainText(), line + QString(12000, QChar(0xFFFD)));
+    QVERIFY(follows_end(view.get()));
+}
+
 void LogTextTest::the_readers_selection_survives_a_burst()
 {
     const auto view = make_view(0);
@@ -329,7 +459,8 @@ void LogTextTest::a_full_burst_says_so()
     for (int i = 0; i < 2000; ++i)
         appender.add(view.get(), false, "a line of a log of thirty-two\n");
     QVERIFY(appender.is_full());
-    appender.flush();
+    while (!appender.is_empty())
+        appender.flush();
     QVERIFY(!appender.is_full());
     QCOMPARE(view->document()->blockCount(), 2001);
 }

@@ -196,6 +196,45 @@ private slots:
         QVERIFY(device.record()->log_view->toPlainText().contains("!"));
     }
 
+    // 65,000 line ends in one insertion would hold the window up for 150 ms.
+    void a_message_of_line_ends_is_shown_in_slices_and_in_order()
+    {
+        FakeDevice &device = device_with_log();
+        QPlainTextEdit *view = device.record()->log_view;
+        view->document()->setMaximumBlockCount(0);
+        const QByteArray text(65000, '\n');
+        stream(device, 0, text);
+        QVERIFY(view->document()->blockCount() < 10000);
+        stream(device, text.size(), "later\n");
+        QTest::keyClicks(console(device), "x");
+        QTest::keyClick(console(device), Qt::Key_Return);
+        device.record()->log_paused = true; // what has arrived is shown all the same
+        QTRY_COMPARE(view->toPlainText(), QString(65000, '\n') + "later\nSending: x\n");
+    }
+
+    void clearing_takes_along_what_still_waits_to_be_shown()
+    {
+        FakeDevice &device = device_with_log();
+        QCOMPARE(QApplication::activeWindow(), device.record()->log_window);
+        stream(device, 0, QByteArray(65000, '\n'));
+        QVERIFY(!gui().log_appender.is_empty());
+        QTest::keyClick(device.record()->log_view, Qt::Key_K, Qt::ControlModifier);
+        QVERIFY(gui().log_appender.is_empty());
+        stream(device, 65000, "new\n");
+        QCOMPARE(device.record()->log_view->toPlainText(), QString("new\n"));
+    }
+
+    void closing_takes_along_what_still_waits_to_be_shown()
+    {
+        FakeDevice &device = device_with_log();
+        stream(device, 0, QByteArray(65000, '\n'));
+        device.record()->log_window->close();
+        QTRY_VERIFY(gui().log_appender.is_empty());
+        gui().open_log(device.record());
+        stream(device, 65000, "new\n");
+        QCOMPARE(device.record()->log_view->toPlainText(), QString("new\n"));
+    }
+
     void deleting_a_device_takes_its_log_along_without_a_command()
     {
         FakeDevice &device = device_with_log();
