@@ -279,6 +279,7 @@ public:
     QString cache_position;    // id of the device they did last; null before the first
     bool cache_text_is_whole = false;
     QScrollArea *property_scroll = nullptr;
+    QGridLayout *panel_grid = nullptr; // one row of cells per property, by order of the keys
     QWidget *property_column = nullptr;
 
     // Parallel lists, one entry per column.

@@ -16,6 +16,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QMenu>
 #include <QPushButton>
 
@@ -334,14 +335,21 @@ bool Gui::is_device_selected(Device *device)
     return row >= 0 && device_list->selectionModel()->isSelected(device_model.index(row, 0));
 }
 
+// The order of selecting counts. selectedRows() would ask every column of every row for its flags,
+// although here rows are always selected whole.
 std::vector<Device *> Gui::selected_devices() const
 {
     std::vector<Device *> selected;
-    for (const QModelIndex &index : device_list->selectionModel()->selectedRows(0)) {
-        if (device_list->isRowHidden(index.row(), QModelIndex()))
+    for (const QItemSelectionRange &range : device_list->selectionModel()->selection()) {
+        if (range.left() > 0)
             continue;
-        if (Device *device = find_device(index.data(DeviceCell::ID_ROLE).toString()))
-            selected.push_back(device);
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            if (device_list->isRowHidden(row, QModelIndex()))
+                continue;
+            const QModelIndex index = device_model.index(row, 0);
+            if (Device *device = find_device(index.data(DeviceCell::ID_ROLE).toString()))
+                selected.push_back(device);
+        }
     }
     return selected;
 }

@@ -16,6 +16,8 @@ namespace {
 void hide_row(Property *prop)
 {
     prop->desc.kind = PROP_NONE;
+    if (!prop->holder)
+        return;
     prop->caption->hide();
     prop->holder->hide();
 }
@@ -35,23 +37,17 @@ void take_leading_descriptor(Property *prop, const std::vector<Device *> &select
 
 void Gui::build_panel_rows(QGridLayout *grid)
 {
+    panel_grid = grid;
+    int grid_row = 0;
     for (const std::string &key : property_keys) {
         auto prop = std::make_unique<Property>();
         prop->desc.key = key;
         prop->needs_update = true;
-        prop->caption = new QLabel(QString::fromStdString(key));
-        prop->holder = new QWidget;
-        prop->holder->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Minimum);
-        prop->holder->setAutoFillBackground(true);
-        prop->row_layout = new QHBoxLayout(prop->holder);
-        prop->row_layout->setSpacing(0);
-        const int row = grid->rowCount();
-        grid->addWidget(prop->caption, row, 0);
-        grid->addWidget(prop->holder, row, 1);
+        prop->grid_row = grid_row++;
         property_rows[key] = std::move(prop);
     }
     grid->setColumnStretch(1, 1);
-    grid->setRowStretch(grid->rowCount(), 1); // few rows stay at the top
+    grid->setRowStretch(grid_row, 1); // few rows stay at the top
 }
 
 void Gui::update_property(const std::string &key)

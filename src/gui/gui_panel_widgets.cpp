@@ -9,6 +9,7 @@
 #include "support/fatal_assert.h"
 
 #include <QCheckBox>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -18,6 +19,20 @@
 namespace {
 
 constexpr int BUTTON_GAP = 10; // pixels in front of a row's button
+
+// Widgets come with the first selection that has the row: until then nobody sees them, and making
+// all of them would take as long as the rest of the window.
+void make_row_widgets(Property *prop, QGridLayout *grid)
+{
+    prop->caption = new QLabel(QString::fromStdString(prop->desc.key));
+    prop->holder = new QWidget;
+    prop->holder->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Minimum);
+    prop->holder->setAutoFillBackground(true);
+    prop->row_layout = new QHBoxLayout(prop->holder);
+    prop->row_layout->setSpacing(0);
+    grid->addWidget(prop->caption, prop->grid_row, 0);
+    grid->addWidget(prop->holder, prop->grid_row, 1);
+}
 
 // The row may be rebuilt from within an event of one of its editors, which must outlive it.
 template<typename Widget>
@@ -232,6 +247,8 @@ void show_choice(const Property *prop)
 
 void Gui::rebuild_row_widgets(Property *prop)
 {
+    if (!prop->holder)
+        make_row_widgets(prop, panel_grid);
     clear_row(prop);
     prop->caption->setText(QString::fromStdString(prop->desc.label));
     switch (prop->desc.kind) {
@@ -281,7 +298,7 @@ void Gui::order_tab_stops()
     QWidget *before = nullptr;
     for (const std::string &key : property_keys) {
         const QHBoxLayout *layout = property_row(key)->row_layout;
-        for (int i = 0; i < layout->count(); ++i) {
+        for (int i = 0; layout && i < layout->count(); ++i) {
             QWidget *widget = layout->itemAt(i)->widget();
             if (!widget || widget->focusPolicy() == Qt::NoFocus)
                 continue;

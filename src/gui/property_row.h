@@ -28,7 +28,8 @@ struct Property
     bool edited = false;    // set by the operator during this edit
     bool uniform = false;   // all selected devices agree on `value`
     bool needs_update = false;
-    QLabel *caption = nullptr;
+    int grid_row = 0;
+    QLabel *caption = nullptr; // null, as are `holder` and `row_layout`, until the row first shows
     QWidget *holder = nullptr;
     QHBoxLayout *row_layout = nullptr;
     QLineEdit *line_edit = nullptr;

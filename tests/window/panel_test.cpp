@@ -46,9 +46,16 @@ private slots:
     {
         window->add({});
         QCOMPARE(window->gui->property_rows.size(), std::size_t{89});
+        for (const std::string &key : property_keys)
+            QVERIFY(!window->is_shown(key));
+        QVERIFY(!window->gui->edit_button->isEnabled());
+
+        window->select({0});
+        QVERIFY(window->is_shown("ui/name"));
+        window->gui->device_list->clearSelection();
         for (const std::string &key : property_keys) {
             QVERIFY(!window->is_shown(key));
-            QVERIFY(!window->row(key).caption->isVisible());
+            QVERIFY(!window->row(key).caption || !window->row(key).caption->isVisible());
         }
         QVERIFY(!window->gui->edit_button->isEnabled());
     }
