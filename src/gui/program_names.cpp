@@ -2,6 +2,7 @@
 #include "gui/program_names.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QtGlobal>
 
 void set_program_names()
@@ -10,6 +11,8 @@ void set_program_names()
     QCoreApplication::setOrganizationDomain("velmark.example");
     QCoreApplication::setApplicationName("VELMARK Network Manager");
     QCoreApplication::setApplicationVersion("v1.6.2");
+    // By this a Wayland desktop finds the window's icon.
+    QGuiApplication::setDesktopFileName("velmark-network-manager");
 }
 
 void register_resources()

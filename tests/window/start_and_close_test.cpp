@@ -85,6 +85,16 @@ private slots:
         QCOMPARE(gui().windowTitle(), QString("VELMARK Network Manager"));
     }
 
+    void the_desktop_entry_and_the_window_find_each_other()
+    {
+        QFile entry(VECTOR_FOLDER "/../../packaging/desktop/" + QGuiApplication::desktopFileName()
+                    + ".desktop");
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(entry.readAll()).split('\n');
+        QVERIFY(lines.contains("StartupWMClass=" + QCoreApplication::applicationName()));
+        QVERIFY(lines.contains("Exec=" + QFileInfo(MANAGER_PATH).fileName()));
+    }
+
     void the_first_window_is_four_fifths_of_the_screen()
     {
         const QSize screen = QApplication::primaryScreen()->geometry().size();
