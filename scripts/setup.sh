@@ -11,7 +11,8 @@ packages_for() {
     wayland) echo qtwayland5 ;;
     check) echo clang-format clang-tidy ;;
     package) echo dpkg-dev file ;;
-    package-check) echo appstream desktop-file-utils lintian libcap2-bin nftables xdotool xvfb ;;
+    package-check) echo appstream at-spi2-core dbus-daemon desktop-file-utils gir1.2-atspi-2.0 \
+        libcap2-bin lintian nftables python3-gi xdotool ;;
     clean-root) echo debootstrap ;;
     dissector) echo tshark python3 ;;
     *) echo "setup: unknown purpose $1" >&2 && exit 2 ;;
