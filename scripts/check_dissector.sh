@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The Wireshark dissector says of each datagram what the manager would say: those of the framing's
-# own test vectors, hostile and damaged ones, and those of a simulated fleet.
+# own test vectors, hostile and damaged ones, and those of a simulated fleet. That recording stays, as
+# build/dissector/fleet.pcap.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
@@ -72,5 +73,6 @@ says "$folder/fleet.pcap" "$folder/fleet.expected" velmark \
     velmark.direction velmark.kind velmark.dropped velmark.checksum.status velmark.command \
     velmark.device_id velmark.log.pos velmark.log.length velmark.log.gap velmark.metering.channels
 survives "$folder/fleet.pcap"
+cp "$folder/fleet.pcap" build/dissector/
 ((outcome)) || echo "$(wc -l <"$folder/fleet.expected") datagrams of a fleet, $(wc -l <wireshark/test/hostile.expected) hostile, 3000 damaged: all read as they should."
 exit $outcome

@@ -40,6 +40,7 @@ COMMANDS = [
     {"command": "no_such_thing", "seq": 1, "api_version": 6},
 ]
 CONSOLE_TEXT = b"help me"
+AS_THE_MANAGER = {"ensure_ascii": False, "separators": (",", ":"), "sort_keys": True}
 
 # The recording is of no use before all of this has passed by.
 WANTED = {"request", "command", "console text", "report", "reply", "metering", "log",
@@ -195,7 +196,7 @@ class Recording:
 
     def command(self, address):
         for command in COMMANDS:
-            self.send(json.dumps(command).encode() + b"\n", address)
+            self.send(json.dumps(command, **AS_THE_MANAGER).encode() + b"\n", address)
         self.send(CONSOLE_TEXT, address)
 
     def run(self, lifeline):
