@@ -47,7 +47,6 @@ endfunction()
 add_screenshot(window "All loudspeakers with their state and levels")
 add_screenshot(mixed-values "Three loudspeakers in one edit")
 add_screenshot(eq "The equaliser of a loudspeaker")
-add_screenshot(dark "On a dark desktop")
 
 read_release()
 set(metainfo example.velmark.network_manager.metainfo.xml)

@@ -1,22 +1,23 @@
 #!/usr/bin/env bash
-# check_package.sh [--clean]
+# check_package.sh [--clean | --desktops]
 # Makes the Debian package, has it judged by lintian and the validators of its desktop files,
 # installs it, and updates a simulated loudspeaker through the window of the installed program.
 # It is installed into a copy of this machine's root in memory; with --clean into a fresh Debian 12
-# that holds nothing but the package and what it depends on. Needs root, sudo, or user namespaces
-# with more than one user (newuidmap).
+# that holds nothing but the package and what it depends on.
+# With --desktops it is installed beside parts of the desktops of Debian 12, and a table tells what
+# the program's capability changes for them.
+# Needs root, sudo, or user namespaces with more than one user (newuidmap).
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-is_clean=false
-case ${1:-} in
-'') ;;
---clean) is_clean=true ;;
-*) sed -n '2,7s/^# //p' "${BASH_SOURCE[0]}" >&2 && exit 2 ;;
+form=${1:-short}
+purposes=(network screen package-check)
+case $form in
+short) ;;
+--clean | --desktops) purposes+=(clean-root) ;;
+*) sed -n '2,10s/^# //p' "${BASH_SOURCE[0]}" >&2 && exit 2 ;;
 esac
 
-purposes=(network screen package-check)
-[[ $is_clean == true ]] && purposes+=(clean-root)
 scripts/setup.sh "${purposes[@]}"
 ./package >/dev/null
 package=$(ls "$PWD"/build/package/*.deb)
@@ -49,23 +50,36 @@ find_launcher() {
     return 1
 }
 
-# The newest system that the package is for, from where this machine's own packages come.
+# make_clean_root [PACKAGES...]: a fresh Debian 12, from where this machine's own packages come.
 make_clean_root() {
     local mirror
+    # shellcheck disable=SC2016 # apt's own placeholder
     mirror=$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' | grep -v security | head -n 1)
     [[ -n $mirror ]] || { echo "This machine names no source of Debian packages." >&2 && return 1; }
-    "${launcher[@]}" packaging/check/make_clean_root.sh "$mirror" "$work/root" "$package" \
+    trap '"${launcher[@]}" rm -rf --one-file-system "$work"' EXIT
+    "${launcher[@]}" packaging/check/make_clean_root.sh "$mirror" "$work/root" "$package" "$@" \
         >"$work/root.log" 2>&1 || { tail -n 20 "$work/root.log" >&2 && return 1; }
     say "installed by apt into a fresh Debian: $(tail -n 1 "$work/root.log")"
-    trap '"${launcher[@]}" rm -rf --one-file-system "$work"' EXIT
 }
+
+# Two desktops' themes and file dialogs, the portal, and two input methods.
+desktop_parts=(at-spi2-core dbus dbus-x11 dconf-gsettings-backend fcitx5 fcitx5-frontend-qt5
+    fcitx5-hangul fcitx5-modules gsettings-desktop-schemas gvfs ibus ibus-hangul libglib2.0-bin
+    plasma-integration qt5-gtk-platformtheme qt5-xdgdesktopportal-platformtheme
+    xdg-desktop-portal-gtk)
 
 judge_package
 find_launcher
-clean_root=()
-if [[ $is_clean == true ]]; then
+update=("${launcher[@]}" --net packaging/check/update.sh "$package"
+    "$PWD/build/release/firmware/stand-in.bin" "$PWD/packaging/check/fleet.json")
+case $form in
+short) "${update[@]}" ;;
+--clean)
     make_clean_root
-    clean_root=("$work/root")
-fi
-"${launcher[@]}" --net packaging/check/in_namespaces.sh "$package" \
-    "$PWD/build/release/firmware/stand-in.bin" "$PWD/packaging/check/fleet.json" "${clean_root[@]}"
+    "${update[@]}" "$work/root"
+    ;;
+--desktops)
+    make_clean_root "${desktop_parts[@]}"
+    "${launcher[@]}" --net packaging/check/desktops.sh "$work/root"
+    ;;
+esac

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# make_clean_root.sh MIRROR ROOT PACKAGE
-# Makes the smallest Debian 12 in the folder ROOT and lets its apt install PACKAGE with what it
-# depends on, and nothing that it only recommends. Runs as root in a mount namespace of its own. The
-# last line printed tells how much was installed.
+# make_clean_root.sh MIRROR ROOT PACKAGE [FURTHER_PACKAGES...]
+# Makes the smallest Debian 12 in the folder ROOT and lets its apt install PACKAGE and the further
+# packages with what they depend on, and nothing that they only recommend. Runs as root in a mount
+# namespace of its own. The last line printed tells how much was installed.
 set -euo pipefail
 
 mirror=$1 root=$2 package=$3
@@ -19,5 +19,5 @@ in_root() {
 }
 in_root apt-get -q update
 before=$(in_root dpkg-query --show | wc -l)
-in_root apt-get -q -y --no-install-recommends install "/tmp/${package##*/}"
-echo "$before packages, and $(($(in_root dpkg-query --show | wc -l) - before)) with ours"
+in_root apt-get -q -y --no-install-recommends install "/tmp/${package##*/}" "${@:4}"
+echo "$(($(in_root dpkg-query --show | wc -l) - before)) packages were added to $before"

@@ -4,6 +4,8 @@ and uses them with mouse and keys.
 
 window.py update DEVICE FILE     selects the device in the list, presses "Update", picks the file
 window.py await TEXT             ends when some cell or field of the window reads TEXT
+window.py search KEY...          types into the search box, and prints what it reads then
+window.py dialog                 asks for a file, and prints whether a dialog came within 5 s
 """
 import subprocess
 import sys
@@ -101,10 +103,41 @@ def update(device, path):
     xdotool("key", "Return")
 
 
+def search(keys):
+    box = await_node("search box", lambda node: node.get_name() == "Search" and is_showing(node))
+    focus(APPLICATION)
+    click(box)
+    time.sleep(1)  # input methods take their time to notice
+    for key in keys:
+        xdotool("key", key)
+    time.sleep(1)
+    print(next((text_of(node) for node in all_nodes(box)
+                if node.get_role() == Atspi.Role.TEXT), ""))
+
+
+def has_dialog():
+    return any(node.get_role() in (Atspi.Role.DIALOG, Atspi.Role.FILE_CHOOSER) and is_showing(node)
+               for node in nodes_of_application())
+
+
+def dialog():
+    focus(APPLICATION)
+    xdotool("key", "ctrl+p")
+    end = time.monotonic() + 5
+    while time.monotonic() < end and not has_dialog():
+        time.sleep(0.2)
+    time.sleep(1)  # one that is refused vanishes again
+    print("yes" if has_dialog() else "no")
+
+
 if __name__ == "__main__":
     Atspi.init()
     if sys.argv[1] == "update":
         update(*sys.argv[2:])
+    elif sys.argv[1] == "search":
+        search(sys.argv[2:])
+    elif sys.argv[1] == "dialog":
+        dialog()
     else:
         await_node(f"\"{sys.argv[2]}\"", lambda node: is_showing(node)
                    and text_of(node) == sys.argv[2])

@@ -1,71 +1,14 @@
 #!/usr/bin/env bash
-# in_namespaces.sh PACKAGE IMAGE FLEET [CLEAN_ROOT]
+# update.sh PACKAGE IMAGE FLEET [CLEAN_ROOT]
 # Runs as root and first process in mount, network and process namespaces of its own. Installs the
 # package into a copy of this machine's root that lies in memory, or uses CLEAN_ROOT, where it is
-# installed already. Then starts the program as an ordinary user and updates a simulated
-# loudspeaker through the window. Leaves nothing behind: every change is in memory or in CLEAN_ROOT.
+# installed already. Then starts the program as an ordinary user, updates a simulated loudspeaker
+# through the window, and removes the package.
 set -euo pipefail
 
 package=$1 image=$2 fleet=$3 clean_root=${4:-}
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-program=/usr/bin/velmark-network-manager
-user_id=7054
-bus=unix:path=/run/user/$user_id/bus
-
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
-say() {
-    printf '   %s\n' "$*"
-}
-
-# wait_until SECONDS CONDITION...
-wait_until() {
-    local end=$((SECONDS + $1))
-    until "${@:2}"; do
-        ((SECONDS < end)) || return 1
-        sleep 0.05
-    done
-}
-
-# A desk for the screen and the tools: this machine's root with all changes in memory.
-make_desk() {
-    mount --make-rprivate /
-    memory=$(mktemp -d)
-    trap 'umount --lazy "$memory" && rmdir "$memory"' EXIT
-    mount -t tmpfs tmpfs "$memory"
-    mkdir "$memory"/{changes,work,desk}
-    desk=$memory/desk
-    local layers=lowerdir=/,upperdir=$memory/changes,workdir=$memory/work
-    mount -t overlay overlay -o "$layers" "$desk" 2>/dev/null \
-        || mount -t overlay overlay -o "$layers,userxattr" "$desk" \
-        || fail "this machine lets us make no overlay"
-    mount_kernel_folders "$desk"
-    mount -t tmpfs -o mode=1777 tmpfs "$desk/tmp"
-    mount -t tmpfs -o mode=755 tmpfs "$desk/run"
-}
-
-mount_kernel_folders() {
-    mount -t proc proc "$1/proc"
-    mount --rbind /dev "$1/dev"
-}
-
-# The place where the package is installed: the desk itself, or a root that shares only /tmp and
-# /run with it.
-find_target() {
-    target=$desk
-    [[ -n $clean_root ]] || return 0
-    target=$clean_root
-    mount_kernel_folders "$target"
-    mount --rbind "$desk/tmp" "$target/tmp"
-    mount --rbind "$desk/run" "$target/run"
-}
-
-in_target() {
-    chroot "$target" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"
-}
+source "$here/desk.sh"
 
 has_the_right() {
     [[ $(in_target getcap "$program") == "$program cap_net_bind_service=ep" ]]
@@ -90,7 +33,7 @@ check_right() {
 # The administrator's setting takes the capability's place, and gives it back.
 check_setting() {
     local example=/usr/share/doc/velmark-network-manager/examples/60-velmark-port-69.conf
-    in_target cp "$example" /etc/sysctl.d/
+    in_target install -D -t /etc/sysctl.d "$example"
     in_target dpkg-reconfigure velmark-network-manager
     [[ -z $(in_target getcap "$program") ]] || fail "the capability stays beside the setting"
     in_target rm /etc/sysctl.d/60-velmark-port-69.conf
@@ -149,34 +92,11 @@ lay_cable() {
     fi
 }
 
-at_desk() {
-    chroot "$desk" setpriv --reuid $user_id --regid $user_id --clear-groups -- env -i "${environment[@]}" "$@"
-}
-
-start_desktop() {
-    local root
-    for root in "$desk" "$target"; do
-        chroot "$root" id technician &>/dev/null \
-            || chroot "$root" useradd --uid $user_id --create-home technician
-    done
-    install -o $user_id -g $user_id -m 700 -d "$desk/run/user/$user_id"
-    mkdir -p -m 1777 "$desk/tmp/.X11-unix"
-    install -m 644 "$image" "$target/home/technician/firmware.bin"
-    cp "$here/window.py" "$desk/tmp/"
-    environment=(HOME=/home/technician USER=technician PATH=/usr/bin:/bin LANG=C.UTF-8 DISPLAY=:9
-        XDG_RUNTIME_DIR=/run/user/$user_id DBUS_SESSION_BUS_ADDRESS=$bus)
-    at_desk Xvfb :9 -screen 0 1800x1400x24 -nolisten tcp &>"$desk/tmp/screen.log" &
-    wait_until 20 test -S "$desk/tmp/.X11-unix/X9" || fail "the screen: $(<"$desk/tmp/screen.log")"
-    at_desk dbus-daemon --session --fork --nopidfile --address="$bus" 2>"$desk/tmp/bus.log"
-}
-
 start_manager() {
     # As the desktop entry starts it.
     local command
     command=$(sed -n 's/^Exec=//p' "$target/usr/share/applications/velmark-network-manager.desktop")
-    chroot "$target" setpriv --reuid $user_id --regid $user_id --clear-groups -- \
-        env -i "${environment[@]}" QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 "$command" \
-        &>"$desk/tmp/manager.log" &
+    become_user "$target" env QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 "$command" &>"$desk/tmp/manager.log" &
     manager_pid=$!
 }
 
@@ -221,7 +141,7 @@ check_removal() {
     kill "$manager_pid" && wait "$manager_pid" || true
     in_target dpkg --purge velmark-network-manager >/dev/null
     local left
-    left=$(cd "$target" && find etc usr -name '*velmark*' -not -path '*/swcatalog/*' 2>/dev/null)
+    left=$(cd "$target" && find etc usr -name '*velmark*' 2>/dev/null)
     [[ -z $left ]] || fail "the removed package leaves: $left"
     say "removed, it leaves nothing behind"
 }
@@ -233,6 +153,7 @@ check_right
 check_setting
 check_plain_file_system
 lay_cable
-start_desktop
+start_desktop "$desk"
+install -m 644 "$image" "$target/home/technician/firmware.bin"
 update_a_loudspeaker
 check_removal
