@@ -1,6 +1,7 @@
 // Starts the program: names, splash screen, window, event loop.
 #include "gui/gui.h"
 #include "gui/program_names.h"
+#include "gui/settings_file.h"
 #include "model/meta.h"
 
 #include <QApplication>
@@ -13,6 +14,7 @@ int main(int argc, char **argv)
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QApplication application(argc, argv);
     register_resources();
+    set_huge_settings_aside();
 
     QSplashScreen splash(QPixmap(":/icons/VELMARK.png"));
     splash.show();
