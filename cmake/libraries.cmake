@@ -14,15 +14,3 @@ target_link_libraries(window PUBLIC widgets)
 target_precompile_headers(rules PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_core.h)
 target_precompile_headers(widgets PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_widgets.h)
 target_precompile_headers(window REUSE_FROM widgets)
-
-# A test has no header for moc: the file that it gets all the same is empty, and reading the
-# precompiled header for it would cost as much as the test's own source.
-function(spare_empty_moc_files folder)
-    get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
-    get_property(binary_folder DIRECTORY ${folder} PROPERTY BINARY_DIR)
-    foreach(target ${targets})
-        set_source_files_properties(${binary_folder}/${target}_autogen/mocs_compilation.cpp
-            TARGET_DIRECTORY ${target} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
-    endforeach()
-endfunction()
-cmake_language(DEFER CALL spare_empty_moc_files ${PROJECT_SOURCE_DIR}/tests)
