@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QtTest>
 
@@ -67,15 +68,20 @@ void DialogAnswers::look()
     if (dialog != counted)
         ++counts[dialog->windowTitle().isEmpty() ? "(assistant)" : dialog->windowTitle()];
     counted = dialog;
-    if (refuses)
-        dialog->reject();
-    else if (random.happens(40))
-        answer(dialog);
+    if (!refuses && !random.happens(40))
+        return;
+    // Not from here: the answer may open a further dialog, for which this timer has to go on.
+    const QPointer<QDialog> waiting = dialog;
+    QTimer::singleShot(0, this, [this, waiting] { answer(waiting); });
 }
 
 void DialogAnswers::answer(QDialog *dialog)
 {
-    if (qobject_cast<QFileDialog *>(dialog))
+    if (!dialog)
+        return;
+    if (refuses)
+        dialog->reject();
+    else if (qobject_cast<QFileDialog *>(dialog))
         answer_file_dialog(dialog);
     else if (qobject_cast<DeppenAss *>(dialog))
         answer_assistant(dialog);
@@ -91,9 +97,6 @@ void DialogAnswers::answer_file_dialog(QDialog *dialog)
     const bool saves = qobject_cast<QFileDialog *>(dialog)->acceptMode() == QFileDialog::AcceptSave;
     name->setText(saves ? files.last() : files.at(random.below(files.size())));
     press_default(dialog);
-    // A second look is for a dialog that did not like the name.
-    if (dialog->isVisible() && random.happens(50))
-        dialog->reject();
 }
 
 // Goes on, goes back, or gives up.

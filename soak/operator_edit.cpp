@@ -36,7 +36,7 @@ void OperatorPlay::edit_row()
 {
     std::vector<Property *> rows;
     for (const auto &[key, row] : gui().property_rows)
-        if (row->holder->isVisible() && row->holder->isEnabled())
+        if (row->holder && row->holder->isVisible() && row->holder->isEnabled())
             rows.push_back(row.get());
     if (rows.empty())
         return;

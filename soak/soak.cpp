@@ -25,15 +25,20 @@ void print(const QString &text)
     std::fflush(stdout);
 }
 
-void print_counts(const QString &title, const std::map<QString, qint64> &counts)
+qint64 total(const std::map<QString, qint64> &counts)
 {
     qint64 sum = 0;
-    QStringList parts;
-    for (const auto &[name, count] : counts) {
+    for (const auto &[name, count] : counts)
         sum += count;
+    return sum;
+}
+
+void print_counts(const QString &title, const std::map<QString, qint64> &counts)
+{
+    QStringList parts;
+    for (const auto &[name, count] : counts)
         parts.append(QString("%1 %2").arg(name).arg(count));
-    }
-    print(QString("%1: %2 (%3)").arg(title).arg(sum).arg(parts.join(", ")));
+    print(QString("%1: %2 (%3)").arg(title).arg(total(counts)).arg(parts.join(", ")));
 }
 
 void print_holdings(const QString &when, const Holdings &held)
@@ -132,6 +137,7 @@ void Soak::play()
     stalls.stop();
     progress.stop();
     print_progress();
+    expect(total(actor.counts) > plan.seconds / 2, "the operator was kept from work");
 }
 
 // All faults end, all devices go and come back, and what is no device leaves the list.
@@ -222,7 +228,11 @@ void Soak::print_progress()
 {
     const Holdings held = holdings();
     most_resident = qMax(most_resident, held.resident);
-    print_holdings(QString("after %1 s").arg(elapsed.elapsed() / 1000), held);
+    print_holdings(QString("after %1 s, %2 faults and %3 acts")
+                       .arg(elapsed.elapsed() / 1000)
+                       .arg(total(faults.counts))
+                       .arg(total(actor.counts)),
+                   held);
 }
 
 void Soak::print_stalls()
