@@ -1,6 +1,7 @@
 // The manager with a simulated fleet that answers every request and meters ten times a second:
 // share of a core, longest stall of the event loop, memory, and devices that flicker.
 #include "bench_window.h"
+#include "fleet_load.h"
 #include "support/fleet.h"
 
 #include <QComboBox>
@@ -12,59 +13,26 @@ namespace {
 
 struct Load
 {
-    double cores = 0;         // CPU seconds per second
-    double longest_stall = 0; // ms
-    double stall_p99 = 0;     // ms
-    double memory_growth = 0; // MB after the first quarter
-    int flickers = 0;         // times that a device read offline
+    double cores = 0; // CPU seconds per second
+    Stalls stalls = {};
+    double memory_growth = 0; // MB
+    int flickers = 0;         // devices offline at once, at most
     int online = 0;
 };
 
-double resident_megabytes()
-{
-    QFile file("/proc/self/statm");
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    return file.readAll().split(' ').at(1).toDouble() * 4096.0 / 1e6;
-}
-
-int offline_count(const Gui &gui)
-{
-    int count = 0;
-    for (const auto &[id, device] : gui.devices)
-        count += !device->online;
-    return count;
-}
-
-// A timer that is due every millisecond sees how long the event loop was busy with other things.
+// First how much it computes, unwatched; then how long it is deaf to its operator.
 Load measure(Gui &gui, int seconds)
 {
     Load load;
-    std::vector<double> stalls;
-    QElapsedTimer since_last;
-    QTimer pulse;
-    pulse.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&pulse, &QTimer::timeout, &pulse, [&stalls, &since_last] {
-        stalls.push_back(static_cast<double>(since_last.nsecsElapsed()) / 1e6);
-        since_last.restart();
-    });
-    QElapsedTimer elapsed;
-    elapsed.start();
-    since_last.start();
-    pulse.start(1);
-    const double start = cpu_seconds();
-    double memory = 0;
-    while (elapsed.elapsed() < seconds * 1000LL) {
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        if (memory == 0 && elapsed.elapsed() > seconds * 250LL)
-            memory = resident_megabytes();
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, &gui, [&gui, &load] {
         load.flickers = std::max(load.flickers, offline_count(gui));
-    }
-    load.cores = (cpu_seconds() - start) / (static_cast<double>(elapsed.elapsed()) / 1e3);
+    });
+    watch.start(100);
+    load.cores = cpu_while_running(seconds / 2.0) / 1e3;
+    const double memory = resident_megabytes();
+    load.stalls = stalls_while_running(seconds / 2.0);
     load.memory_growth = resident_megabytes() - memory;
-    std::sort(stalls.begin(), stalls.end());
-    load.longest_stall = stalls.back();
-    load.stall_p99 = stalls[stalls.size() * 99 / 100];
     load.online = static_cast<int>(gui.devices.size()) - offline_count(gui);
     return load;
 }
@@ -73,22 +41,9 @@ void print(const char *name, const Load &load, const char *limit)
 {
     std::printf("  %-34s %5.1f %% of a core (%s), stall max %.1f ms (50), p99 %.1f ms (16), memory "
                 "%+.1f MB, %d online, at most %d offline at once\n",
-                name, load.cores * 100, limit, load.longest_stall, load.stall_p99,
+                name, load.cores * 100, limit, load.stalls.longest, load.stalls.p99,
                 load.memory_growth, load.online, load.flickers);
     std::fflush(stdout);
-}
-
-bool await_fleet(Gui &gui, int count)
-{
-    QElapsedTimer elapsed;
-    elapsed.start();
-    while (!elapsed.hasExpired(60000)) {
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
-        if (static_cast<int>(gui.devices.size()) == count && offline_count(gui) == 0)
-            return true;
-    }
-    std::printf("  the fleet did not come online\n");
-    return false;
 }
 
 void bench_fleet(int count, int seconds)
