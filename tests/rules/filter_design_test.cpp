@@ -1,26 +1,14 @@
 // The filter designs: coefficients against golden cases, and what they make of odd settings.
 #include "eq/filter_design.h"
 
+#include "support/eq_numbers.h"
 #include "support/vectors.h"
 
 #include <QtTest>
 
 #include <cmath>
-#include <limits>
 
 namespace {
-
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float NO_NUMBER = std::numeric_limits<float>::quiet_NaN();
-
-float as_float(const QJsonValue &value)
-{
-    if (!value.isString())
-        return static_cast<float>(value.toDouble());
-    if (value.toString() == "nan")
-        return NO_NUMBER;
-    return value.toString() == "-inf" ? -INF : INF;
-}
 
 Biquad design(const QString &type, float freq, float q, float gain)
 {

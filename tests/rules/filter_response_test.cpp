@@ -1,27 +1,15 @@
 // The response of one band, the summed curves and the outlines made of them.
 #include "eq/filter_response.h"
 
+#include "support/eq_numbers.h"
 #include "support/vectors.h"
 
 #include <QtTest>
 
 #include <cmath>
-#include <limits>
 #include <random>
 
 namespace {
-
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float NO_NUMBER = std::numeric_limits<float>::quiet_NaN();
-
-float as_float(const QJsonValue &value)
-{
-    if (!value.isString())
-        return static_cast<float>(value.toDouble());
-    if (value.toString() == "nan")
-        return NO_NUMBER;
-    return value.toString() == "-inf" ? -INF : INF;
-}
 
 Biquad design(const QJsonObject &band)
 {

@@ -3,6 +3,7 @@
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "eq/filter_list.h"
+#include "support/eq_numbers.h"
 #include "support/vectors.h"
 
 #include <QAbstractButton>
@@ -13,17 +14,10 @@
 #include <QtTest>
 
 #include <cmath>
-#include <limits>
 #include <map>
 #include <random>
 
 namespace {
-
-float as_float(const QJsonValue &value)
-{
-    return value.toString() == "inf" ? std::numeric_limits<float>::infinity()
-                                     : static_cast<float>(value.toDouble());
-}
 
 Filter *new_filter(const QJsonObject &band, int number)
 {

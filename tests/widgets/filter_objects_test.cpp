@@ -3,28 +3,16 @@
 
 #include "eq/curve_grid.h"
 #include "eq/filter_list.h"
+#include "support/eq_numbers.h"
 #include "support/vectors.h"
 
 #include <QPainter>
 #include <QtTest>
 
 #include <cmath>
-#include <limits>
 #include <memory>
 
 namespace {
-
-constexpr float INF = std::numeric_limits<float>::infinity();
-constexpr float NO_NUMBER = std::numeric_limits<float>::quiet_NaN();
-
-float as_float(const QJsonValue &value)
-{
-    if (!value.isString())
-        return static_cast<float>(value.toDouble());
-    if (value.toString() == "nan")
-        return NO_NUMBER;
-    return value.toString() == "-inf" ? -INF : INF;
-}
 
 bool is_same(float left, float right)
 {
