@@ -4,8 +4,8 @@
 # installs it, and updates a simulated loudspeaker through the window of the installed program.
 # It is installed into a copy of this machine's root in memory; with --clean into a fresh Debian 12
 # that holds nothing but the package and what it depends on.
-# With --desktops it is installed beside parts of the desktops of Debian 12, and a table tells what
-# the program's capability changes for them.
+# With --desktops it is installed beside parts of the desktops of Debian 12, and the table in
+# docs/install.md of what the program's capability changes for them is made again and compared.
 # Needs root, sudo, or user namespaces with more than one user (newuidmap).
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -66,7 +66,7 @@ make_clean_root() {
 desktop_parts=(at-spi2-core dbus dbus-x11 dconf-gsettings-backend fcitx5 fcitx5-frontend-qt5
     fcitx5-hangul fcitx5-modules gsettings-desktop-schemas gvfs ibus ibus-hangul libglib2.0-bin
     plasma-integration qt5-gtk-platformtheme qt5-xdgdesktopportal-platformtheme
-    xdg-desktop-portal-gtk)
+    x11-xkb-utils xdg-desktop-portal-gtk)
 
 judge_package
 find_launcher
@@ -80,6 +80,6 @@ short) "${update[@]}" ;;
     ;;
 --desktops)
     make_clean_root "${desktop_parts[@]}"
-    "${launcher[@]}" --net packaging/check/desktops.sh "$work/root"
+    "${launcher[@]}" --net packaging/check/desktops.sh "$work/root" "$PWD/docs/install.md"
     ;;
 esac

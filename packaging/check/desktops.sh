@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# desktops.sh CLEAN_ROOT
+# desktops.sh CLEAN_ROOT DOCUMENT
 # Shows what changes for a desktop when the program has a capability, which puts it into the system's
-# secure mode: prints a table of the same program as an ordinary file and as it is installed. Runs as
-# root and first process in mount, network and process namespaces of its own; CLEAN_ROOT holds the
-# package and the desktops' parts (see scripts/check_package.sh).
+# secure mode: prints a table of the same program as an ordinary file and as it is installed, and
+# fails when DOCUMENT says otherwise. Runs as root and first process in mount, network and process
+# namespaces of its own; CLEAN_ROOT holds the package and the desktops' parts.
 set -euo pipefail
 
-clean_root=$1
+clean_root=$1 document=$2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 source "$here/desk.sh"
 plain=/usr/local/bin/velmark-network-manager
@@ -14,28 +14,29 @@ plain=/usr/local/bin/velmark-network-manager
 start_services() {
     at_target sh -c '
         mkdir -p .config/fcitx5
-        echo "<Multi_key> <v> <v> : \"composed\"" >.XCompose
+        printf "%s\n" "include \"%L\"" "<Multi_key> <v> <v> : \"composed\"" >.XCompose
         gsettings set org.freedesktop.ibus.engine.hangul initial-input-mode hangul
         printf "%s\n" "[Groups/0]" Name=Default "Default Layout=us" DefaultIM=hangul \
             "[Groups/0/Items/0]" Name=keyboard-us "[Groups/0/Items/1]" Name=hangul \
-            "[GroupOrder]" 0=Default >.config/fcitx5/profile' &>"$desk/tmp/services.log"
+            "[GroupOrder]" 0=Default >.config/fcitx5/profile
+        printf "%s\n" "[Behavior]" ActiveByDefault=True >.config/fcitx5/config' &>"$desk/tmp/services.log"
     become_user "$target" /usr/libexec/xdg-desktop-portal-gtk &>>"$desk/tmp/services.log" &
 }
 
 start_ibus() {
     at_target ibus-daemon --daemonize --xim &>>"$desk/tmp/services.log"
-    wait_until 20 at_target ibus engine hangul &>>"$desk/tmp/services.log" || fail "no ibus"
+    wait_until 20 at_target ibus engine hangul &>>"$desk/tmp/services.log" || fail "no ibus: $(<"$desk/tmp/services.log")"
 }
 start_fcitx() {
     at_target ibus exit &>>"$desk/tmp/services.log"
     at_target fcitx5 -d &>>"$desk/tmp/services.log"
-    wait_until 20 at_target fcitx5-remote -s hangul &>>"$desk/tmp/services.log" || fail "no fcitx"
+    wait_until 20 at_target fcitx5-remote &>>"$desk/tmp/services.log" || fail "no fcitx"
 }
 
 # start PROGRAM THEME INPUT_METHOD
 start() {
     rm -f "$target"/home/technician/core*
-    become_user "$target" env QT_QPA_PLATFORMTHEME="$2" QT_IM_MODULE="$3" XDG_CURRENT_DESKTOP=GNOME \
+    become_user "$target" env ${elsewhere:-} QT_QPA_PLATFORMTHEME="$2" QT_IM_MODULE="$3" XDG_CURRENT_DESKTOP=GNOME \
         QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 QT_DEBUG_PLUGINS=1 \
         bash -c 'ulimit -c unlimited; exec "$1"' bash "$1" &>"$desk/tmp/manager.log" &
     manager_pid=$!
@@ -47,29 +48,37 @@ stop() {
 }
 
 window() {
-    at_desk /usr/bin/python3 /tmp/window.py "$@" 2>/dev/null || echo "?"
+    at_desk /usr/bin/python3 /tmp/window.py "$@" 2>>"$desk/tmp/window.log" || echo "?"
 }
 has_loaded() {
     grep -q "$1" "$desk/proc/$manager_pid/maps" && echo yes || echo no
+}
+reaches_bus() {
+    grep -q 'message bus' "$desk/tmp/manager.log" && echo no || echo yes
 }
 has_left_core() {
     stop SEGV
     compgen -G "$target/home/technician/core*" >/dev/null && echo yes || echo no
 }
 types_hangul() {
-    [[ $3 == ibus ]] && at_target ibus engine hangul &>>"$desk/tmp/services.log"
     [[ $(window search g k s space) == "한 " ]] && echo yes || echo no
 }
 
 # What is seen of one PROGRAM goes into the list answers, in the order of `questions`.
 look_at() {
     start "$1" gtk3 ibus
-    answers=("$(has_loaded platformthemes/libqgtk3)" "$(types_hangul "$1" gtk3 ibus)"
+    at_target ibus engine hangul &>>"$desk/tmp/services.log"
+    answers=("$(has_loaded platformthemes/libqgtk3)" "$(types_hangul)"
         "$(window dialog)" "$(has_loaded libdconfsettings)" "$(has_loaded libgvfsdbus)"
-        "$(has_left_core)")
+        "$(reaches_bus)" "$(has_left_core)")
+    elsewhere=XDG_RUNTIME_DIR=/tmp start "$1" gtk3 ''
+    answers+=("$(window dialog)" "$(reaches_bus)")
+    stop
+    at_target setxkbmap us intl
     start "$1" gtk3 compose
-    answers+=("$([[ $(window search Multi_key v v) == composed ]] && echo yes || echo no)"
-        "$([[ $(window search BackSpace dead_acute e) == *é ]] && echo yes || echo no)")
+    typed=$(window search Multi_key v v dead_acute e)
+    answers+=("$([[ $typed == composed* ]] && echo yes || echo no)"
+        "$([[ $typed == *é ]] && echo yes || echo no)")
     stop
     start "$1" xdgdesktopportal ''
     answers+=("$(window dialog)")
@@ -77,16 +86,17 @@ look_at() {
 }
 look_at_kde() {
     start "$1" kde fcitx
-    answers+=("$(has_loaded platformthemes/KDEPlasmaPlatformTheme)" "$(types_hangul "$1" kde fcitx)"
+    answers+=("$(has_loaded platformthemes/KDEPlasmaPlatformTheme)" "$(types_hangul)"
         "$(window dialog)")
     stop
 }
-questions=("GNOME: theme is loaded" "ibus types Hangul" "GNOME: file dialog opens"
-    "GNOME: file dialog has the user's preferences (dconf)"
-    "GNOME: file dialog has network places (GVfs)" "a crash leaves a core file"
-    "Compose keys of ~/.XCompose" "dead keys and Compose keys of the system"
-    "portal: file dialog opens (QT_QPA_PLATFORMTHEME=xdgdesktopportal)"
-    "KDE: theme is loaded" "fcitx types Hangul" "KDE: file dialog opens")
+questions=("GTK theme is loaded" "ibus types Hangul" "GTK file dialog opens"
+    "GTK file dialog loads the user's preferences (dconf)"
+    "GTK file dialog loads network places (GVfs)" "GTK file dialog reaches the session bus"
+    "a crash leaves a core file" "GTK file dialog opens, session bus not in XDG_RUNTIME_DIR"
+    "GTK file dialog reaches that bus" "Compose keys of ~/.XCompose"
+    "dead keys of the keyboard layout" "portal's file dialog opens" "KDE theme is loaded"
+    "fcitx types Hangul" "KDE file dialog opens")
 
 make_desk
 find_target
@@ -100,7 +110,10 @@ look_at $program && capable=("${answers[@]}")
 start_fcitx
 answers=() && look_at_kde $plain && ordinary+=("${answers[@]}")
 answers=() && look_at_kde $program && capable+=("${answers[@]}")
-printf '| %s | %s | %s |\n' "" "ordinary file" "with the capability" --- --- ---
+differs=false
 for i in "${!questions[@]}"; do
-    printf '| %s | %s | %s |\n' "${questions[i]}" "${ordinary[i]}" "${capable[i]}"
+    row="| ${questions[i]} | ${ordinary[i]} | ${capable[i]} |"
+    echo "$row"
+    grep -qxF -- "$row" "$document" || { differs=true && echo "^ not so in ${document##*/}"; }
 done
+[[ $differs == false ]]
