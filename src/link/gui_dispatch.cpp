@@ -5,6 +5,7 @@
 #include "link/packet_kind.h"
 #include "meter/log_stream.h"
 #include "model/presence.h"
+#include "model/registry_limit.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -150,6 +151,8 @@ void Gui::handle_report(const QHostAddress &from, const QJsonObject &object, boo
 {
     const QString device_id = object.value("device_id").toString();
     Device *device = find_or_create_device(from, device_id);
+    if (!device)
+        return;
     if (device->properties.empty())
         device->properties = product_table.front().properties;
     const bool was_online = device->online;
@@ -184,10 +187,13 @@ Device *Gui::find_device(const QString &device_id) const
     return found == devices.end() ? nullptr : found->second;
 }
 
+// Null for one device too many.
 Device *Gui::find_or_create_device(const QHostAddress &from, const QString &device_id)
 {
     Device *device = find_device(device_id);
-    if (!device) {
+    if (!device && devices.size() >= size_t{MOST_DEVICES}) {
+        qDebug() << "too many devices, ignoring" << device_id << "at" << from.toString();
+    } else if (!device) {
         qDebug() << "Found new device" << device_id << "at" << from.toString();
         device = new Device;
         devices[device_id] = device;

@@ -1,5 +1,6 @@
 // What is kept of devices between runs.
 #include "model/saved_state.h"
+#include "model/registry_limit.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -16,7 +17,6 @@ constexpr int ELEMENT_DEPTH = 2;             // of a device's braces in the text
 constexpr int INDENT = 4;                    // blanks per level
 constexpr int DEEPEST = 512;                 // the JSON reader gives up at 1,024
 constexpr int LONGEST_INDENTATION = 1 << 20; // bytes per device; a real report has 10,000
-constexpr int MOST_DEVICES = 8192; // more than any site has; the list takes 2.4 s for them
 
 QByteArray indented(const QJsonArray &devices)
 {

@@ -1,6 +1,7 @@
 // What arrives changes what it should, and nothing else.
 #include "gui/device_list_view.h"
 #include "link/crc32.h"
+#include "model/registry_limit.h"
 #include "support/window_main.h"
 
 #include <QJsonDocument>
@@ -65,6 +66,22 @@ private slots:
         receive("10.0.0.1", bytes_of(loudspeaker_report("a")));
         QCOMPARE(gui().devices.size(), size_t(1));
         QCOMPARE(debug_lines.filter("Found new device").size(), 1);
+    }
+
+    void a_sender_of_ever_new_ids_fills_no_memory()
+    {
+        receive("10.0.0.1", bytes_of(loudspeaker_report("a")));
+        while (gui().devices.size() < size_t{MOST_DEVICES})
+            gui().devices[QString::number(gui().devices.size())] = new Device;
+        debug_lines.clear();
+        receive("10.0.0.2", bytes_of(loudspeaker_report("b")));
+        QCOMPARE(gui().devices.size(), size_t{MOST_DEVICES});
+        QCOMPARE(gui().device_model.rowCount(), 1);
+        QCOMPARE(debug_lines.filter("too many devices").size(), 1);
+        // Those that are known go on as before.
+        gui().find_device("a")->online = false;
+        receive("10.0.0.1", bytes_of(loudspeaker_report("a")));
+        QVERIFY(gui().find_device("a")->online);
     }
 
     void early_and_unknown_metering_is_dropped()
