@@ -5,8 +5,8 @@
 
 #include <vector>
 
-// Plans of `count` devices. The first 34 are 34 different products; the one without a product
-// comes last of these, as a new module does. Names are numbered per kind of place.
+// Plans of `count` devices. The first ones are every product once; the one without a product comes
+// last of these, as a new module does. Names are numbered per kind of place.
 std::vector<DevicePlan> make_fleet_mix(int count);
 
 // The AES67 sessions that every device of the installation hears.
