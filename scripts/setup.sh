@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing for the purposes named as arguments: build, network, screen, wayland, check.
+# Installs what is missing for the purposes named as arguments: build, network, screen, wayland, check,
+# pictures.
 # Asks nothing; says nothing when everything is there already.
 set -euo pipefail
 
@@ -9,11 +10,12 @@ packages_for() {
     network) echo iproute2 util-linux fonts-dejavu-core fonts-symbola ;;
     screen) echo xvfb imagemagick ;;
     wayland) echo qtwayland5 ;;
-    check) echo clang-format clang-tidy ;;
+    check) echo clang-format clang-tidy nftables ;;
     package) echo dpkg-dev file ;;
     package-check) echo appstream at-spi2-core dbus-daemon desktop-file-utils gir1.2-atspi-2.0 \
         libcap2-bin lintian nftables python3-gi xdotool ;;
     clean-root) echo debootstrap ;;
+    pictures) echo openbox ;;
     dissector) echo tshark python3 ;;
     *) echo "setup: unknown purpose $1" >&2 && exit 2 ;;
     esac

@@ -87,6 +87,7 @@ private slots:
     void the_display_falls_past_its_level_and_then_returns();
     void the_floor_is_a_test_before_the_step_and_not_a_clamp();
     void a_new_channel_count_resets_the_display();
+    void a_level_that_is_not_renewed_stands_still();
     void a_second_empty_report_leaves_overdrive_alone();
     void clearing_empties_all_three();
     void a_tick_allocates_nothing();
@@ -174,6 +175,16 @@ void MeterObjectTest::a_new_channel_count_resets_the_display()
     QCOMPARE(meter.display_levels, (std::vector<float>{-60, -10}));
     report_peaks(meter, {});
     QVERIFY(meter.display_levels.empty());
+}
+
+void MeterObjectTest::a_level_that_is_not_renewed_stands_still()
+{
+    MeterObject meter;
+    report_peaks(meter, {35});
+    for (int i = 0; i < 100; ++i) {
+        meter.tick();
+        QCOMPARE(meter.display_levels, std::vector<float>{-35});
+    }
 }
 
 void MeterObjectTest::a_second_empty_report_leaves_overdrive_alone()

@@ -1,0 +1,127 @@
+// The real window with the theatre's loudspeakers, and what pictures of it need.
+#pragma once
+
+#include "gui/value_spinner.h"
+#include "support/dialog_probe.h"
+#include "support/fleet_window.h"
+
+#include <QAction>
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QScreen>
+#include <QSplitter>
+
+// A step towards a picture did not come about: ends the program.
+inline void expect(bool is_so, const char *what)
+{
+    if (!is_so)
+        qFatal("did not happen: %s", what);
+}
+
+struct Stage
+{
+    SimulatedFleet fleet{{"--fleet", THEATRE_FILE}, "speakers"};
+    FleetWindow window{fleet};
+    Gui &gui = *window.gui;
+    QPixmap picture = {};
+
+    // The one device that begins silent joins only when it is told to.
+    Stage()
+    {
+        gui.resize(1500, 720);
+        gui.property_splitter->setSizes({985, 500});
+        expect(runs_until([this] { return window.online_count() == fleet.count - 1; }), "online");
+        settle();
+    }
+
+    // Time for the window manager, the last paint and a few rounds of levels.
+    static void settle(int ms = 700)
+    {
+        QElapsedTimer elapsed;
+        elapsed.start();
+        runs_until([&elapsed, ms] { return elapsed.hasExpired(ms); });
+    }
+
+    // What the screen shows of a rectangle, frames and all that lies over it included.
+    static QPixmap screen(const QRect &area)
+    {
+        return QGuiApplication::primaryScreen()->grabWindow(0, area.x(), area.y(), area.width(),
+                                                            area.height());
+    }
+
+    void take(const QWidget *widget)
+    {
+        settle();
+        const QRect area = widget->isWindow()
+            ? widget->frameGeometry()
+            : QRect(widget->mapToGlobal(QPoint(0, 0)), widget->size());
+        picture = screen(area);
+    }
+
+    Device *device(const QString &name)
+    {
+        for (const auto &[id, device] : gui.devices)
+            if (device->values["ui/name"].toString() == name)
+                return device;
+        qFatal("no device %s", qPrintable(name));
+    }
+
+    // Clicks the rows of these names, holding Ctrl after the first.
+    void select(const QStringList &names)
+    {
+        Qt::KeyboardModifiers modifiers = Qt::NoModifier;
+        for (const QString &name : names) {
+            const QModelIndex index = gui.device_model.index(gui.find_device_row(device(name)),
+                                                             window.column("ui/name"));
+            gui.device_list->scrollTo(index);
+            QTest::mouseClick(gui.device_list->viewport(), Qt::LeftButton, modifiers,
+                              gui.device_list->visualRect(index).center());
+            modifiers = Qt::ControlModifier;
+        }
+        settle(200);
+    }
+
+    void press(QWidget *button) { QTest::mouseClick(button, Qt::LeftButton); }
+
+    // As by the list head's menu, which learns what shows only when it opens.
+    void show_column(const QString &caption, bool shown = true)
+    {
+        QAction *action
+            = gui.column_actions[static_cast<size_t>(gui.column_names.indexOf(caption))];
+        action->setChecked(!shown);
+        action->setChecked(shown);
+    }
+
+    Property &row(const std::string &key) { return *gui.property_rows.at(key); }
+
+    void type(const std::string &key, const QString &text)
+    {
+        Property &prop = row(key);
+        QWidget *editor = prop.spinner;
+        if (prop.line_edit)
+            editor = prop.line_edit;
+        editor->setFocus();
+        QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(editor, text);
+    }
+
+    // Does what opens a dialog, takes the picture of the window with the dialog on it, and accepts.
+    template<typename Opening>
+    void take_with_dialog(Opening opening)
+    {
+        DialogProbe probe;
+        probe.answer = [this](QDialog *dialog) {
+            take(dialog);
+            DialogProbe::press_default(dialog);
+        };
+        opening();
+        expect(!picture.isNull(), "a dialog");
+    }
+
+    QModelIndex cell(const QString &name, const std::string &column)
+    {
+        return gui.device_model.index(gui.find_device_row(device(name)), window.column(column));
+    }
+};

@@ -1,0 +1,171 @@
+// Everything in the window can be read on a light and on a dark desktop.
+#include "support/contrast.h"
+#include "support/panel_case.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QPlainTextEdit>
+#include <QStyleFactory>
+
+namespace {
+
+constexpr double READABLE = 4.5; // as WCAG asks for text
+constexpr double VISIBLE = 2.0;  // for what is switched off, or only a hint
+
+QImage picture_of(QWidget *widget)
+{
+    return widget->grab().toImage();
+}
+
+} // namespace
+
+class DarkThemeTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<PanelCase> window;
+
+    void desktop_rows()
+    {
+        QTest::addColumn<bool>("is_dark");
+        QTest::newRow("light") << false;
+        QTest::newRow("dark") << true;
+    }
+
+    // Two loudspeakers, of which the first is selected.
+    void open_window()
+    {
+        QFETCH(bool, is_dark);
+        QApplication::setPalette(desktop_palette(is_dark));
+        window = std::make_unique<PanelCase>();
+        window->gui->resize(1600, 800);
+        window->add({{"ui", QJsonObject{{"name", "Front fill left"}}},
+                     {"dsp", QJsonObject{{"mute", true}}}});
+        window->add({{"ui", QJsonObject{{"name", "Front fill right"}}}});
+        window->select({0});
+        QTRY_VERIFY(!window->row("ui/name").line_edit->rect().isEmpty()); // laid out
+    }
+
+    QImage cell_picture(int device, const std::string &column)
+    {
+        const QImage list = picture_of(window->gui->device_list->viewport());
+        const int row = window->gui->find_device_row(
+            window->devices[static_cast<std::size_t>(device)]->record());
+        return list.copy(window->gui->device_list->visualRect(
+            window->gui->device_model.index(row, window->column(column))));
+    }
+
+    void expect_readable_cells()
+    {
+        for (const int device : {0, 1}) // selected and not
+            for (const char *column : {"ui/name", "ui/loc", "ip", "rtp/lock", "status"}) {
+                const double found = text_contrast(cell_picture(device, column));
+                QVERIFY2(found >= READABLE, qPrintable(QString("%1: %2").arg(column).arg(found)));
+            }
+    }
+
+    void expect_contrast(QWidget *widget, double least)
+    {
+        const double found = text_contrast(picture_of(widget));
+        QVERIFY2(found >= least,
+                 qPrintable(QString("%1: %2").arg(widget->accessibleName()).arg(found)));
+    }
+
+    // A caption has no ground of its own: it is read where it stands.
+    void expect_readable_captions()
+    {
+        QWidget *content = window->gui->property_scroll->widget();
+        const QImage rows = picture_of(content);
+        for (const auto &[key, prop] : window->gui->property_rows) {
+            if (!prop->caption || !prop->caption->isVisible() || prop->caption->text().isEmpty())
+                continue;
+            const QRect place(prop->caption->mapTo(content, QPoint(0, 0)), prop->caption->size());
+            QVERIFY2(text_contrast(rows.copy(place)) >= READABLE, key.c_str());
+        }
+    }
+
+private slots:
+    void initTestCase() { QApplication::setStyle(QStyleFactory::create("Fusion")); }
+    void cleanup() { window.reset(); }
+
+    void the_theme_is_taken_from_the_palette_data() { desktop_rows(); }
+    void the_theme_is_taken_from_the_palette()
+    {
+        open_window();
+        QFETCH(bool, is_dark);
+        QCOMPARE(window->gui->dark_theme, is_dark);
+    }
+
+    void cells_can_be_read_selected_and_not_data() { desktop_rows(); }
+    void cells_can_be_read_selected_and_not()
+    {
+        open_window();
+        expect_readable_cells();
+    }
+
+    void cells_with_marks_of_a_search_can_be_read_data() { desktop_rows(); }
+    void cells_with_marks_of_a_search_can_be_read()
+    {
+        open_window();
+        window->gui->search_combo->setEditText("front fill left");
+        const QImage marked = cell_picture(0, "ui/name");
+        const QImage mark = marked.copy(marked.rect().adjusted(6, 6, -6, -6));
+        QVERIFY2(text_contrast(mark) >= READABLE, "the marked text");
+        window->gui->search_combo->setEditText("fill");
+        expect_readable_cells();
+    }
+
+    void captions_can_be_read_data() { desktop_rows(); }
+    void captions_can_be_read()
+    {
+        open_window();
+        expect_readable_captions();
+        window->press_edit();
+        expect_readable_captions();
+    }
+
+    void editors_can_be_read_data() { desktop_rows(); }
+    void editors_can_be_read()
+    {
+        open_window();
+        for (const auto &[is_editing, least] : {std::pair(false, VISIBLE), {true, READABLE}}) {
+            if (is_editing)
+                window->press_edit();
+            expect_contrast(window->row("ui/name").line_edit, least);
+            expect_contrast(window->row("dsp/delay").spinner, least);
+            expect_contrast(window->row("dsp/level").combo, least);
+            expect_contrast(window->row("dsp/mute").check_box, least);
+        }
+    }
+
+    void buttons_and_boxes_can_be_read_data() { desktop_rows(); }
+    void buttons_and_boxes_can_be_read()
+    {
+        open_window();
+        expect_contrast(window->gui->edit_button, READABLE);
+        expect_contrast(window->gui->identify_button, READABLE);
+        expect_contrast(window->gui->eq_button, READABLE);
+        expect_contrast(window->gui->search_combo, VISIBLE); // holds a hint only
+        window->gui->search_combo->setEditText("stage");
+        expect_contrast(window->gui->search_combo, READABLE);
+    }
+
+    void a_log_can_be_read_in_black_and_in_red_data() { desktop_rows(); }
+    void a_log_can_be_read_in_black_and_in_red()
+    {
+        open_window();
+        Device *device = window->devices[0]->record();
+        window->gui->open_log(device);
+        QWidget *view = device->log_view->viewport();
+        for (const bool is_echo : {false, true}) {
+            device->log_view->clear();
+            window->gui->append_log(device, is_echo, "sync source selected\n");
+            const double found = text_contrast(picture_of(view));
+            // Red is the brightest that red can be: less than black or white.
+            QVERIFY2(found >= (is_echo ? 3.0 : READABLE), qPrintable(QString::number(found)));
+        }
+    }
+};
+
+WINDOW_TEST_MAIN(DarkThemeTest)
+#include "dark_theme_test.moc"

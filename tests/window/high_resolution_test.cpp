@@ -1,0 +1,102 @@
+// On a desktop of scale factor 2 everything has twice the pixels, fits, and is hit where it is
+// seen.
+#include "support/curve_mouse.h"
+#include "support/panel_case.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QSplitter>
+
+class HighResolutionTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<PanelCase> window;
+
+private slots:
+    void init()
+    {
+        window = std::make_unique<PanelCase>();
+        window->gui->resize(1500, 800);
+        window->add({{"ui", QJsonObject{{"name", "Front fill left"}}},
+                     {"dsp",
+                      QJsonObject{{"eq_en", true},
+                                  {"eq0", eq_band(2, 100, 1.4, 6)},
+                                  {"eq1", eq_band(2, 400, 1.4, -6)},
+                                  {"eq2", eq_band(2, 1000, 1.4, 3)},
+                                  {"eq3", eq_band(3, 3150, 4, -9)},
+                                  {"eq4", eq_band(4, 9000, 0.7, 3)}}}});
+        window->select({0});
+    }
+    void cleanup() { window.reset(); }
+
+    void everything_is_painted_with_twice_the_pixels()
+    {
+        const QPixmap picture = window->gui->grab();
+        QCOMPARE(picture.devicePixelRatio(), 2.0);
+        QCOMPARE(picture.size(), window->gui->size() * 2);
+    }
+
+    void the_first_window_fits_the_screen()
+    {
+        const WindowCase fresh;
+        const QSize screen = QGuiApplication::primaryScreen()->geometry().size();
+        QVERIFY(fresh.gui->width() <= std::max(screen.width(), 600));
+        QVERIFY(fresh.gui->height() <= screen.height());
+    }
+
+    void pictures_of_products_have_a_point_for_every_pixel()
+    {
+        const int row = window->gui->find_device_row(window->devices[0]->record());
+        const QIcon icon
+            = window->gui->device_model.item(row, 0)->data(Qt::DecorationRole).value<QIcon>();
+        const int wanted = window->gui->device_list->iconSize().width() * 2;
+        QVERIFY(icon.availableSizes().constFirst().width() >= wanted);
+    }
+
+    void no_caption_and_no_button_is_cut()
+    {
+        window->gui->property_splitter->setSizes({800, 700});
+        for (const auto &[key, prop] : window->gui->property_rows)
+            if (prop->caption && prop->caption->isVisible())
+                QVERIFY2(prop->caption->width() >= prop->caption->sizeHint().width()
+                             && prop->caption->height() >= prop->caption->sizeHint().height(),
+                         key.c_str());
+        for (const QPushButton *button :
+             {window->gui->edit_button, window->gui->identify_button, window->gui->eq_button})
+            QVERIFY2(button->width() >= button->sizeHint().width(), qPrintable(button->text()));
+    }
+
+    void rows_of_the_list_are_as_high_as_their_pictures()
+    {
+        const QModelIndex index = window->gui->device_model.index(0, 0);
+        QVERIFY(window->gui->device_list->visualRect(index).height()
+                >= window->gui->device_list->iconSize().height());
+    }
+
+    void markers_are_hit_where_they_are_painted()
+    {
+        window->gui->eq_button->setChecked(true);
+        QTest::qWait(0);
+        window->press_edit();
+        const CurveMouse mouse(window->gui.get());
+        const QImage picture = mouse.curve().grab().toImage();
+        for (const int number : {1, 2, 3, 4, 5}) {
+            const QPoint marker = mouse.marker(number);
+            // The middle of the cross.
+            QVERIFY(picture.pixelColor(marker * 2).lightness() > 90);
+            mouse.move(marker);
+            QCOMPARE(mouse.curve().filters.at(mouse.curve().hover_index)->number, number);
+            const float before = mouse.filter(number)->gain;
+            mouse.drag(marker, marker + QPoint(0, 12));
+            QVERIFY(mouse.filter(number)->gain < before);
+        }
+    }
+};
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_SCALE_FACTOR", "2");
+    return run_window_test<HighResolutionTest>(argc, argv);
+}
+#include "high_resolution_test.moc"
