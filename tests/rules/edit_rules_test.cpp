@@ -30,6 +30,7 @@ private slots:
     void only_the_device_that_differs_gets_a_command();
     void nothing_edited_sends_nothing();
     void read_only_row_of_a_device_is_left_out_for_it_alone();
+    void an_edited_row_that_was_hidden_is_still_sent();
     void non_finite_numbers_are_left_out();
     void offline_device_keeps_the_rest_of_its_report();
     void members_of_one_object_stay_together();
@@ -247,6 +248,17 @@ void EditRulesTest::read_only_row_of_a_device_is_left_out_for_it_alone()
     QVERIFY(!device_changes(panel.rows, *loudspeaker));
     QCOMPARE(device_changes(panel.rows, *unknown).value_or(QJsonObject()).value("product_id"),
              QJsonValue(12));
+}
+
+void EditRulesTest::an_edited_row_that_was_hidden_is_still_sent()
+{
+    const auto device = device_from_report(report_of(11, dsp("level", 2)));
+    PanelRows panel;
+    panel.select({device.get()});
+    panel.edit("dsp/level", 4);
+    panel.row("dsp/level").desc.kind = PROP_NONE;
+    QVERIFY(!needs_validation(panel.row("dsp/level")));
+    QCOMPARE(device_changes(panel.rows, *device).value_or(QJsonObject()), level_command(4));
 }
 
 void EditRulesTest::non_finite_numbers_are_left_out()

@@ -27,6 +27,8 @@ private slots:
     void edited_value_counts_for_all();
     void list_columns_have_no_row();
     void backed_up_bank_changes_the_presets_before_confirm();
+    void choices_are_shared_by_label_and_value_whatever_their_data();
+    void flags_and_needs_rebuild_no_editor();
     void session_listed_twice_multiplies_with_each_device();
     void session_listed_twice_by_many_devices_fills_no_memory();
     void merging_changes_no_device();
@@ -302,6 +304,34 @@ void SelectionMergeTest::backed_up_bank_changes_the_presets_before_confirm()
     QCOMPARE(panel.row("dsp/preset").desc.choices.front().label, std::string("Flat"));
     panel.edit("dsp/bank", 3);
     QCOMPARE(panel.row("dsp/preset").desc.choices.front().label, std::string("Flat in-wall"));
+}
+
+void SelectionMergeTest::choices_are_shared_by_label_and_value_whatever_their_data()
+{
+    const auto with_session = [](const QString &info, int channels) {
+        const QJsonObject session{{"n", "main"}, {"i", info}, {"c", channels}};
+        return report_of(11, {{"streams", QJsonObject{{"list", QJsonArray{session}}}}});
+    };
+    const DeviceList devices
+        = devices_of({with_session("x", 2), with_session("x", 8), with_session("y", 2)});
+    PanelRows panel;
+    panel.select({devices[0].get(), devices[1].get()});
+    const std::vector<PropertyChoice> &choices = panel.row("stream/name").desc.choices;
+    QCOMPARE(choices.size(), std::size_t{2});
+    QCOMPARE(choices[1].data.value<session_item>().channels, 2); // the first device's
+    panel.select({devices[0].get(), devices[2].get()});
+    QCOMPARE(panel.row("stream/name").desc.choices.size(), std::size_t{1});
+}
+
+void SelectionMergeTest::flags_and_needs_rebuild_no_editor()
+{
+    const PropertyDesc desc{.key = "a", .path = {"a"}, .label = "A", .kind = PROP_TEXT};
+    PropertyDesc other = desc;
+    other.flags = PF_READONLY;
+    other.needs = {CAP_DSP};
+    QVERIFY(desc.same_editor(other));
+    other.decimals = 7;
+    QVERIFY(!desc.same_editor(other));
 }
 
 void SelectionMergeTest::session_listed_twice_multiplies_with_each_device()

@@ -333,6 +333,10 @@ private slots:
         window->press_edit();
         window->type("ui/order", "2.7");
         QCOMPARE(window->row("ui/order").value, QVariant(2));
+        QTest::keyClick(window->row("ui/order").spinner, Qt::Key_Return);
+        QCOMPARE(window->row("ui/order").spinner->text(), QString("3")); // rounded on show alone
+        window->press_confirm();
+        QCOMPARE(sent_to(0).last(), set_params({{"ui", QJsonObject{{"order", 2}}}}));
     }
 
     void a_number_that_fits_no_int_is_refused_at_confirm()
@@ -442,6 +446,45 @@ private slots:
         window->press_confirm();
         const QJsonObject expected{{"delay", 935}, {"bank", 3}, {"preset", 2}};
         QCOMPARE(sent_to(0).last(), set_params({{"dsp", expected}}));
+    }
+
+    void a_refused_text_of_a_backup_shows_and_is_forgotten_at_confirm()
+    {
+        DialogProbe probe;
+        window->add({}, 1000);
+        window->select({0});
+        const QJsonObject rtp{{"ip", "1.2.3"}};
+        window->gui->restore_backup({{"product", "KESTA"}, {"stream", QJsonObject{{"rtp", rtp}}}},
+                                    PF_BACKUP);
+        const Property &address = window->row("stream/rtp/ip");
+        QCOMPARE(address.line_edit->text(), QString("1.2.3"));
+        QCOMPARE(address.value, QVariant("1.2.3"));
+        QVERIFY(!address.edited);
+        window->press_confirm();
+        QVERIFY(probe.texts.isEmpty());
+        QVERIFY(!window->gui->editing);
+        QVERIFY(sent_to(0).isEmpty());
+    }
+
+    // They stand in front of the rows that they follow, which Confirm refreshes once.
+    void after_confirm_source_channels_are_one_refresh_behind()
+    {
+        window->add({{"stream", QJsonObject{{"rtp", QJsonObject{{"en", true}, {"cc", 2}}}}}}, 1000);
+        window->select({0});
+        const auto choices = [this] { return window->row("stream/ch0").desc.choices.size(); };
+        QCOMPARE(choices(), std::size_t{3});
+        window->press_edit();
+        window->type("stream/rtp/cc", "4");
+        QCOMPARE(choices(), std::size_t{5});
+        window->press_confirm();
+        QCOMPARE(window->row("stream/rtp/cc").value, QVariant(2));
+        QCOMPARE(choices(), std::size_t{5});
+        device(0).report();
+        QCOMPARE(choices(), std::size_t{3});
+        window->press_edit();
+        window->type("stream/rtp/cc", "4");
+        window->press_cancel(); // refreshes twice
+        QCOMPARE(choices(), std::size_t{3});
     }
 };
 

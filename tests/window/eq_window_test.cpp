@@ -1,4 +1,6 @@
 // The equaliser in the shown main window: drawn from the panel's rows, and dragged into them.
+//
+// With CURVE_PICTURES set to a folder, the pictures that are looked at are saved there.
 #include "eq/curve_grid.h"
 #include "eq/curve_widget.h"
 #include "eq/eq_rows.h"
@@ -223,6 +225,7 @@ private slots:
     void hostile_reports_draw_no_harm_data();
     void hostile_reports_draw_no_harm();
     void odd_sizes_in_the_window_do_no_harm();
+    void pictures_to_look_at();
 };
 
 void EqWindowTest::the_curve_first_shows_in_half_of_the_room()
@@ -630,6 +633,25 @@ void EqWindowTest::odd_sizes_in_the_window_do_no_harm()
     gui().eq_splitter->setSizes({1000, 1000});
     QCoreApplication::processEvents();
     QCOMPARE(curve().lines.magnitude.size(), static_cast<std::size_t>(curve().width()));
+}
+
+void EqWindowTest::pictures_to_look_at()
+{
+    const QString folder = qEnvironmentVariable("CURVE_PICTURES");
+    const auto save = [this, folder](const QString &name) {
+        QCoreApplication::processEvents();
+        const QPixmap picture = gui().grab();
+        QVERIFY(!picture.isNull());
+        if (!folder.isEmpty())
+            QVERIFY(picture.save(folder + "/window-" + name + ".png"));
+    };
+    show_device(all_types());
+    save("bands");
+    mouse().move(mouse().marker(3));
+    save("hovered");
+    window->press_edit();
+    mouse().click(mouse().marker(2));
+    save("handles");
 }
 
 WINDOW_TEST_MAIN(EqWindowTest)

@@ -1,16 +1,47 @@
-// The search box leaves visible what matches, and remembers what was committed.
+// The search box leaves visible what matches, marks it, and remembers what was committed.
+//
+// With SEARCH_PICTURES set to a folder, the pictures that are looked at are saved there.
 #include "support/panel_case.h"
 
 #include <QAction>
 #include <QComboBox>
+#include <QGlyphRun>
 #include <QHeaderView>
+#include <QRawFont>
 #include <QSignalSpy>
+#include <QTextLayout>
 
 namespace {
 
 QJsonObject named(const QString &name)
 {
     return {{"ui", QJsonObject{{"name", name}}}};
+}
+
+// Light text on dark grounds, as desktops have it.
+QPalette dark_palette()
+{
+    QPalette palette(QColor(53, 53, 53), QColor(35, 35, 35));
+    for (const QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::BrightText})
+        palette.setColor(role, QColor(230, 230, 230));
+    palette.setColor(QPalette::Base, QColor(25, 25, 25));
+    palette.setColor(QPalette::Highlight, QColor(42, 130, 218));
+    palette.setColor(QPalette::HighlightedText, Qt::black);
+    return palette;
+}
+
+// The fonts that draw a text in this font; "none" where one of its characters is in no font.
+QStringList drawing_fonts(const QString &text, const QFont &font)
+{
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    layout.createLine();
+    layout.endLayout();
+    QStringList families;
+    for (const QGlyphRun &run : layout.glyphRuns())
+        families.append(run.glyphIndexes().contains(0) ? "none" : run.rawFont().familyName());
+    return families;
 }
 
 } // namespace
@@ -315,6 +346,80 @@ private slots:
         window->start();
         QCOMPARE(history().first(), QString("text 10"));
         QCOMPARE(box()->text(), QString());
+    }
+
+    void marks_can_be_read_in_every_palette_data()
+    {
+        QTest::addColumn<bool>("dark");
+        QTest::addColumn<bool>("selected");
+        QTest::newRow("light") << false << false;
+        QTest::newRow("light, selected") << false << true;
+        QTest::newRow("dark") << true << false;
+        QTest::newRow("dark, selected") << true << true;
+    }
+    void marks_can_be_read_in_every_palette()
+    {
+        QFETCH(bool, dark);
+        QFETCH(bool, selected);
+        const QPalette usual = QApplication::palette();
+        window.reset();
+        if (dark)
+            QApplication::setPalette(dark_palette());
+        window = std::make_unique<PanelCase>();
+        QCOMPARE(gui().dark_theme, dark);
+        window->add(named("Marked <b> & הדגשה é text"));
+        window->add({{"ui", QJsonObject{{"name", "Sub left"}, {"loc", "Marked side"}}}});
+        search("mark");
+        if (selected)
+            window->select({0});
+        const auto is_wide = [this](const std::string &id) {
+            const int at = window->column(id);
+            return gui().device_list->columnWidth(at) >= gui().device_list->sizeHintForColumn(at);
+        };
+        QTRY_VERIFY(is_wide("ui/name") && is_wide("product_id"));
+        const QPixmap picture = gui().grab();
+        const QModelIndex cell = gui().device_model.index(0, window->column("ui/name"));
+        const QRect place = gui().device_list->visualRect(cell);
+        const QImage seen = gui().device_list->viewport()->grab(place).toImage();
+        QRegion ground;
+        for (int y = 0; y < seen.height(); ++y)
+            for (int x = 0; x < seen.width(); ++x)
+                if (seen.pixelColor(x, y) == QColor(255, 255, 0))
+                    ground += QRect(x, y, 1, 1);
+        const QRect mark = ground.boundingRect();
+        int black = 0;
+        for (int y = mark.top(); y <= mark.bottom(); ++y)
+            for (int x = mark.left(); x <= mark.right(); ++x)
+                black += seen.pixelColor(x, y).lightness() < 40;
+        QApplication::setPalette(usual);
+        QVERIFY(mark.width() > 20 && mark.width() < seen.width() / 2);
+        QVERIFY(black > 20);
+        const QString folder = qEnvironmentVariable("SEARCH_PICTURES");
+        if (!folder.isEmpty())
+            QVERIFY(picture.save(folder + "/" + QTest::currentDataTag() + ".png"));
+    }
+
+    void the_symbols_are_in_the_fonts()
+    {
+        QVERIFY(box()->placeholderText().startsWith("🔍"));
+        for (const char *symbol : {"🔍", "🗸", "🗴"})
+            for (const QFont &font : {box()->font(), gui().device_list->font()}) {
+                const QStringList families = drawing_fonts(QString::fromUtf8(symbol), font);
+                qInfo("%s is drawn with %s", symbol, qPrintable(families.join(", ")));
+                QVERIFY(!families.isEmpty());
+                QVERIFY(!families.contains("none"));
+            }
+    }
+
+    void typing_is_completed_from_the_history()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        search("hist0");
+        gui().commit_search();
+        search("hi");
+        QCOMPARE(box()->text(), QString("hist0"));
+        QCOMPARE(box()->selectedText(), QString("st0"));
+        QCOMPARE(gui().highlight_delegate.search_text, QString("hist0"));
     }
 
     void an_empty_text_commits_nothing()

@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QProcess>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSplitter>
@@ -161,6 +162,15 @@ private slots:
         expect_everything_again();
     }
 
+    void a_closed_window_leaves_its_ports_to_others()
+    {
+        QCOMPARE(gui().listen_socket.state(), QAbstractSocket::BoundState);
+        gui().close();
+        for (const QUdpSocket *socket :
+             {&gui().send_socket, &gui().listen_socket, &gui().broadcast_socket})
+            QCOMPARE(socket->state(), QAbstractSocket::UnconnectedState);
+    }
+
     void no_late_timer_wipes_the_cache()
     {
         change_everything();
@@ -253,6 +263,44 @@ private slots:
         file.close();
         window->start();
         QCOMPARE(gui().column_ids.size(), size_t(83));
+    }
+
+    // The program itself, as it is started. That it runs shows in the save that follows a start.
+    void settings_of_200_mb_hold_up_no_start()
+    {
+        const QString settings = gui().settings.fileName();
+        const QString cache = gui().cache_path;
+        window->gui.reset();
+        QFile huge(settings);
+        QVERIFY(huge.open(QIODevice::WriteOnly));
+        huge.write("[General]\neq_visible=true\n");
+        QVERIFY(huge.resize(200LL * 1024 * 1024));
+        huge.close();
+        const QJsonObject device{{"ip", "10.0.0.1"}, {"data", loudspeaker_report("a")}};
+        const QJsonObject known{{"devices", QJsonArray{device}}};
+        QFile small(cache);
+        QVERIFY(small.open(QIODevice::WriteOnly));
+        small.write(QJsonDocument(known).toJson(QJsonDocument::Compact));
+        small.close();
+
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_CONFIG_HOME", window->folder.path());
+        program.setProcessEnvironment(environment);
+        program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program.start(MANAGER_PATH, QStringList());
+        const auto is_saved = [&small, &known] {
+            const bool is_open = small.open(QIODevice::ReadOnly);
+            const QByteArray text = small.readAll();
+            small.close();
+            return is_open && text == QJsonDocument(known).toJson();
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(is_saved(), 60000);
+        QCOMPARE(program.state(), QProcess::Running);
+        QVERIFY(!QFile::exists(settings));
+        QVERIFY(QFile::exists(settings + ".too-large"));
+        program.terminate();
+        QVERIFY(program.waitForFinished(20000));
     }
 
     void settings_in_a_folders_place_prevent_no_start()

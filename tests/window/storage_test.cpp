@@ -577,6 +577,8 @@ private slots:
         boxes_of_load(json(backup));
         QVERIFY(!window->row("dsp/level").edited);
         QCOMPARE(window->row("dsp/level").value, QVariant(4));
+        QVERIFY(window->row("stream/name").edited);
+        QCOMPARE(window->row("stream/name").value, QVariant(""));
     }
 
     void a_number_out_of_bounds_becomes_the_bound()
