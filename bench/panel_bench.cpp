@@ -3,9 +3,12 @@
 #include "bench_window.h"
 #include "gui/device_list_view.h"
 
+#include <QItemSelectionModel>
+
 namespace {
 
 constexpr int DEVICES = 1000;
+constexpr int CONFIRMED = 200;
 
 // CPU milliseconds of `work`, and of it with the layout and painting that follow.
 template<typename Work>
@@ -20,6 +23,27 @@ void measure(const char *name, int repeats, Work work)
     std::printf("  %-44s %9.3f ms   (%.1f ms to paint)\n", name, (worked - start) * 1e3 / repeats,
                 (painted - worked) * 1e3);
     std::fflush(stdout);
+}
+
+// From Confirm to the last datagram, which goes to the loopback.
+void measure_confirm(Gui *gui)
+{
+    gui->device_list->clearSelection();
+    for (int i = 0; i < CONFIRMED; ++i) {
+        const QHostAddress address((quint32(127) << 24) + static_cast<quint32>(i + 11));
+        gui->handle_device_packet(address, bench_report(i), true, "lo");
+        const int row
+            = gui->find_device_row(gui->find_device(bench_report(i).value("device_id").toString()));
+        gui->device_list->selectionModel()->select(gui->device_model.index(row, 0),
+                                                   QItemSelectionModel::Select
+                                                       | QItemSelectionModel::Rows);
+    }
+    gui->set_edit_mode(true);
+    Property *level = gui->property_row("dsp/level");
+    level->value = 1;
+    level->edited = true;
+    measure("Confirm of a change at 200 of 1,000 devices", 1, [gui](int) { gui->on_confirm(); });
+    gui->discovery_timer.stop();
 }
 
 } // namespace
@@ -48,6 +72,7 @@ int main(int argc, char **argv)
     measure("one edit of a row", 10,
             [&gui](int) { gui->on_row_edited(gui->property_row("dsp/level")); });
     measure("end the edit", 1, [&gui](int) { gui->set_edit_mode(false); });
+    measure_confirm(gui.get());
     measure("refresh of all rows", 200, [&gui](int) { gui->refresh_all_rows(); });
     return 0;
 }
