@@ -25,21 +25,33 @@ wait_until() {
     done
 }
 
-# A desk for the screen and the tools: this machine's root with all changes in memory.
+# A desk for the screen and the tools: this machine's system folders with all changes in memory.
+# One by one, because each may be a file system of its own.
 make_desk() {
     mount --make-rprivate /
     memory=$(mktemp -d)
     trap 'umount --lazy "$memory" && rmdir "$memory"' EXIT
     mount -t tmpfs tmpfs "$memory"
-    mkdir "$memory"/{changes,work,desk}
     desk=$memory/desk
-    local layers=lowerdir=/,upperdir=$memory/changes,workdir=$memory/work
-    mount -t overlay overlay -o "$layers" "$desk" 2>/dev/null \
-        || mount -t overlay overlay -o "$layers,userxattr" "$desk" \
-        || fail "this machine lets us make no overlay"
+    mkdir -p "$desk"/{home,root,proc,dev,tmp,run}
+    local folder
+    for folder in /bin /sbin /lib* /etc /usr /var; do
+        if [[ -L $folder ]]; then
+            cp --no-dereference "$folder" "$desk/"
+        else
+            cover "$folder"
+        fi
+    done
     mount_kernel_folders "$desk"
     mount -t tmpfs -o mode=1777 tmpfs "$desk/tmp"
     mount -t tmpfs -o mode=755 tmpfs "$desk/run"
+}
+
+cover() {
+    mkdir -p "$desk$1" "$memory/changes$1" "$memory/work$1"
+    mount -t overlay overlay "$desk$1" \
+        -o "lowerdir=$1,upperdir=$memory/changes$1,workdir=$memory/work$1" \
+        || fail "this machine lets us make no overlay of $1"
 }
 
 mount_kernel_folders() {
