@@ -3,7 +3,7 @@
 
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
-#include "gui/gui.h"
+#include "support/window_main.h"
 
 #include <QWindow>
 #include <QtTest>
