@@ -59,12 +59,13 @@ void Gui::upload_file(const QString &remote_name)
     // Asked only now: while the dialog was open, devices may have gone.
     for (Device *device : selected_devices())
         start_upload(device, *bytes, remote_name);
+    kept_sections = {};
 }
 
 void Gui::start_upload(Device *device, QByteArray &bytes, const QString &remote_name)
 {
     const UploadDecision decision
-        = decide_upload(device->online, device->fw_magic, remote_name, bytes);
+        = decide_upload(device->online, device->fw_magic, remote_name, bytes, kept_sections);
     device->upload_error = decision.error;
     if (decision.error.isEmpty())
         begin_transfer(device, decision.bytes, remote_name);

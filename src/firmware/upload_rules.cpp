@@ -44,7 +44,7 @@ QString firmware_error_text(int code)
 }
 
 UploadDecision decide_upload(bool online, uint32_t fw_magic, const QString &remote_name,
-                             const QByteArray &bytes)
+                             const QByteArray &bytes, KeptSections &kept)
 {
     if (!online)
         return refuse(QStringLiteral("not updating"));
@@ -52,5 +52,10 @@ UploadDecision decide_upload(bool online, uint32_t fw_magic, const QString &remo
         return refuse(QStringLiteral("unknown device"));
     if (remote_name != QLatin1String(FIRMWARE_REMOTE_NAME))
         return {.bytes = bytes};
-    return extract_for_device(fw_magic, bytes);
+    if (!kept.file.isSharedWith(bytes))
+        kept = {.file = bytes};
+    const auto known = kept.decisions.find(fw_magic);
+    if (known != kept.decisions.end())
+        return known->second;
+    return kept.decisions[fw_magic] = extract_for_device(fw_magic, bytes);
 }

@@ -2,6 +2,7 @@
 // each in the file that the ruler above the group names.
 #pragma once
 
+#include "firmware/upload_rules.h"
 #include "gui/highlight_delegate.h"
 #include "gui/property_row.h"
 #include "link/datagram.h"
@@ -253,6 +254,8 @@ public:
     LogAppender log_appender;
     QElapsedTimer log_pace; // since log windows were last written to
     QTimer log_timer;       // single-shot: the next time
+
+    KeptSections kept_sections; // of the file that is being offered
 
     bool editing = false;
     QPushButton *edit_button = nullptr;

@@ -281,6 +281,16 @@ private slots:
             QCOMPARE(owner.sent.size(), size_t{1});
             QVERIFY(owner.transfer.active);
         }
+        Owner owner(made_data(2000, 3), "firmware.bin");
+        owner.start();
+        owner.acknowledge(0);
+        owner.acknowledge(
+            0); // doubled on its way: should block 1 be lost too, nothing brings it back
+        owner.wait(3600 * 1000);
+        QCOMPARE(owner.sent.size(), size_t{2});
+        QVERIFY(owner.transfer.active);
+        owner.acknowledge(1);
+        QCOMPARE(owner.sent.size(), size_t{3});
     }
 
     void a_doubled_last_ack_does_not_finish_twice()

@@ -16,6 +16,13 @@ QByteArray good_image()
     return QByteArray::fromBase64(one["input"]["image"].toString().toLatin1());
 }
 
+UploadDecision decide(bool online, uint32_t fw_magic, const QString &remote_name,
+                      const QByteArray &bytes)
+{
+    KeptSections kept;
+    return decide_upload(online, fw_magic, remote_name, bytes, kept);
+}
+
 } // namespace
 
 class upload_rules_test : public QObject
@@ -34,9 +41,29 @@ private slots:
     void a_device_gets_its_section()
     {
         const QByteArray image = good_image();
-        const UploadDecision decision = decide_upload(true, MODULE_MAGIC, "firmware.bin", image);
+        const UploadDecision decision = decide(true, MODULE_MAGIC, "firmware.bin", image);
         QCOMPARE(decision.error, QString());
         QCOMPARE(decision.bytes, image);
+    }
+
+    void devices_of_one_module_type_share_a_section()
+    {
+        KeptSections kept;
+        const QByteArray file = good_image();
+        const auto bytes_for = [&kept](const QByteArray &image, quint32 fw_magic) {
+            return decide_upload(true, fw_magic, "firmware.bin", image, kept);
+        };
+        const QByteArray first = bytes_for(file, MODULE_MAGIC).bytes;
+        QCOMPARE(bytes_for(file, 1234).error, QString("device not supported by image"));
+        QVERIFY(bytes_for(file, MODULE_MAGIC).bytes.isSharedWith(first));
+        QCOMPARE(bytes_for(file, 1234).error, QString("device not supported by image"));
+
+        // Another file is looked into anew, and so is the one that its owner has changed.
+        QByteArray other = file;
+        other[4] = static_cast<char>(~other.at(4));
+        QCOMPARE(bytes_for(other, MODULE_MAGIC).error, QString("invalid image"));
+        QVERIFY(!bytes_for(file, MODULE_MAGIC).bytes.isSharedWith(first));
+        QCOMPARE(bytes_for(file, MODULE_MAGIC).bytes, first);
     }
 
     void refusals_data()
@@ -70,7 +97,7 @@ private slots:
         QFETCH(QString, remote_name);
         QFETCH(QByteArray, bytes);
         QFETCH(QString, error);
-        const UploadDecision decision = decide_upload(online, fw_magic, remote_name, bytes);
+        const UploadDecision decision = decide(online, fw_magic, remote_name, bytes);
         QCOMPARE(decision.error, error);
         QVERIFY(decision.bytes.isEmpty());
     }
@@ -78,7 +105,7 @@ private slots:
     void any_other_name_is_sent_byte_for_byte()
     {
         for (const char *name : {"lpi.bin", "FIRMWARE.BIN", ""}) {
-            const UploadDecision decision = decide_upload(true, 1, name, "no image at all");
+            const UploadDecision decision = decide(true, 1, name, "no image at all");
             QCOMPARE(decision.error, QString());
             QCOMPARE(decision.bytes, QByteArray("no image at all"));
         }
