@@ -1,11 +1,9 @@
 // The setup assistant leads simulated devices into service, from the first page to the last.
-#include "firmware/deppen_ass.h"
-#include "support/fleet_window.h"
 #include "support/image_file.h"
+#include "support/open_assistant.h"
 
-#include <QComboBox>
-#include <QLabel>
-#include <QPushButton>
+#include <map>
+#include <set>
 
 namespace {
 
@@ -24,11 +22,6 @@ const QByteArray FLEET = R"({"devices": [
     {"product": 0, "name": "Both", "firmware_version": "v1.5.4.1d"},
     {"product": 3, "name": "Healthy"}]})";
 
-// Words that no two pages share.
-const QStringList PAGES = {"nothing",   "outdated firmware was", "Updating...", "must choose",
-                           "You chose", "Setting product",       "been setup",  "unexpectedly went",
-                           "Finished"};
-
 } // namespace
 
 class FleetAssistantTest : public QObject
@@ -39,50 +32,13 @@ class FleetAssistantTest : public QObject
     std::unique_ptr<SimulatedFleet> fleet;
     std::unique_ptr<FleetWindow> window;
 
-    // The device whose assistant is open, null when there is none.
-    Device *helped()
-    {
-        for (const auto &[id, device] : window->gui->devices)
-            if (device->deppen_ass)
-                return device;
-        return nullptr;
-    }
-
-    QString text()
-    {
-        Device *device = helped();
-        return device ? device->deppen_ass->findChild<QLabel *>()->text() : QString();
-    }
-
-    int page()
-    {
-        for (int page = 1; page < PAGES.size(); ++page)
-            if (text().contains(PAGES.at(page)))
-                return page;
-        return 0;
-    }
-
-    // The page shown once `wanted` has come, or after too long a wait.
-    int await_page(int wanted)
-    {
-        runs_until([this, wanted] { return page() == wanted; });
-        return page();
-    }
-
-    void press_next()
-    {
-        for (auto *button : helped()->deppen_ass->findChildren<QPushButton *>())
-            if (button->text() == "Next")
-                QTest::mouseClick(button, Qt::LeftButton);
-    }
-
-    void choose_product()
-    {
-        auto *combo = helped()->deppen_ass->findChild<QComboBox *>();
-        combo->setFocus();
-        for (int i = 0; i < 4; ++i)
-            QTest::keyClick(combo, Qt::Key_Down);
-    }
+    OpenAssistant assistant() { return {*window}; }
+    Device *helped() { return assistant().helped(); }
+    QString text() { return assistant().text(); }
+    int page() { return assistant().page(); }
+    int await_page(int wanted) { return assistant().await_page(wanted); }
+    void press_next() { assistant().press_next(); }
+    QList<int> follow_to_the_end() { return assistant().follow_to_the_end(); }
 
     // Closes assistants until the wanted device has one.
     void give_turn_to(Device *wanted)
@@ -92,26 +48,6 @@ class FleetAssistantTest : public QObject
             helped()->deppen_ass->close();
             QVERIFY(runs_until([this] { return helped() != nullptr; }));
         }
-    }
-
-    // Does what the open assistant asks for until it closes. The result tells the pages seen.
-    QList<int> follow_to_the_end()
-    {
-        QList<int> seen;
-        Device *device = helped();
-        QElapsedTimer elapsed;
-        elapsed.start();
-        while (device && helped() == device && !elapsed.hasExpired(30000)) {
-            const int now = page();
-            if (seen.isEmpty() || seen.last() != now)
-                seen.append(now);
-            if (now == 3)
-                choose_product();
-            if (now == 1 || now == 3 || now == 4 || now == 6)
-                press_next();
-            let_run();
-        }
-        return seen;
     }
 
 private slots:
@@ -172,7 +108,7 @@ private slots:
         QCOMPARE(await_page(7), 7);
         fleet->fault(WITHOUT_PRODUCT, "return");
         QCOMPARE(await_page(3), 3);
-        choose_product();
+        assistant().choose_product();
         press_next();
         QCOMPARE(page(), 4);
         fleet->fault(WITHOUT_PRODUCT, "silent");
@@ -197,13 +133,36 @@ private slots:
         QCOMPARE(follow_to_the_end(), QList<int>({1, 2, 8, 6}));
     }
 
+    void a_failed_upload_ends_on_its_page_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QJsonObject>("members");
+        QTest::newRow("ERROR packet")
+            << "tftp"
+            << QJsonObject{{"strike", "error"}, {"code", 3}, {"text", "full"}, {"at_block", 500}};
+        QTest::newRow("wrong ACK")
+            << "tftp" << QJsonObject{{"strike", "wrong_ack"}, {"offset", 2}, {"at_block", 9}};
+        QTest::newRow("another module than the image's")
+            << "set" << QJsonObject{{"state", QJsonObject{{"fw_magic", 7}}}};
+    }
     void a_failed_upload_ends_on_its_page()
     {
-        give_turn_to(window->device(OUTDATED));
-        fleet->fault(OUTDATED, "tftp",
-                     {{"strike", "error"}, {"code", 3}, {"text", "full"}, {"at_block", 500}});
+        QFETCH(QString, fault);
+        QFETCH(QJsonObject, members);
+        Device *device = window->device(OUTDATED);
+        give_turn_to(device);
+        const uint32_t magic = device->fw_magic;
+        fleet->fault(OUTDATED, fault, members);
+        if (fault == "set")
+            QVERIFY(runs_until([device, magic] { return device->fw_magic != magic; }));
         press_next();
         QVERIFY(runs_until([this] { return text() == "Something unexpected happened."; }));
+        QVERIFY(!device->uploader);
+        QVERIFY(!device->upload_ok);
+        press_next(); // is off: only closing is left
+        QCOMPARE(text(), QString("Something unexpected happened."));
+        device->deppen_ass->close();
+        QVERIFY(device->assistant_dismissed);
     }
 
     void a_refused_image_leaves_the_assistant_waiting_for_the_restart()
