@@ -1,20 +1,15 @@
-// What live meters cost: a tick of 1,000 devices with its painting, and a frame from the wire to
-// the level.
-#include "measure.h"
+// What live meters cost: a tick of 1,000 devices with its painting, in a list of its own and in the
+// program's, and a frame from the wire to the level.
+#include "bench_window.h"
 
-#include "link/datagram.h"
+#include "gui/device_list_view.h"
 #include "link/packet_kind.h"
 #include "meter/meter_item_delegate.h"
 #include "meter/meter_object.h"
 #include "meter/meter_report.h"
 #include "meter/meter_scale.h"
 
-#include "link/crc32.h"
-
-#include <QApplication>
 #include <QHeaderView>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QNetworkDatagram>
 #include <QPainter>
 #include <QStandardItemModel>
@@ -24,8 +19,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace {
@@ -35,6 +32,8 @@ constexpr int METER_ROLE = Qt::UserRole + 3;
 constexpr int METER_COLUMN = 4;
 constexpr int COLUMNS = 8;
 constexpr int ROUNDS = 7;
+
+volatile size_t allocations = 0;
 
 // The least of several measurements, the two ways taken in turn: what the machine's other work
 // adds is left out.
@@ -193,6 +192,57 @@ void bench_tick(int repeats)
     print("one tick with painting, 24 rows in view", compare(repeats, our_tick, plain_tick));
 }
 
+// The program's own list: its tick beside one that updates the meter cell of every row.
+void bench_program_tick(Gui &gui, const char *what, int repeats)
+{
+    const auto column_id = std::find(gui.column_ids.begin(), gui.column_ids.end(), "meter");
+    const int column = static_cast<int>(column_id - gui.column_ids.begin());
+    const auto our_tick = [&gui] {
+        gui.on_meter_tick();
+        QApplication::processEvents();
+    };
+    const auto plain_tick = [&gui, column] {
+        for (const auto &[id, device] : gui.devices)
+            device->meter.tick();
+        for (int row = 0; row < gui.device_model.rowCount(); ++row)
+            gui.device_list->update(gui.device_model.index(row, column));
+        QApplication::processEvents();
+    };
+    our_tick();
+    const size_t before = allocations;
+    gui.on_meter_tick();
+    const size_t allocated = allocations - before;
+    QApplication::processEvents();
+    print(what, compare(repeats, our_tick, plain_tick));
+    std::printf("   operator new in the tick: %zu times\n", allocated);
+}
+
+void bench_program(int repeats)
+{
+    QTemporaryDir folder;
+    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    for (int number = 0; number < DEVICES; ++number) {
+        const QJsonObject report = bench_report(number);
+        gui->handle_device_packet(bench_address(number), report, true, gui->current_network);
+        Device *device = gui->find_device(report.value("device_id").toString());
+        std::vector<float> peaks;
+        for (int channel = 0; channel < CHANNELS; ++channel)
+            peaks.push_back(static_cast<float>((number * 7 + channel * 11) % 71));
+        device->meter.set_levels(peaks, {});
+    }
+    gui->meter_timer.stop();
+    gui->discovery_timer.stop();
+    gui->show();
+    for (int turn = 0; turn < 100; ++turn)
+        QApplication::processEvents(QEventLoop::AllEvents, 10);
+    bench_program_tick(*gui, "the program's tick, usual window", repeats);
+    gui->resize(1900, 25000);
+    for (int turn = 0; turn < 100; ++turn)
+        QApplication::processEvents(QEventLoop::AllEvents, 10);
+    bench_program_tick(*gui, "the program's tick, window of 25,000 pixels",
+                       std::max(5, repeats / 20));
+}
+
 void bench_bars(int repeats)
 {
     MeterObject meter;
@@ -282,11 +332,35 @@ void bench_frame(int bursts)
 }
 } // namespace
 
+// Counts what the program allocates.
+void *operator new(size_t size)
+{
+    allocations = allocations + 1;
+    if (void *memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, size_t) noexcept
+{
+    std::free(memory);
+}
+
 int main(int argc, char **argv)
 {
+    start_bench_process();
     QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    register_resources();
+    build_catalogue();
     const bool is_short = application.arguments().contains("--short");
     bench_tick(is_short ? 50 : 500);
+    bench_program(is_short ? 50 : 500);
     bench_bars(is_short ? 50 : 500);
     bench_frame(is_short ? 50 : 500);
     return 0;

@@ -114,6 +114,20 @@ private slots:
             "Received JSON: {\"seq\":1,\"status\":\"ok\"}\n"));
     }
 
+    // The echo comes first, then the mark of a question, then the sending, which may fail.
+    void a_command_that_cannot_be_sent_is_echoed_all_the_same()
+    {
+        FakeDevice &device = device_with_log();
+        device.record()->interface = "gone";
+        device.record()->awaiting_reply = false;
+        gui().identify_selected();
+        QCOMPARE(
+            device.record()->log_view->toPlainText(),
+            QString("Sending JSON: {\"api_version\":6,\"command\":\"blink_leds\",\"seq\":1}\n"));
+        QVERIFY(device.record()->awaiting_reply);
+        QVERIFY(device.commands().isEmpty());
+    }
+
     void the_console_sends_the_typed_bytes_as_they_are()
     {
         FakeDevice &device = device_with_log();
