@@ -17,6 +17,7 @@ has_the_right() {
 install_package() {
     [[ -n $clean_root ]] && return
     cp "$package" "$target/tmp/new.deb"
+    rm -f "$target/var/lib/man-db/auto-update" # indexing all manual pages takes longer than the rest
     in_target dpkg --purge velmark-network-manager &>/dev/null || true
     in_target dpkg --install /tmp/new.deb >"$desk/tmp/dpkg.log" 2>&1 \
         || fail "dpkg: $(<"$desk/tmp/dpkg.log")"
@@ -139,7 +140,8 @@ update_a_loudspeaker() {
 
 check_removal() {
     kill "$manager_pid" && wait "$manager_pid" || true
-    in_target dpkg --purge velmark-network-manager >/dev/null
+    in_target dpkg --purge velmark-network-manager &>"$desk/tmp/dpkg.log" \
+        || fail "dpkg: $(<"$desk/tmp/dpkg.log")"
     local left
     left=$(cd "$target" && find etc usr -name '*velmark*' 2>/dev/null)
     [[ -z $left ]] || fail "the removed package leaves: $left"
