@@ -4,7 +4,6 @@
 package.prepend_path(".") -- the other files stand beside this one
 
 local fields = require("velmark_fields")
-local frames = require("velmark_frame")
 local history = require("velmark_history")
 local summary = require("velmark_summary")
 local tree_of = require("velmark_tree")
@@ -24,7 +23,7 @@ function velmark.dissector(tvb, pinfo, tree)
         tree_of.add_cut(tree:add(velmark, tvb()), tvb)
         return
     end
-    local frame = frames.read(tvb:len() > 0 and tvb:raw() or "")
+    local frame = history.read(tvb:len() > 0 and tvb:raw() or "", pinfo)
     local found = history.find(frame, pinfo)
     local line = summary.of(frame, found)
     local root = tree:add(velmark, tvb(), "VELMARK loudspeakers, " .. line)

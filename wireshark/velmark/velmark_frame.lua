@@ -1,6 +1,7 @@
 -- What a datagram is: checksum, JSON text, attachment, and what the manager takes it for.
 
 local bit = bit or require("bit")
+local band, bxor, rshift = bit.band, bit.bxor, bit.rshift
 local json = require("velmark_json")
 
 local TRAILER_SIZE = 12 -- "\n//#" and eight hexadecimal digits
@@ -20,10 +21,10 @@ local crc_table = {}
 for value = 0, 255 do
     local register = value
     for _ = 1, 8 do
-        local carry = bit.band(register, 1)
-        register = bit.rshift(register, 1)
+        local carry = band(register, 1)
+        register = rshift(register, 1)
         if carry == 1 then
-            register = bit.bxor(register, 0xEDB88320)
+            register = bxor(register, 0xEDB88320)
         end
     end
     crc_table[value] = register
@@ -32,8 +33,8 @@ end
 local function crc32(bytes)
     local register = bit.bnot(0)
     for i = 1, #bytes do
-        local entry = crc_table[bit.band(bit.bxor(register, bytes:byte(i)), 0xFF)]
-        register = bit.bxor(bit.rshift(register, 8), entry)
+        local entry = crc_table[band(bxor(register, bytes:byte(i)), 0xFF)]
+        register = bxor(rshift(register, 8), entry)
     end
     return bit.bnot(register) % WRAP
 end

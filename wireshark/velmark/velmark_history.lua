@@ -4,6 +4,7 @@ local frames = require("velmark_frame")
 local json = require("velmark_json")
 
 local BROADCAST_PORT = 7055
+local LONG = 512 -- bytes; a report has more, metering and replies have less
 
 local history = {}
 
@@ -12,10 +13,27 @@ local speakers = {} -- by address: has sent what only devices send
 local addresses = {} -- by device id: where it was heard last
 local commands = {} -- by address of a device: number of the last command's frame
 local log_ends = {} -- by device id: position of the next log byte
+local reports = {} -- by address: the last long datagram, as it was read
 local findings = {} -- by frame number: what was found when the frame was first seen
 
 function history.clear()
-    managers, speakers, addresses, commands, log_ends, findings = {}, {}, {}, {}, {}, {}
+    managers, speakers, addresses, commands, log_ends = {}, {}, {}, {}, {}
+    reports, findings = {}, {}
+end
+
+-- A device without news sends the same bytes twice a second: they are read once.
+function history.read(bytes, pinfo)
+    if #bytes < LONG then
+        return frames.read(bytes)
+    end
+    local from = tostring(pinfo.src)
+    local last = reports[from]
+    if not last or last.bytes ~= bytes then
+        last = frames.read(bytes)
+        last.bytes = bytes
+        reports[from] = last
+    end
+    return last
 end
 
 local function direction_of(frame, from, pinfo)

@@ -2,8 +2,9 @@
 -- Wireshark's own dissector, which shows whatever it can, would say nothing about the manager's.
 --
 -- A container is a table: `is_object`; `keys` in the order of the text; `members`, for an array
--- from 1 on; `spans`, first and last byte of each member's value. Every reader takes the text and
--- the place to begin, and returns the place behind the value, and the value. No place: refused.
+-- from 1 on; `firsts` and `lasts`, the first and last byte of each member's value. Every reader
+-- takes the text and the place to begin, and returns the place behind the value, and the value. No
+-- place: refused.
 
 local json = { NULL = {} }
 
@@ -79,10 +80,8 @@ local function read_escape(text, at)
     return at + 2, ESCAPES[letter] or utf8_of(letter:byte())
 end
 
--- `at` is the opening quote.
-local function read_string(text, at)
+local function read_string_with_escapes(text, at)
     local pieces = {}
-    at = at + 1
     while true do
         local stop = text:find('["\\]', at)
         local piece = stop and text:sub(at, stop - 1)
@@ -98,6 +97,15 @@ local function read_string(text, at)
             return nil
         end
     end
+end
+
+-- `at` is the opening quote.
+local function read_string(text, at)
+    local piece, behind = text:match('^([^"\\\128-\255]*)"()', at + 1)
+    if piece then
+        return behind, piece
+    end
+    return read_string_with_escapes(text, at + 1)
 end
 
 local function read_number(text, at)
@@ -136,14 +144,15 @@ local function read_member(text, at, container, depth)
         container.keys[#container.keys + 1] = key
     end
     container.members[key] = value -- of equal keys the last one counts
-    container.spans[key] = { first = at, last = behind - 1 }
+    container.firsts[key], container.lasts[key] = at, behind - 1
     return behind
 end
 
 local function read_container(text, at, depth)
     local is_object = text:sub(at, at) == "{"
     local closing = is_object and "}" or "]"
-    local container = { is_object = is_object, keys = {}, members = {}, spans = {}, depth = depth }
+    local container = { is_object = is_object, keys = {}, members = {}, firsts = {}, lasts = {},
+        depth = depth }
     if depth > DEEPEST then
         return nil
     end
@@ -189,7 +198,7 @@ function json.read_object(text)
     return is_whole and object or nil
 end
 
-local NOTHING = { keys = {}, members = {}, spans = {} }
+local NOTHING = { keys = {}, members = {} }
 
 function json.text_of(object, key)
     local value = object.members[key]

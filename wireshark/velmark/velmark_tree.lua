@@ -15,8 +15,8 @@ end
 
 -- The bytes of a member's value.
 local function span_of(tvb, object, key)
-    local span = object.spans[key]
-    return tvb(span.first - 1, span.last - span.first + 1)
+    local first, last = object.firsts[key], object.lasts[key]
+    return tvb(first - 1, last - first + 1)
 end
 
 local function add_text(tree, tvb, field, object, key)
