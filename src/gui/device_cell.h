@@ -11,6 +11,7 @@ class DeviceCell : public QStandardItem
 {
 public:
     static constexpr int ID_ROLE = 257;    // column 0: the only link from a row to its device
+    static constexpr int BIRTH_ROLE = 257; // column 1: the row at which the device was appended
     static constexpr int SORT_ROLE = 258;  // every filled cell
     static constexpr int EXTRA_ROLE = 259; // product column: icon path; meter column: the meter
 

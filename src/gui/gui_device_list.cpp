@@ -239,6 +239,8 @@ void Gui::insert_row(Device *device)
     const bool is_sorted_by_column = section >= 0 && section < device_model.columnCount();
     const int row = is_sorted_by_column && !sort_pending ? sorted_place(items.at(section))
                                                          : device_model.rowCount();
+    if (row == device_model.rowCount())
+        static_cast<DeviceCell *>(items.at(1))->write(DeviceCell::BIRTH_ROLE, row);
     device_model.insertRow(row, items);
     device->row_hint = row;
 }
