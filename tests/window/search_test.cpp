@@ -372,13 +372,10 @@ private slots:
         search("mark");
         if (selected)
             window->select({0});
-        const auto is_wide = [this](const std::string &id) {
-            const int at = window->column(id);
-            return gui().device_list->columnWidth(at) >= gui().device_list->sizeHintForColumn(at);
-        };
-        QTRY_VERIFY(is_wide("ui/name") && is_wide("product_id"));
+        const int name = window->column("ui/name");
+        QTRY_VERIFY(gui().device_list->columnWidth(name) > 200); // as wide as its text
         const QPixmap picture = gui().grab();
-        const QModelIndex cell = gui().device_model.index(0, window->column("ui/name"));
+        const QModelIndex cell = gui().device_model.index(0, name);
         const QRect place = gui().device_list->visualRect(cell);
         const QImage seen = gui().device_list->viewport()->grab(place).toImage();
         QRegion ground;
