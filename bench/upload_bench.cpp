@@ -109,7 +109,6 @@ void follow(QTFTPFileUploader *uploader, Outcome &outcome)
 void start_all(Gui &gui, const Load &load, Outcome &outcome)
 {
     QByteArray bytes = load.bytes;
-    gui.device_list->selectAll();
     for (Device *device : gui.selected_devices()) {
         gui.start_upload(device, bytes, load.remote_name);
         if (device->uploader)
@@ -123,6 +122,8 @@ void start_all(Gui &gui, const Load &load, Outcome &outcome)
 bool update_all(Gui &gui, SimulatedFleet &fleet, const Load &load, const char *title)
 {
     const int files = files_of(fleet.stats().first());
+    gui.device_list->selectAll(); // as an operator has done before
+    QCoreApplication::processEvents();
     Outcome outcome;
     QElapsedTimer wall;
     wall.start();
