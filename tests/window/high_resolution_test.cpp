@@ -54,6 +54,12 @@ private slots:
         QVERIFY(icon.availableSizes().constFirst().width() >= wanted);
     }
 
+    // Their size counts the scale factor itself, and is scaled once more.
+    void pictures_of_products_grow_twice()
+    {
+        QCOMPARE(window->gui->device_list->iconSize(), QSize(64, 64));
+    }
+
     void no_caption_and_no_button_is_cut()
     {
         window->gui->property_splitter->setSizes({800, 700});
