@@ -187,6 +187,7 @@ void DeppenAss::forget_device()
 {
     device = nullptr;
     hide();
+    leave_screen();
 }
 
 // Leaves the device free for deletion, and other devices for an assistant. However the dialog goes,
@@ -198,6 +199,19 @@ void DeppenAss::let_go()
     device->deppen_ass = nullptr;
     device->assistant_dismissed = true;
     device = nullptr;
+    leave_screen();
+}
+
+// Gives back what the closed dialog was drawn on, half a megabyte that would stay as long as the
+// object does. Later, as the dialog may be in the middle of its closing; and not below a message
+// of its own, which would go as well.
+void DeppenAss::leave_screen()
+{
+    const auto leave = [this] {
+        if (!isVisible() && !findChild<QDialog *>())
+            destroy();
+    };
+    QMetaObject::invokeMethod(this, leave, Qt::QueuedConnection);
 }
 
 void DeppenAss::closeEvent(QCloseEvent *event)

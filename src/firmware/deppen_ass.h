@@ -45,6 +45,7 @@ private:
     void choose_product();
     void set_product();
     void let_go();
+    void leave_screen();
 
     Gui *gui = nullptr;
     int page = 0;

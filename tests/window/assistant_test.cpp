@@ -651,7 +651,8 @@ private slots:
         QCOMPARE(gui().devices.size(), size_t(1));
         emit left->update_props();
         QCoreApplication::processEvents();
-        QVERIFY(!left.isNull()); // stays with the window
+        QVERIFY(!left.isNull());        // stays with the window
+        QVERIFY(!left->windowHandle()); // but not what it was drawn on
         left->close();
         left->refresh();
         left->on_next();
