@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing for the purposes named as arguments: build, network, screen, wayland, check,
-# pictures.
+# Installs what is missing for the purposes named as arguments; packages_for knows them.
 # Asks nothing; says nothing when everything is there already.
 set -euo pipefail
 
