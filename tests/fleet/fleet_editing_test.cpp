@@ -251,11 +251,7 @@ class FleetEditingTest : public QObject
                      {{"state",
                        QJsonObject{{"ui", QJsonObject{{"name", "newest"}}},
                                    {"dsp", QJsonObject{{"level", 6}}}}}});
-        Device *device = window->device(EDITED);
-        const auto newest = [device] {
-            return device->last_report.value("ui").toObject().value("name").toString();
-        };
-        QTRY_COMPARE_WITH_TIMEOUT(newest(), QString("newest"), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(reported_name(), QString("newest"), 5000);
         QVERIFY(gui().editing);
         QVERIFY(row("ui/name").line_edit->text() != "newest");
         QTest::mouseClick(gui().cancel_button, Qt::LeftButton);
@@ -263,6 +259,28 @@ class FleetEditingTest : public QObject
         QCOMPARE(row("ui/name").line_edit->text(), QString("newest"));
         QCOMPARE(row("dsp/level").value, QVariant(6));
         QCOMPARE(row("dsp/level").combo->currentText(), QString("+6 dB"));
+    }
+
+    QString reported_name()
+    {
+        const QJsonObject report = window->device(EDITED)->last_report;
+        return report.value("ui").toObject().value("name").toString();
+    }
+
+    // A field that nobody has typed in yet holds still as well.
+    void expect_reports_to_be_held_back(const QLineEdit *name)
+    {
+        const QString text = name->text();
+        key(Qt::Key_End);
+        key(Qt::Key_Left, Qt::ShiftModifier);
+        const QString selected = name->selectedText();
+        QCOMPARE(selected.size(), 1);
+        fleet->fault(EDITED, "set",
+                     {{"state", QJsonObject{{"ui", QJsonObject{{"name", "meanwhile"}}}}}});
+        QTRY_COMPARE_WITH_TIMEOUT(reported_name(), QString("meanwhile"), 5000);
+        QCOMPARE(name->text(), text);
+        QCOMPARE(name->selectedText(), selected);
+        QVERIFY(name->hasFocus());
     }
 
     // A key that an operator might press next.
@@ -310,6 +328,7 @@ void FleetEditingTest::typing_is_not_disturbed_by_a_busy_fleet()
     start_edit();
     const QPointer<QLineEdit> name = row("ui/name").line_edit;
     QTest::mouseClick(name, Qt::LeftButton);
+    expect_reports_to_be_held_back(name);
     key(Qt::Key_A, Qt::ControlModifier);
     key(Qt::Key_Delete);
     MeantText meant;

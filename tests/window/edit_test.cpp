@@ -179,6 +179,7 @@ private slots:
         QCOMPARE(probe.texts,
                  QStringList("Field 'Name' has an invalid value: text too long (allows up to 127 "
                              "bytes, but got 128 bytes).\nEither correct it, or cancel editing."));
+        QVERIFY(!Qt::mightBeRichText(probe.texts.value(0))); // the line feed breaks the line
         QVERIFY(window->gui->editing);
         QVERIFY(sent_to(0).isEmpty());
         window->type("ui/name", QString(127, 'x'));
@@ -230,6 +231,7 @@ private slots:
         QCOMPARE(probe.texts,
                  QStringList("<b></b>127.0.0.11: offline<br><br>Changing values on offline devices "
                              "will be <b>discarded</b> when the device comes online again."));
+        QVERIFY(Qt::mightBeRichText(probe.texts.value(0)));
         QCOMPARE(window->cell(device(0).record(), "ui/name"), QString("new"));
         QCOMPARE(device(0).record()->value("dsp/level"), QVariant(5));
         device(0).record()->online = true; // only so that the mark goes out
