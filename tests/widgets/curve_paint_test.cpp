@@ -88,6 +88,7 @@ private slots:
     void the_zero_line_alone_crosses_the_label_column();
     void narrow_views_lose_the_columns_under_the_labels();
     void the_font_follows_the_area();
+    void a_markers_text_stops_growing_at_eight_points();
     void a_hovered_band_is_filled_and_highlighted();
     void an_active_band_shows_its_handles_and_no_hover();
     void golden_bands_write_where_the_mouse_finds_them_data()
@@ -232,6 +233,35 @@ void CurvePaintTest::the_font_follows_the_area()
         picture(view);
         QCOMPARE(view.grid->font_size, points);
     }
+}
+
+// The ground of a hovered label is as high as its text.
+void CurvePaintTest::a_markers_text_stops_growing_at_eight_points()
+{
+    const auto label_height = [](QSize size, int font_size) {
+        CurveWidget view(nullptr,
+                         make_filters({{2, EQ_PEQ, {.freq = 1000.0F, .q = 1.0F, .gain = 0.0F}}}));
+        view.resize(size);
+        view.set_has_curve(true);
+        view.hover_index = 0;
+        const QImage picture = view.grab().toImage();
+        if (view.grid->font_size != font_size)
+            return -1;
+        const Filter *filter = view.filters.at(0);
+        int height = 0;
+        for (int y = 0; y < filter->marker_y; ++y) {
+            const QColor color = picture.pixelColor(filter->marker_x - 12, y);
+            height += color.red() > color.green() + 30;
+        }
+        return height;
+    };
+    const int height = label_height({200, 200}, 8);
+    QVERIFY(height > 5);
+    QCOMPARE(label_height({600, 300}, 10), height);
+    QCOMPARE(label_height({1900, 500}, 12), height);
+    QCOMPARE(label_height({2000, 500}, 14), height);
+    const int small = label_height({99, 101}, 6);
+    QVERIFY(small > 3 && small < height);
 }
 
 void CurvePaintTest::a_hovered_band_is_filled_and_highlighted()
