@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # make_screenshots.sh [NAME...]: makes the pictures of docs/ again, all of them or those named: the
-# real window with the simulated loudspeakers of docs/guide/theatre.json, in a private network, on a
+# real window with the simulated loudspeakers of docs/guide/*.json, in a private network, on a
 # virtual screen. --list tells the names.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

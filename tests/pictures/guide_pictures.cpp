@@ -64,8 +64,6 @@ void await_update_of(Stage &stage, const QString &name, int from_percent)
 
 DeppenAss *await_assistant(Stage &stage)
 {
-    const int newcomer = stage.fleet.count - 1;
-    stage.fleet.fault(newcomer, "return");
     DeppenAss *assistant = nullptr;
     expect(runs_until([&stage, &assistant] {
                for (const auto &[id, device] : stage.gui.devices)
@@ -114,6 +112,7 @@ void network_info(Stage &stage)
 
 void states(Stage &stage)
 {
+    stage.show_column("IP", false);
     stage.fleet.fault("Sub 2", "silent");
     stage.fleet.fault("Front fill centre", "drop_replies");
     stage.fleet.fault(
@@ -305,6 +304,7 @@ struct Picture
     void (*make)(Stage &stage) = nullptr;
     bool is_dark = false;
     const char *scale = "1";
+    const char *fleet_file = "theatre.json";
 };
 
 // clang-format off
@@ -322,8 +322,8 @@ constexpr Picture PICTURES[] = {
     {.name = "eq-handles", .make = eq_handles},
     {.name = "eq-shelf", .make = eq_shelf},
     {.name = "updating", .make = updating},
-    {.name = "assistant-outdated", .make = assistant_outdated},
-    {.name = "assistant-product", .make = assistant_product},
+    {.name = "assistant-outdated", .make = assistant_outdated, .fleet_file = "new-module.json"},
+    {.name = "assistant-product", .make = assistant_product, .fleet_file = "new-module.json"},
     {.name = "meters", .make = meters, .scale = "2"},
     {.name = "log", .make = log_window},
     {.name = "columns", .make = columns},
@@ -346,7 +346,7 @@ int make(const Picture &picture, const QString &folder, int argc, char **argv)
         QApplication::setPalette(desktop_palette(true));
     register_resources();
     build_catalogue();
-    Stage stage;
+    Stage stage(picture.fleet_file);
     picture.make(stage);
     const QString file = folder + '/' + picture.name + ".png";
     expect(stage.picture.save(file), "the saving of the picture");

@@ -1,4 +1,4 @@
-// The real window with the theatre's loudspeakers, and what pictures of it need.
+// The real window with the loudspeakers of a fleet file, and what pictures of it need.
 #pragma once
 
 #include "gui/value_spinner.h"
@@ -22,17 +22,18 @@ inline void expect(bool is_so, const char *what)
 
 struct Stage
 {
-    SimulatedFleet fleet{{"--fleet", THEATRE_FILE}, "speakers"};
+    SimulatedFleet fleet;
     FleetWindow window{fleet};
     Gui &gui = *window.gui;
     QPixmap picture = {};
 
-    // The one device that begins silent joins only when it is told to.
-    Stage()
+    // The file is one of docs/guide.
+    explicit Stage(const QString &fleet_file)
+        : fleet({"--fleet", GUIDE_FOLDER "/" + fleet_file}, "speakers")
     {
         gui.resize(1500, 720);
         gui.property_splitter->setSizes({985, 500});
-        expect(runs_until([this] { return window.online_count() == fleet.count - 1; }), "online");
+        expect(runs_until([this] { return window.online_count() == fleet.count; }), "online");
         settle();
     }
 
@@ -53,6 +54,9 @@ struct Stage
 
     void take(const QWidget *widget)
     {
+        if (widget->isWindow())
+            expect(runs_until([widget] { return widget->frameGeometry() != widget->geometry(); }),
+                   "the window manager's frame");
         settle();
         const QRect area = widget->isWindow()
             ? widget->frameGeometry()
