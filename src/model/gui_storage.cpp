@@ -1,6 +1,7 @@
 // Keeps devices between runs, and one device's state in a backup file.
 #include "gui/gui.h"
 #include "model/json_path.h"
+#include "model/registry_limit.h"
 #include "model/saved_file.h"
 
 #include <QElapsedTimer>
@@ -8,6 +9,8 @@
 #include <QJsonDocument>
 #include <QMessageBox>
 #include <QScopedValueRollback>
+
+#include <algorithm>
 
 namespace {
 
@@ -40,10 +43,10 @@ void Gui::start_cache_save()
         cache_timer.start();
         return;
     }
-    int size = 0;
+    qint64 size = 1024;
     for (const auto &[id, device] : devices)
         size += device->saved.text.size() + 2;
-    cache_text.reserve(size + size / 8 + 1024);
+    cache_text.reserve(static_cast<int>(std::min<qint64>(size + size / 8, LARGEST_CACHE)));
     begin_cache_text(cache_text);
     cache_position = QString();
     cache_text_is_whole = false;

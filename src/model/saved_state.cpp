@@ -80,7 +80,7 @@ void begin_cache_text(QByteArray &text)
 
 void add_to_cache_text(QByteArray &text, const SavedText &saved)
 {
-    if (saved.text.isEmpty())
+    if (saved.text.isEmpty() || text.size() > LARGEST_CACHE - saved.text.size())
         return;
     // A part ends with its brace, the head with a line end.
     if (text.endsWith('}'))

@@ -1,4 +1,5 @@
 // The device cache's text: assembled from kept parts, and read whatever a file holds.
+#include "model/registry_limit.h"
 #include "model/saved_state.h"
 
 #include <QElapsedTimer>
@@ -255,6 +256,15 @@ private slots:
     {
         const QByteArray text = "{\"devices\":[" + QByteArray("{},").repeated(100000) + "{}]}";
         QCOMPARE(read_cache_text(text).size(), size_t(8192));
+    }
+
+    void the_text_has_an_end()
+    {
+        QByteArray text(LARGEST_CACHE - 50, ' ');
+        add_to_cache_text(text, {.text = QByteArray(51, 'x')});
+        QCOMPARE(text.size(), LARGEST_CACHE - 50);
+        add_to_cache_text(text, {.text = QByteArray(50, 'x')});
+        QCOMPARE(text.size(), LARGEST_CACHE);
     }
 
     void only_the_family_name_makes_a_backup_data()
