@@ -109,6 +109,10 @@ private slots:
         QCOMPARE(window->row("dsp/level").combo->count(), 7);
         QCOMPARE(window->row("dsp/delay").spinner->text(), QString("1.000 m"));
         QVERIFY(!window->row("dsp/mute").check_box->isTristate());
+        // A box that leaves its third state would be checked by itself.
+        window->select({0, 1});
+        window->select({1});
+        QCOMPARE(window->row("dsp/mute").check_box->checkState(), Qt::Unchecked);
     }
 
     void a_value_that_was_never_reported_reads_as_a_question()
