@@ -202,9 +202,9 @@ void DeppenAss::let_go()
     leave_screen();
 }
 
-// Gives back what the closed dialog was drawn on, half a megabyte that would stay as long as the
-// object does. Later, as the dialog may be in the middle of its closing; and not below a message
-// of its own, which would go as well.
+// Gives back what the closed dialog was drawn on, a third of a megabyte that would stay as long as
+// the object does. Later, as the dialog may be in the middle of its closing; and not below a
+// message of its own, which would go as well.
 void DeppenAss::leave_screen()
 {
     const auto leave = [this] {

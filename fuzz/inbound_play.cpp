@@ -1,0 +1,321 @@
+// Plays what comes in from the network into the real window, in process and without a socket.
+#include "fuzz/inbound_play.h"
+
+#include "eq/curve_widget.h"
+#include "firmware/deppen_ass.h"
+#include "fuzz/inbound_steps.h"
+#include "gui/device_cell.h"
+#include "gui/device_list_view.h"
+#include "gui/gui.h"
+#include "gui/main_window_with_close_signal.h"
+#include "gui/modified_combo_box.h"
+#include "gui/value_spinner.h"
+#include "model/saved_state.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+
+namespace {
+
+constexpr int MOST_STEPS = 120;
+
+void expect(bool claim, const char *what)
+{
+    if (claim)
+        return;
+    std::fprintf(stderr, "does not hold: %s\n", what);
+    std::abort();
+}
+
+int number_at(const QByteArray &bytes, int place)
+{
+    return place < bytes.size() ? static_cast<uint8_t>(bytes.at(place)) : 0;
+}
+
+} // namespace
+
+InboundPlay::InboundPlay()
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
+    gui = std::make_unique<Gui>();
+    gui->resize(1100, 700);
+    gui->show();
+    paint();
+}
+
+InboundPlay::~InboundPlay() = default;
+
+void InboundPlay::play(const uint8_t *data, size_t size)
+{
+    const auto *bytes = reinterpret_cast<const char *>(data);
+    const QList<QByteArray> steps = steps_of(QByteArray(bytes, static_cast<int>(size)));
+    for (const QByteArray &step : steps.mid(0, MOST_STEPS))
+        if (!step.isEmpty())
+            play_step(step);
+    end_burst();
+    if (++played % 4 == 0)
+        paint();
+    check();
+    clear();
+}
+
+void InboundPlay::play_step(const QByteArray &step)
+{
+    const char letter = step.at(0);
+    const QByteArray rest = step.mid(1);
+    if (letter == 'D' || letter == 'B')
+        receive(number_at(rest, 0), rest.mid(1), letter == 'B');
+    else if (QByteArray("TPMCA").contains(letter))
+        window_step(letter, rest);
+    else if (QByteArray("SFOHXU").contains(letter))
+        list_step(letter, rest);
+    else if (QByteArray("EIYNQ").contains(letter))
+        edit_step(letter, rest);
+    else if (QByteArray("LKW").contains(letter))
+        log_step(letter, rest);
+    else
+        receive(number_at(step, 0), rest, false);
+}
+
+void InboundPlay::window_step(char letter, const QByteArray &rest)
+{
+    end_burst();
+    if (letter == 'T')
+        pass_time(100 * number_at(rest, 0));
+    else if (letter == 'P')
+        paint();
+    else if (letter == 'M')
+        gui->on_meter_tick();
+    else if (letter == 'C')
+        save_and_read_cache();
+    else
+        press_assistant(1 + number_at(rest, 0) % 4);
+}
+
+void InboundPlay::list_step(char letter, const QByteArray &rest)
+{
+    const int columns = gui->device_model.columnCount();
+    end_burst();
+    if (letter == 'S')
+        select_rows(rest);
+    else if (letter == 'F')
+        gui->search_combo->lineEdit()->setText(QString::fromUtf8(rest.left(40)));
+    else if (letter == 'O')
+        gui->device_list->sortByColumn(number_at(rest, 0) % columns,
+                                       rest.size() > 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
+    else if (letter == 'H')
+        gui->column_actions[static_cast<size_t>(number_at(rest, 0) % columns)]->trigger();
+    else if (letter == 'X')
+        gui->delete_selected_devices();
+    else
+        gui->add_dummy_device();
+}
+
+void InboundPlay::edit_step(char letter, const QByteArray &rest)
+{
+    end_burst();
+    if (letter == 'E')
+        edit(number_at(rest, 0), rest.mid(1, 200));
+    else if (letter == 'I')
+        gui->edit_button->click();
+    else if (letter == 'N')
+        gui->on_cancel();
+    else if (letter == 'Q')
+        gui->eq_button->click();
+    else
+        gui->on_confirm();
+}
+
+void InboundPlay::log_step(char letter, const QByteArray &rest)
+{
+    end_burst();
+    if (letter == 'L' && gui->selected_devices().size() < 4)
+        gui->enable_logging();
+    const Device *device = some_device_with_log();
+    if (!device)
+        return;
+    if (letter == 'W')
+        device->log_window->close();
+    if (letter != 'K')
+        return;
+    auto *console = device->log_window->findChild<QLineEdit *>();
+    console->setText(QString::fromUtf8(rest));
+    emit console->returnPressed();
+}
+
+// The bytes stand in a block of exactly their size, as they would at the end of a buffer: reading
+// one too many is seen.
+void InboundPlay::receive(int sender, const QByteArray &datagram, bool more_follows)
+{
+    const QHostAddress from(QString("10.71.0.%1").arg(10 + sender % 16));
+    const auto size = static_cast<size_t>(datagram.size());
+    const std::unique_ptr<char[]> bytes(new char[size]);
+    std::copy(datagram.begin(), datagram.end(), bytes.get());
+    if (gui->collecting == 0)
+        ++gui->collecting;
+    gui->handle_datagram(from, QByteArray::fromRawData(bytes.get(), datagram.size()));
+    if (!more_follows)
+        end_burst();
+}
+
+// The window does the rest by itself when it finds its sockets empty.
+void InboundPlay::end_burst()
+{
+    if (gui->collecting == 0)
+        return;
+    --gui->collecting;
+    gui->on_packet();
+}
+
+void InboundPlay::pass_time(int ms)
+{
+    for (const auto &[id, device] : gui->devices)
+        device->last_seen -= ms;
+    gui->send_discovery_packets();
+}
+
+void InboundPlay::select_rows(const QByteArray &numbers)
+{
+    gui->device_list->clearSelection();
+    const int rows = gui->device_model.rowCount();
+    for (int i = 0; i < numbers.size() && rows > 0; ++i)
+        gui->device_list->selectionModel()->select(
+            gui->device_model.index(number_at(numbers, i) % rows, 0),
+            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+}
+
+void InboundPlay::edit(int number, const QByteArray &text)
+{
+    const auto count = static_cast<int>(property_keys.size());
+    Property *row = gui->property_row(property_keys[static_cast<size_t>(number % count)]);
+    if (row->line_edit && row->line_edit->isEnabled()) {
+        row->line_edit->setText(QString::fromUtf8(text));
+        emit row->line_edit->textEdited(row->line_edit->text());
+    } else if (row->spinner && row->spinner->isEnabled()) {
+        row->spinner->findChild<QLineEdit *>()->setText(QString::fromUtf8(text));
+    } else if (row->check_box && row->check_box->isEnabled()) {
+        row->check_box->click();
+    } else if (row->combo && row->combo->isEnabled() && row->combo->count() > 0) {
+        row->combo->setCurrentIndex(number_at(text, 0) % row->combo->count());
+        emit row->combo->activated(row->combo->currentIndex());
+    }
+}
+
+void InboundPlay::press_assistant(int times)
+{
+    for (const auto &[id, device] : gui->devices) {
+        if (!device->deppen_ass)
+            continue;
+        for (auto *products : device->deppen_ass->findChildren<QComboBox *>())
+            products->setCurrentIndex(times % products->count());
+        device->deppen_ass->on_next();
+        if (times == 4)
+            device->deppen_ass->on_back();
+        return;
+    }
+}
+
+void InboundPlay::save_and_read_cache()
+{
+    gui->save_cache();
+    gui->load_cache();
+}
+
+// Only what is due at once runs: what a clock starts would come at another moment each time.
+void InboundPlay::paint()
+{
+    for (QTimer *timer : {&gui->discovery_timer, &gui->meter_timer, &gui->cache_timer})
+        timer->stop();
+    QApplication::processEvents();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+Device *InboundPlay::some_device_with_log()
+{
+    for (const auto &[id, device] : gui->devices)
+        if (device->log_window)
+            return device;
+    return nullptr;
+}
+
+void InboundPlay::check()
+{
+    std::set<QString> rows;
+    for (int row = 0; row < gui->device_model.rowCount(); ++row) {
+        const QStandardItem *item = gui->device_model.item(row, 0);
+        expect(item, "every row has its first cell");
+        const QString id = item->data(DeviceCell::ID_ROLE).toString();
+        expect(rows.insert(id).second, "no device has two rows");
+        Device *device = gui->find_device(id);
+        expect(device, "every row has a device");
+        expect(gui->find_device_row(device) == row, "a device finds its row");
+    }
+    for (const auto &[id, device] : gui->devices) {
+        expect(device->device_id == id, "records are filed under their ids");
+        expect(rows.count(id) == 1, "every device has a row");
+        expect(!device->properties.empty(), "every device has properties");
+    }
+    expect(gui->is_list_sorted(), "the list is sorted");
+    expect(gui->collecting == 0, "no burst is left open");
+    check_cache();
+}
+
+void InboundPlay::check_cache()
+{
+    QByteArray text;
+    begin_cache_text(text);
+    std::vector<const Device *> kept;
+    for (const auto &[id, device] : gui->devices) {
+        renew_saved_text(device->saved, device->address, device->last_report);
+        add_to_cache_text(text, device->saved);
+        if (!device->saved.text.isEmpty())
+            kept.push_back(device);
+    }
+    end_cache_text(text);
+    const std::vector<SavedDevice> read = read_cache_text(text);
+    expect(read.size() == kept.size(), "the cache can be read");
+    for (size_t i = 0; i < read.size(); ++i)
+        expect(read[i].data == kept[i]->last_report && read[i].address == kept[i]->address,
+               "the cache says what the registry says");
+}
+
+// As at the start: no devices, nothing selected, searched, edited or hidden.
+void InboundPlay::clear()
+{
+    clear_window();
+    for (const auto &[id, device] : gui->devices)
+        if (device->deppen_ass)
+            device->deppen_ass->close();
+    for (QDialog *dialog : gui->findChildren<QDialog *>())
+        delete dialog;
+    // By way of a selection the panel would show them all once more, which takes longest by far.
+    gui->device_list->clearSelection();
+    gui->device_model.removeRows(0, gui->device_model.rowCount());
+    for (const auto &[id, device] : gui->devices)
+        gui->destroy_device(device);
+    gui->devices.clear();
+    gui->reporters.clear();
+    gui->sort_pending = false;
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+void InboundPlay::clear_window()
+{
+    gui->set_edit_mode(false);
+    gui->search_combo->lineEdit()->clear();
+    gui->refresh_search();
+    gui->show_default_columns();
+    gui->device_list->sortByColumn(0, Qt::AscendingOrder);
+    if (gui->eq_button->isChecked())
+        gui->eq_button->click();
+}

@@ -1,0 +1,50 @@
+// Plays what comes in from the network into the real window, in process and without a socket.
+#pragma once
+
+#include <QByteArray>
+#include <QTemporaryDir>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+class Gui;
+class QDialog;
+struct Device;
+
+class InboundPlay
+{
+public:
+    // The window is shown. Call it in a private network.
+    InboundPlay();
+    ~InboundPlay();
+
+    // Plays an input from an empty list on. Ends the program when afterwards the list, the registry
+    // and the cache do not hold the same devices.
+    void play(const uint8_t *data, size_t size);
+
+private:
+    void play_step(const QByteArray &step);
+    void window_step(char letter, const QByteArray &rest);
+    void list_step(char letter, const QByteArray &rest);
+    void edit_step(char letter, const QByteArray &rest);
+    void log_step(char letter, const QByteArray &rest);
+
+    void receive(int sender, const QByteArray &datagram, bool more_follows);
+    void end_burst();
+    void pass_time(int ms);
+    void select_rows(const QByteArray &numbers);
+    void edit(int number, const QByteArray &text);
+    void press_assistant(int times);
+    void save_and_read_cache();
+    void paint();
+    void check();
+    void check_cache();
+    void clear();
+    void clear_window();
+    Device *some_device_with_log();
+
+    QTemporaryDir folder;
+    std::unique_ptr<Gui> gui;
+    int played = 0; // inputs
+};

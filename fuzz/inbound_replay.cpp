@@ -1,0 +1,60 @@
+// Plays the corpus of the inbound harness, and changes of it that are the same each time.
+//
+//   inbound_replay FOLDER [changes, default 2000] [seed, 1]
+#include "fuzz/inbound_mutation.h"
+#include "fuzz/inbound_play.h"
+#include "fuzz/inbound_process.h"
+
+#include <QDir>
+
+#include <cstdio>
+
+namespace {
+
+QList<QByteArray> read_corpus(const QString &folder)
+{
+    QList<QByteArray> inputs;
+    for (const QFileInfo &entry : QDir(folder).entryInfoList(QDir::Files, QDir::Name)) {
+        QFile file(entry.filePath());
+        if (file.open(QIODevice::ReadOnly))
+            inputs.append(file.readAll());
+    }
+    return inputs;
+}
+
+// The input stays in a file when the program ends in the middle of it.
+void play(InboundPlay &inbound, const QByteArray &input)
+{
+    QFile trace(QDir::temp().filePath("inbound_replay_last"));
+    if (trace.open(QIODevice::WriteOnly))
+        trace.write(input);
+    trace.close();
+    inbound.play(reinterpret_cast<const uint8_t *>(input.constData()),
+                 static_cast<size_t>(input.size()));
+    trace.remove();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const auto application = make_inbound_process();
+    const QList<QByteArray> corpus = read_corpus(argc > 1 ? argv[1] : "fuzz/corpus/inbound");
+    const int changes = argc > 2 ? QByteArray(argv[2]).toInt() : 2000;
+    RandomSource random(argc > 3 ? QByteArray(argv[3]).toULongLong() : 1);
+    if (corpus.isEmpty()) {
+        std::fprintf(stderr, "there is no corpus\n");
+        return 1;
+    }
+    InboundPlay inbound;
+    for (const QByteArray &input : corpus)
+        play(inbound, input);
+    for (int i = 0; i < changes; ++i) {
+        const QByteArray &one = corpus.at(random.below(corpus.size()));
+        const QByteArray &other = corpus.at(random.below(corpus.size()));
+        play(inbound, changed_input(one, other, random));
+    }
+    std::printf("%d inputs and %d changes of them: list, registry and cache hold together\n",
+                int{corpus.size()}, changes);
+    return 0;
+}
