@@ -217,6 +217,37 @@ void bench_program_tick(Gui &gui, const char *what, int repeats)
     std::printf("   operator new in the tick: %zu times\n", allocated);
 }
 
+struct HostileFrame
+{
+    const char *what;
+    QByteArray peaks;
+};
+
+// What a frame costs from the bytes to the repainted cell.
+void bench_hostile_frames(Gui &gui)
+{
+    const std::vector<HostileFrame> frames = {
+        {"30,000 entries", "[" + QByteArray("1,").repeated(29999) + "1]"},
+        {"30,000 nested arrays", QByteArray("[").repeated(30000) + QByteArray("]").repeated(30000)},
+        {"arrays 500 deep", QByteArray("[").repeated(500) + QByteArray("]").repeated(500)},
+        {"arrays in arrays", "[" + QByteArray("[1],").repeated(15000) + "[1]]"},
+        {"huge numbers", "[" + QByteArray("1e300,").repeated(9999) + "-1e300]"},
+        {"a number of 60,000 digits", "[" + QByteArray(60000, '9') + "]"},
+    };
+    const QByteArray id = gui.devices.begin()->first.toUtf8();
+    for (const HostileFrame &frame : frames) {
+        const QByteArray bytes = "{\"command\":\"broadcast_info\",\"device_id\":\"" + id
+            + "\",\"metering\":{\"channel_peaks\":" + frame.peaks + "}}";
+        const auto take = [&gui, &bytes] {
+            gui.handle_datagram(bench_address(0), bytes);
+            gui.on_meter_tick();
+            QApplication::processEvents();
+        };
+        std::printf("a frame with %-28s %9.3f ms with its tick and painting (at most 50)\n",
+                    frame.what, cpu_microseconds(1, take) / 1e3);
+    }
+}
+
 void bench_program(int repeats)
 {
     QTemporaryDir folder;
@@ -236,6 +267,7 @@ void bench_program(int repeats)
     for (int turn = 0; turn < 100; ++turn)
         QApplication::processEvents(QEventLoop::AllEvents, 10);
     bench_program_tick(*gui, "the program's tick, usual window", repeats);
+    bench_hostile_frames(*gui);
     gui->resize(1900, 25000);
     for (int turn = 0; turn < 100; ++turn)
         QApplication::processEvents(QEventLoop::AllEvents, 10);

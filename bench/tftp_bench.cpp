@@ -186,12 +186,12 @@ double upload_with_tftp_hpa(const std::string &file)
 
 struct Stall
 {
-    double last_turn = wall_seconds();
-    double longest = 0; // seconds between two turns of a timer of 1 ms
+    double last_turn = cpu_seconds();
+    double longest = 0; // CPU seconds between two turns of a timer of 1 ms
 
     void turn()
     {
-        const double now = wall_seconds();
+        const double now = cpu_seconds();
         longest = std::max(longest, now - last_turn);
         last_turn = now;
     }
@@ -232,7 +232,7 @@ double upload_with_qt(int devices, int size, bool is_verbose)
     QCoreApplication::exec();
     const double seconds = wall_seconds() - start;
     if (is_verbose)
-        std::printf("  %.2f cores of CPU, longest stall of the event loop %.1f ms\n",
+        std::printf("  %.2f cores of CPU, longest stall of the event loop %.1f ms of it\n",
                     (cpu_seconds() - cpu_start) / seconds, stall.longest * 1e3);
     return is_good ? seconds : -1;
 }
