@@ -18,6 +18,9 @@ namespace {
 // A burst of a thousand reports is taken in slices of this length, so that the window goes on
 // painting; what is left comes in the next slice.
 constexpr qint64 LONGEST_DRAIN = 8; // ms
+// On a computer with other work those 8 ms may pass between two datagrams: so many are taken all
+// the same, or painting would get all the time that there is.
+constexpr int SMALLEST_DRAIN = 64;
 constexpr int LARGEST_DATAGRAM = 65536;
 
 } // namespace
@@ -30,11 +33,14 @@ void Gui::on_packet()
     QByteArray payload;
     QHostAddress sender;
     bool is_drained = false;
+    int taken = 0;
     // No text for log windows is taken on while plenty waits there.
-    while (!is_drained && elapsed.elapsed() < LONGEST_DRAIN && !log_appender.is_full()) {
+    while (!is_drained && (taken < SMALLEST_DRAIN || elapsed.elapsed() < LONGEST_DRAIN)
+           && !log_appender.is_full()) {
         is_drained = !receive_datagram(payload, sender);
         if (!is_drained)
             handle_datagram(sender, payload);
+        ++taken;
     }
     --collecting;
     sort_list_if_needed();
