@@ -67,7 +67,10 @@ struct PanelCase : WindowCase
     }
 
     Property &row(const std::string &key) { return *gui->property_rows.at(key); }
-    bool is_shown(const std::string &key) { return row(key).holder && row(key).holder->isVisible(); }
+    bool is_shown(const std::string &key)
+    {
+        return row(key).holder && row(key).holder->isVisible();
+    }
 
     void press_edit() { QTest::mouseClick(gui->edit_button, Qt::LeftButton); }
     void press_confirm() { QTest::mouseClick(gui->confirm_button, Qt::LeftButton); }
