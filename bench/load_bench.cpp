@@ -204,6 +204,10 @@ void print_heading()
 
 void print_row(const Row &row)
 {
+    if (row.heard <= 0) {
+        std::printf("| %d | more than this machine can hear now |\n", row.devices);
+        return;
+    }
     std::printf(
         "| %d | %.0f | %.0f | %.0f | %.2f | %.0f | %.1f | %.1f | %.0f | %.0f | %.0f | %d |\n",
         row.devices, row.heard, row.floor, row.manager,
