@@ -6,6 +6,7 @@
 #include <QTextBlock>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -130,6 +131,7 @@ private slots:
     void few_views_are_written_to_at_once();
     void what_waits_for_a_cleared_view_is_dropped();
     void a_word_without_end_is_laid_out_in_no_time();
+    void a_line_without_end_is_broken_between_messages();
     void the_readers_selection_survives_a_burst();
     void several_views_get_their_own_text();
     void a_view_that_is_gone_takes_its_text_with_it();
@@ -376,6 +378,23 @@ void LogTextTest::what_waits_for_a_cleared_view_is_dropped()
     appender.flush();
     QVERIFY(cleared->toPlainText().isEmpty());
     QCOMPARE(other->toPlainText(), QString("b"));
+}
+
+void LogTextTest::a_line_without_end_is_broken_between_messages()
+{
+    const auto view = make_view(30000);
+    const QString message = QString("no end ").repeated(2000);
+    QString sent;
+    for (int i = 0; i < 20; ++i) {
+        append_log_fragments(view.get(), {{.highlighted = false, .text = message}});
+        sent += message;
+    }
+    QCOMPARE(view->toPlainText().remove('\n'), sent);
+    int longest = 0;
+    for (QTextBlock block = view->document()->begin(); block.isValid(); block = block.next())
+        longest = std::max(longest, block.length());
+    QVERIFY(longest > 64 * 1024);
+    QVERIFY(longest <= 64 * 1024 + message.size() + 1);
 }
 
 // Garbage reads as one long word. Wrapping it at words would take time by the square of its length.
