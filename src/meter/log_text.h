@@ -29,7 +29,7 @@ public:
     // paints itself afterwards, VIEW_COST.
     static constexpr qsizetype SLICE = 64 * 1024;
     static constexpr qsizetype LINE_COST = 15;
-    static constexpr qsizetype VIEW_COST = SLICE / 4;
+    static constexpr qsizetype VIEW_COST = SLICE / 2;
 
     void add(QPlainTextEdit *view, bool highlighted, const QString &text);
     // Appends a slice of what was collected, view by view; what is left waits for the next call.
