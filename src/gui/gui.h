@@ -144,6 +144,7 @@ public:
 
     // ---- link/gui_discovery.cpp --------------------------------------------------------------
     void update_network_list();
+    void take_offline(const std::vector<Device *> &lost);
     void on_network_changed();
     void on_network_activated();
     void show_network_info();
@@ -181,6 +182,7 @@ public:
     void follow_merge(Device *device, const MergeResult &merged);
     void add_dummy_device();
     void delete_selected_devices();
+    void remove_rows(const std::vector<Device *> &leaving);
     void destroy_device(Device *device);
 
     // ---- model/gui_storage.cpp ---------------------------------------------------------------

@@ -19,6 +19,7 @@
 #include <QItemSelectionModel>
 #include <QMenu>
 #include <QPushButton>
+#include <QScopedValueRollback>
 
 namespace {
 
@@ -375,9 +376,14 @@ void Gui::toggle_column(size_t index)
     if (is_wanted != device_list->isColumnHidden(column))
         return;
     device_list->setColumnHidden(column, !is_wanted);
-    // Hidden columns are not kept up to date.
-    for (const auto &[id, device] : devices)
-        update_device_properties(device);
+    {
+        // Hidden columns are not kept up to date. One of them may be the one that the list is
+        // sorted by.
+        const QScopedValueRollback<int> guard(collecting, collecting + 1);
+        for (const auto &[id, device] : devices)
+            update_device_properties(device);
+    }
+    sort_list_if_needed();
 }
 
 void Gui::show_column_menu(const QPoint &position)

@@ -7,8 +7,10 @@
 #include <QComboBox>
 #include <QDateTime>
 #include <QMessageBox>
+#include <QScopedValueRollback>
 
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -42,27 +44,37 @@ void Gui::send_discovery_packets()
     send_json(current_network, true, QHostAddress(), discovery_request());
 
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    bool has_lost_device = false;
-    for (const auto &[id, device] : devices) {
-        if (!has_gone_silent(*device, now))
-            continue;
-        device->online = false;
-        update_device_properties(device);
-        has_lost_device = true;
-    }
-    if (has_lost_device)
-        update_identify_button();
+    std::vector<Device *> lost;
+    for (const auto &[id, device] : devices)
+        if (has_gone_silent(*device, now))
+            lost.push_back(device);
+    take_offline(lost);
     discovery_timer.start(DISCOVERY_INTERVAL);
+}
+
+// A whole site may go at once: a list that is sorted by status would be sorted for each device.
+void Gui::take_offline(const std::vector<Device *> &lost)
+{
+    if (lost.empty())
+        return;
+    {
+        const QScopedValueRollback<int> guard(collecting, collecting + 1);
+        for (Device *device : lost) {
+            device->online = false;
+            update_device_properties(device);
+        }
+    }
+    sort_list_if_needed();
+    update_identify_button();
 }
 
 void Gui::on_network_changed()
 {
     current_network = network_combo->currentText();
-    for (const auto &[id, device] : devices) {
-        device->online = false;
-        update_device_properties(device);
-    }
-    update_identify_button();
+    std::vector<Device *> all;
+    for (const auto &[id, device] : devices)
+        all.push_back(device);
+    take_offline(all);
     send_discovery_packets();
 }
 

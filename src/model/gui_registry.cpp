@@ -8,9 +8,37 @@
 
 #include <QComboBox>
 #include <QDebug>
+#include <QItemSelection>
 #include <QJsonDocument>
 #include <QLineEdit>
 #include <QRandomGenerator>
+
+#include <algorithm>
+#include <functional>
+#include <vector>
+
+namespace {
+
+struct RowRange
+{
+    int first = 0;
+    int last = 0;
+};
+
+// Neighbours put together; `rows` come from the lowest in the list to the topmost.
+std::vector<RowRange> row_ranges(const std::vector<int> &rows)
+{
+    std::vector<RowRange> ranges;
+    for (const int row : rows) {
+        if (!ranges.empty() && ranges.back().first == row + 1)
+            ranges.back().first = row;
+        else
+            ranges.push_back({.first = row, .last = row});
+    }
+    return ranges;
+}
+
+} // namespace
 
 void Gui::apply_device_state(Device *device, const QJsonObject &report)
 {
@@ -52,24 +80,41 @@ void Gui::add_dummy_device()
     handle_device_packet(QHostAddress(), report, false, QString());
 }
 
-// Removing a row changes the selection while the row still stands, which looks at the device: so
-// the record goes last. A device with an open assistant is quietly kept.
+// A device with an open assistant is quietly kept. The rows go first: a view that loses its current
+// row selects the next one, which looks at the devices.
 void Gui::delete_selected_devices()
 {
-    const std::vector<Device *> selected = selected_devices();
-    if (selected.empty())
+    std::vector<Device *> leaving = selected_devices();
+    if (leaving.empty())
         return;
     set_edit_mode(false);
     refresh_all_rows();
-    for (Device *device : selected) {
-        if (device->deppen_ass)
-            continue;
-        device_model.removeRow(find_device_row(device));
+    std::erase_if(leaving, [](const Device *device) { return device->deppen_ass != nullptr; });
+    remove_rows(leaving);
+    for (Device *device : leaving) {
         devices.erase(device->device_id);
         destroy_device(device);
     }
     note_row_hints();
     save_cache();
+}
+
+// All leave the selection at once, and neighbours the list together: each change of the selection
+// shows all that is left of it in the panel, for a thousand devices a thousand times.
+void Gui::remove_rows(const std::vector<Device *> &leaving)
+{
+    std::vector<int> rows;
+    for (Device *device : leaving)
+        rows.push_back(find_device_row(device)); // every device has one
+    std::sort(rows.begin(), rows.end(), std::greater<>());
+    const std::vector<RowRange> ranges = row_ranges(rows);
+    QItemSelection selection;
+    for (const RowRange &range : ranges)
+        selection.select(device_model.index(range.first, 0),
+                         device_model.index(range.last, device_model.columnCount() - 1));
+    device_list->selectionModel()->select(selection, QItemSelectionModel::Deselect);
+    for (const RowRange &range : ranges)
+        device_model.removeRows(range.first, range.last - range.first + 1);
 }
 
 // Deleting a log window emits no on_close, so no device is told anything here.

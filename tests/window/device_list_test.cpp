@@ -36,6 +36,14 @@ class DeviceListTest : public QObject
 
     std::unique_ptr<WindowCase> window;
 
+    // Devices "00", "01"... at 10.0.0.1 and up.
+    void report_many(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            window->report(QString("10.0.0.%1").arg(i + 1),
+                           loudspeaker_report(QString("%1").arg(i, 2, 10, QChar('0'))));
+    }
+
 private slots:
     void init()
     {
@@ -256,6 +264,88 @@ private slots:
         QVERIFY(!device->broken_net);
         QVERIFY(!device->assistant_dismissed);
         QVERIFY(device->meter.levels.empty());
+    }
+
+    // A list by status is sorted anew when devices come or go: for all that go together once.
+    void a_fleet_that_falls_silent_is_sorted_once()
+    {
+        Gui &gui = *window->gui;
+        gui.discovery_timer.stop();
+        gui.device_list->sortByColumn(window->column("status"), Qt::AscendingOrder);
+        report_many(40);
+        QSignalSpy sortings(&gui.device_model, &QAbstractItemModel::layoutChanged);
+        for (const auto &[id, device] : gui.devices)
+            device->last_seen -= id < "20" ? 0 : 5000; // those that stand last
+        gui.send_discovery_packets();
+        QVERIFY2(sortings.count() <= 2, qPrintable(QString::number(sortings.count())));
+        QVERIFY(gui.is_list_sorted());
+        QCOMPARE(window->cell(gui.find_device("30"), "status"), QString("Offline"));
+        gui.device_list->sortByColumn(window->column("status"), Qt::DescendingOrder);
+        sortings.clear();
+        gui.on_network_changed();
+        QVERIFY2(sortings.count() <= 2, qPrintable(QString::number(sortings.count())));
+        QCOMPARE(window->cell(gui.find_device("10"), "status"), QString("Offline"));
+    }
+
+    // Each change of the selection shows all that is left of it in the panel.
+    void deleting_many_changes_the_selection_a_few_times_at_most_data()
+    {
+        QTest::addColumn<int>("every");
+        QTest::newRow("all") << 1;
+        QTest::newRow("every other one") << 2;
+        QTest::newRow("every third") << 3;
+    }
+    void deleting_many_changes_the_selection_a_few_times_at_most()
+    {
+        QFETCH(int, every);
+        Gui &gui = *window->gui;
+        report_many(60);
+        QStringList kept;
+        QItemSelection chosen;
+        for (int row = 0; row < 60; ++row) {
+            const QModelIndex index = gui.device_model.index(row, 0);
+            if (row % every == 0)
+                chosen.select(index, index);
+            else
+                kept.append(shown_ids(gui).at(row));
+        }
+        gui.device_list->selectionModel()->select(
+            chosen, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        QSignalSpy changes(gui.device_list->selectionModel(),
+                           &QItemSelectionModel::selectionChanged);
+        gui.delete_selected_devices();
+        QCOMPARE(shown_ids(gui), kept);
+        QCOMPARE(gui.devices.size(), size_t(kept.size()));
+        for (const QString &id : kept)
+            QVERIFY(gui.find_device_row(gui.find_device(id)) == kept.indexOf(id));
+        QVERIFY2(changes.count() <= 3, qPrintable(QString::number(changes.count())));
+    }
+
+    // A second press of Delete must not take a device that nobody has chosen.
+    void after_a_deletion_nothing_is_selected_data()
+    {
+        QTest::addColumn<int>("last");
+        QTest::newRow("one") << 3;
+        QTest::newRow("three") << 5;
+        QTest::newRow("up to the end") << 9;
+    }
+    void after_a_deletion_nothing_is_selected()
+    {
+        QFETCH(int, last);
+        Gui &gui = *window->gui;
+        report_many(10);
+        const auto click = [&gui](int row, Qt::KeyboardModifiers modifiers) {
+            const QModelIndex index = gui.device_model.index(row, 0);
+            gui.device_list->scrollTo(index);
+            QTest::mouseClick(gui.device_list->viewport(), Qt::LeftButton, modifiers,
+                              gui.device_list->visualRect(index).center());
+        };
+        click(3, {});
+        click(last, Qt::ShiftModifier);
+        QCOMPARE(gui.selected_devices().size(), size_t(last - 2));
+        gui.delete_selected_devices();
+        QVERIFY(gui.selected_devices().empty());
+        QCOMPARE(gui.devices.size(), size_t(12 - last));
     }
 
     void an_unreadable_icon_is_an_empty_one()
