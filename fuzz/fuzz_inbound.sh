@@ -14,8 +14,9 @@ build=build/fuzz-inbound
     >"$build.log" || { cat "$build.log"; exit 1; }
 cmake --build "$build" --parallel "${JOBS:-$(nproc)}" --target inbound_fuzz
 mkdir -p build/fuzz/inbound-corpus build/fuzz/inbound-findings
-# What the toolkit and the font library keep until the end would count as leaks. New inputs go to the
-# first folder; the committed corpus is only read.
+# What the toolkit and the font library keep until the end would count as leaks.
+export ASAN_OPTIONS=detect_leaks=0
+# New inputs go to the first folder; the committed corpus is only read.
 exec "$build/fuzz/inbound_fuzz" -max_total_time="$seconds" -max_len=20000 -len_control=0 \
-    -detect_leaks=0 -timeout=20 -rss_limit_mb=2500 -print_final_stats=1 -dict=fuzz/inbound.dict \
+    -timeout=20 -rss_limit_mb=2500 -print_final_stats=1 -dict=fuzz/inbound.dict \
     -artifact_prefix=build/fuzz/inbound-findings/ build/fuzz/inbound-corpus fuzz/corpus/inbound
