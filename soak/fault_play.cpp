@@ -42,6 +42,12 @@ QJsonObject nested(QStringList path, const QJsonValue &value)
     return object;
 }
 
+const std::string &any_key(RandomSource &random)
+{
+    const int place = random.below(static_cast<int>(property_keys.size()));
+    return property_keys[static_cast<size_t>(place)];
+}
+
 QJsonArray random_sessions(RandomSource &random)
 {
     QJsonArray list;
@@ -82,8 +88,7 @@ QJsonObject plausible_state(RandomSource &random)
 // One that no healthy device reports: any type in any place.
 QJsonObject broken_state(RandomSource &random)
 {
-    const std::string &key
-        = property_keys[static_cast<size_t>(random.below(static_cast<int>(property_keys.size())))];
+    const std::string &key = any_key(random);
     QStringList path = path_of(key);
     if (random.happens(20))
         path = path.mid(0, 1); // a whole branch
@@ -237,8 +242,7 @@ QJsonObject FaultPlay::remove_member()
     const int device = random.below(fleet.count);
     devices = device;
     heal(devices, "set", {{"state", healthy.at(device)}});
-    const std::string &key
-        = property_keys[static_cast<size_t>(random.below(static_cast<int>(property_keys.size())))];
+    const std::string &key = any_key(random);
     return {{"path", path_of(key).mid(0, random.between(1, 2)).join('/')}};
 }
 
@@ -382,6 +386,18 @@ void FaultPlay::clear_all()
         request.insert("device", "all");
         fleet.tell(request);
     }
+    restore_identities();
+    fleet.tell({{"options",
+                 QJsonObject{{"metering_rate", 10},
+                             {"spread", 250},
+                             {"reports_change", 0},
+                             {"reboot_time", 1000},
+                             {"flash_time", 500}}}});
+}
+
+// Without its name and number a device would be none.
+void FaultPlay::restore_identities()
+{
     for (int device = 0; device < fleet.count; ++device)
         fleet.tell({{"fault", "set"},
                     {"device", device},
@@ -389,12 +405,20 @@ void FaultPlay::clear_all()
                      QJsonObject{{"product", "KESTA"},
                                  {"seq", 0},
                                  {"device_id", identity_of(healthy.at(device))}}}});
-    fleet.tell({{"options",
-                 QJsonObject{{"metering_rate", 10},
-                             {"spread", 250},
-                             {"reports_change", 0},
-                             {"reboot_time", 1000},
-                             {"flash_time", 500}}}});
+}
+
+void FaultPlay::leave_traces()
+{
+    for (int device = 0; device < fleet.count; ++device) {
+        QJsonObject request{{"fault", "set"}, {"state", plausible_state(random)}};
+        if (random.happens(30))
+            request = {{"fault", "set"}, {"state", broken_state(random)}};
+        else if (random.happens(50))
+            request = {{"fault", "remove"}, {"path", path_of(any_key(random)).join('/')}};
+        request.insert("device", device);
+        fleet.tell(request);
+    }
+    restore_identities();
 }
 
 // What is not there at the start goes with the branch that it hangs on.

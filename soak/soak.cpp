@@ -161,6 +161,8 @@ void Soak::settle()
            "not all devices come back");
     actor.delete_offline();
     await_agreement(window);
+    faults.leave_traces();
+    await_agreement(window);
 }
 
 // A transfer that has heard a useless answer waits for ever. The operator's way out is to delete
