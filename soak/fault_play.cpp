@@ -407,16 +407,24 @@ void FaultPlay::restore_identities()
                                  {"device_id", identity_of(healthy.at(device))}}}});
 }
 
+// But for the product: a device that never named one has other properties than one that did once,
+// which stays, so that a fresh window would rightly show another list.
 void FaultPlay::leave_traces()
 {
     for (int device = 0; device < fleet.count; ++device) {
+        const bool is_plausible = random.happens(40);
         QJsonObject request{{"fault", "set"}, {"state", plausible_state(random)}};
-        if (random.happens(30))
+        if (!is_plausible && random.happens(50))
             request = {{"fault", "set"}, {"state", broken_state(random)}};
-        else if (random.happens(50))
+        else if (!is_plausible)
             request = {{"fault", "remove"}, {"path", path_of(any_key(random)).join('/')}};
         request.insert("device", device);
         fleet.tell(request);
+        const QJsonValue product = healthy.at(device).toObject().value("product_id");
+        if (!is_plausible)
+            fleet.tell({{"fault", "set"},
+                        {"device", device},
+                        {"state", QJsonObject{{"product_id", product}}}});
     }
     restore_identities();
 }
