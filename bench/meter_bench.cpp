@@ -8,6 +8,7 @@
 #include "meter/meter_object.h"
 #include "meter/meter_report.h"
 #include "meter/meter_scale.h"
+#include "support/allocation_count.h"
 
 #include <QHeaderView>
 #include <QNetworkDatagram>
@@ -22,7 +23,6 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
-#include <new>
 #include <vector>
 
 namespace {
@@ -32,8 +32,6 @@ constexpr int METER_ROLE = Qt::UserRole + 3;
 constexpr int METER_COLUMN = 4;
 constexpr int COLUMNS = 8;
 constexpr int ROUNDS = 7;
-
-volatile size_t allocations = 0;
 
 // The least of several measurements, the two ways taken in turn: what the machine's other work
 // adds is left out.
@@ -363,25 +361,6 @@ void bench_frame(int bursts)
                 datagram.size(), ours);
 }
 } // namespace
-
-// Counts what the program allocates.
-void *operator new(size_t size)
-{
-    allocations = allocations + 1;
-    if (void *memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void *memory, size_t) noexcept
-{
-    std::free(memory);
-}
 
 int main(int argc, char **argv)
 {

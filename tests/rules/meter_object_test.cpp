@@ -1,18 +1,13 @@
 // A device's levels over time: reports, the fall of the display, golden cases.
 #include "meter/meter_object.h"
 #include "meter/meter_report.h"
+#include "support/allocation_count.h"
 #include "support/vectors.h"
 
 #include <QSignalSpy>
 #include <QtTest>
 
-#include <cstdlib>
-#include <new>
-
 namespace {
-// Of this thread (the test harness has one of its own). The compiler believes that operator new
-// changes no variable.
-thread_local volatile size_t allocations = 0;
 
 QJsonArray levels_as_json(const std::vector<float> &levels)
 {
@@ -55,25 +50,6 @@ void run_step(MeterObject &meter, const QJsonArray &step)
         QFAIL(qPrintable("unknown step " + what));
 }
 } // namespace
-
-// Counts what the program allocates, so that "a tick allocates nothing" is checked and not hoped.
-void *operator new(size_t size)
-{
-    allocations = allocations + 1;
-    if (void *memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void *memory, size_t) noexcept
-{
-    std::free(memory);
-}
 
 class MeterObjectTest : public QObject
 {

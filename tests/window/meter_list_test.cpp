@@ -3,14 +3,13 @@
 #include "gui/device_list_view.h"
 #include "meter/meter_item_delegate.h"
 #include "meter/meter_report.h"
+#include "support/allocation_count.h"
 #include "support/window_main.h"
 
 #include <QScrollBar>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
-#include <new>
 #include <set>
 
 namespace {
@@ -18,8 +17,6 @@ namespace {
 constexpr int COUNT = 1000;
 constexpr int CHANNELS = 8;
 constexpr int METER_ROLE = Qt::UserRole + 3;
-
-volatile size_t allocations = 0;
 
 // What has been painted: how often each row of each column.
 using Paints = std::map<int, std::map<int, int>>;
@@ -84,32 +81,6 @@ QByteArray peaks_of(int device, int round)
 }
 
 } // namespace
-
-// Counts what the program allocates.
-void *operator new(size_t size)
-{
-    allocations = allocations + 1;
-    if (void *memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-// The sanitizers want what is freed here to come from here: sorting allocates by this one.
-void *operator new(size_t size, const std::nothrow_t &) noexcept
-{
-    allocations = allocations + 1;
-    return std::malloc(size);
-}
-
-void operator delete(void *memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void *memory, size_t) noexcept
-{
-    std::free(memory);
-}
 
 class MeterListTest : public QObject
 {
