@@ -1,5 +1,5 @@
-// The panel over a thousand devices: selecting all of them, one report while all are selected, and
-// an edit of all.
+// The panel over a thousand devices: selecting all of them, one report while all are selected, an
+// edit of all, and their end.
 #include "bench_window.h"
 #include "gui/device_list_view.h"
 
@@ -46,6 +46,24 @@ void measure_confirm(Gui *gui)
     gui->discovery_timer.stop();
 }
 
+// A whole site goes at once, in a list that is sorted by status, and is then deleted.
+void measure_farewell(Gui *gui)
+{
+    gui->device_list->clearSelection();
+    const int status = static_cast<int>(gui->column_ids.size()) - 1;
+    gui->device_list->sortByColumn(status, Qt::DescendingOrder);
+    for (const auto &[id, device] : gui->devices) {
+        device->online = true;
+        device->last_seen = 0;
+        gui->update_device_properties(device);
+    }
+    measure("1,000 devices fall silent", 1, [gui](int) { gui->send_discovery_packets(); });
+    gui->discovery_timer.stop();
+    gui->device_list->sortByColumn(0, Qt::AscendingOrder);
+    gui->device_list->selectAll();
+    measure("delete 1,000 devices", 1, [gui](int) { gui->delete_selected_devices(); });
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -74,5 +92,6 @@ int main(int argc, char **argv)
     measure("end the edit", 1, [&gui](int) { gui->set_edit_mode(false); });
     measure_confirm(gui.get());
     measure("refresh of all rows", 200, [&gui](int) { gui->refresh_all_rows(); });
+    measure_farewell(gui.get());
     return 0;
 }
