@@ -216,11 +216,12 @@ void InboundPlay::press_assistant(int times)
     for (const auto &[id, device] : gui->devices) {
         if (!device->deppen_ass)
             continue;
-        for (auto *products : device->deppen_ass->findChildren<QComboBox *>())
+        DeppenAss *assistant = device->deppen_ass; // lives on when it has been closed
+        for (auto *products : assistant->findChildren<QComboBox *>())
             products->setCurrentIndex(times % products->count());
-        device->deppen_ass->on_next();
+        assistant->on_next();
         if (times == 4)
-            device->deppen_ass->on_back();
+            assistant->on_back();
         return;
     }
 }
