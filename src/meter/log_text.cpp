@@ -15,9 +15,9 @@ constexpr qsizetype FULL_CHARACTERS = 32 * 1024;
 constexpr int WORTH_MAKING_ROOM = 16;
 // From each line of a long word the toolkit looks for the word's end: one of 64 KB takes 150 ms.
 constexpr int LONGEST_WORD_WRAPPED = 8 * 1024;
-// A line is laid out anew with each piece that joins it: one of 250 KB takes 70 ms each time. No
-// message alone is as long as this.
-constexpr int LONGEST_LINE = 64 * 1024;
+// A line is laid out anew with each piece that joins it: one of 250 KB takes 70 ms each time. What
+// a slice brings at once stays together.
+constexpr int LONGEST_LINE = 8 * 1024;
 
 void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
 {
@@ -163,6 +163,14 @@ bool can_be_cut(const QString &text, int position)
     return !is_pair(text, position) && !text.at(position - 1).isHighSurrogate();
 }
 
+// Control characters and changes of the writing direction are laid out one by one.
+qsizetype cost_of(QChar letter)
+{
+    if (is_line_end(letter))
+        return 1 + LogAppender::LINE_COST;
+    return letter >= QLatin1Char(' ') && letter <= QLatin1Char('~') ? 1 : LogAppender::ODD_COST;
+}
+
 // How much of a fragment the rest of a slice takes; that rest becomes less, and maybe negative.
 // Echoes stay whole: behind an unfinished line their later lines are no more red than the first.
 int cut_position(const LogFragment &fragment, qsizetype &slice)
@@ -170,7 +178,7 @@ int cut_position(const LogFragment &fragment, qsizetype &slice)
     const QString &text = fragment.text;
     int end = 0;
     while (end < text.size() && (slice > 0 || fragment.highlighted || !can_be_cut(text, end)))
-        slice -= is_line_end(text.at(end++)) ? 1 + LogAppender::LINE_COST : 1;
+        slice -= cost_of(text.at(end++));
     return end;
 }
 } // namespace

@@ -25,9 +25,10 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
 class LogAppender
 {
 public:
-    // What one flush hands on: a character costs 1, a line end LINE_COST more, and a view, which
-    // paints itself afterwards, VIEW_COST.
+    // What one flush hands on: a character costs 1, one that is not ASCII text ODD_COST, a line end
+    // LINE_COST more than 1, and a view, which paints itself afterwards, VIEW_COST.
     static constexpr qsizetype SLICE = 64 * 1024;
+    static constexpr qsizetype ODD_COST = 16;
     static constexpr qsizetype LINE_COST = 15;
     static constexpr qsizetype VIEW_COST = SLICE / 2;
 
