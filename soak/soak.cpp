@@ -64,6 +64,15 @@ void rest(int ms)
     await([] { return false; }, ms);
 }
 
+// Wake-ups and child processes of the toolkit come and go by the moment; a leak of them would add
+// up.
+QStringList lasting_files(QStringList files)
+{
+    for (int i = 0; i < 4; ++i)
+        files.removeOne("anon_inode");
+    return files;
+}
+
 } // namespace
 
 Soak::Soak(const SoakPlan &its_plan)
@@ -220,7 +229,7 @@ void Soak::compare_holdings()
     WindowCase fresh;
     come_up(fresh);
     at_end = tidy_holdings();
-    expect(at_end.files == at_start.files,
+    expect(lasting_files(at_end.files) == lasting_files(at_start.files),
            "open files: " + at_end.files.join(' ') + ", before: " + at_start.files.join(' '));
     expect(at_end.heap < at_start.heap + MORE_HEAP, "memory has been lost");
     expect(most_resident < MOST_RESIDENT, "too much memory was in use");
