@@ -1,16 +1,19 @@
-# The three libraries enforce which way the code may look: rules see no window, widgets see no Gui.
-#   rules    free functions and plain structures      Qt Core, Network
-#   widgets  one class per pair                       rules + Qt Widgets
-#   window   the member files of Gui                  widgets
+# The libraries enforce which way the code may look: rules see no window, widgets see no Gui.
+#   rules     free functions and plain structures          Qt Core, Network
+#   services  one class per pair: sockets, files, timers   rules
+#   widgets   one class per pair                           services + Qt Widgets
+#   window    the member files of Gui                      widgets
 # Each folder under src/ adds its own files with target_sources.
-foreach(library rules widgets window)
+foreach(library rules services widgets window)
     add_library(${library} STATIC)
     target_include_directories(${library} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(${library} PUBLIC velmark_flags)
 endforeach()
 target_link_libraries(rules PUBLIC Qt5::Core Qt5::Network)
-target_link_libraries(widgets PUBLIC rules Qt5::Gui Qt5::Widgets)
+target_link_libraries(services PUBLIC rules)
+target_link_libraries(widgets PUBLIC services Qt5::Gui Qt5::Widgets)
 target_link_libraries(window PUBLIC widgets)
 target_precompile_headers(rules PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_core.h)
+target_precompile_headers(services REUSE_FROM rules)
 target_precompile_headers(widgets PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled_widgets.h)
 target_precompile_headers(window REUSE_FROM widgets)

@@ -3,7 +3,7 @@
 # network sends, with a right that its user does not have. Tests and benchmarks stay as they are;
 # the sanitizers bring guards of their own.
 if(NOT VELMARK_SANITIZE)
-    foreach(target rules widgets window simulator_core velmark-network-manager loudspeaker-simulator)
+    foreach(target rules services widgets window simulator_core velmark-network-manager loudspeaker-simulator)
         target_compile_options(${target} PRIVATE
             -fstack-protector-strong -fstack-clash-protection
             $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
