@@ -11,7 +11,7 @@ add_executable(make_stand_in_image
     ${PROJECT_SOURCE_DIR}/src/resources/firmware/make_stand_in_image.cpp
     ${PROJECT_SOURCE_DIR}/src/link/crc32.cpp)
 target_include_directories(make_stand_in_image PRIVATE ${PROJECT_SOURCE_DIR}/src)
-target_link_libraries(make_stand_in_image PRIVATE velmark_flags)
+target_link_libraries(make_stand_in_image PRIVATE velmark_flags ZLIB::ZLIB)
 set_target_properties(make_stand_in_image PROPERTIES AUTOMOC OFF AUTORCC OFF)
 add_custom_command(OUTPUT ${stand_in_image}
     COMMAND make_stand_in_image ${stand_in_image}

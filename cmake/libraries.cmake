@@ -1,15 +1,17 @@
-# The libraries enforce which way the code may look: rules see no window, widgets see no Gui.
-#   rules     free functions and plain structures          Qt Core, Network
-#   services  one class per pair: sockets, files, timers   rules
-#   widgets   one class per pair                           services + Qt Widgets
-#   window    the member files of Gui                      widgets
+# The libraries enforce which way the code may look: rules see no socket and no window, services see no
+# widget, widgets see no Gui.
+#   rules     free functions and plain structures              Qt Core, Network; zlib's checksum
+#   services  one class per pair, with sockets, files, timers  rules
+#   widgets   one class per pair                               services + Qt Widgets
+#   window    the member files of Gui                          widgets
 # Each folder under src/ adds its own files with target_sources.
+find_package(ZLIB REQUIRED)
 foreach(library rules services widgets window)
     add_library(${library} STATIC)
     target_include_directories(${library} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(${library} PUBLIC velmark_flags)
 endforeach()
-target_link_libraries(rules PUBLIC Qt5::Core Qt5::Network)
+target_link_libraries(rules PUBLIC Qt5::Core Qt5::Network PRIVATE ZLIB::ZLIB)
 target_link_libraries(services PUBLIC rules)
 target_link_libraries(widgets PUBLIC services Qt5::Gui Qt5::Widgets)
 target_link_libraries(window PUBLIC widgets)

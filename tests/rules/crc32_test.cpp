@@ -2,7 +2,24 @@
 #include "link/crc32.h"
 #include "support/vectors.h"
 
+#include <QRandomGenerator>
 #include <QtTest>
+
+namespace {
+
+// The definition: what devices compute, bit by bit.
+uint32_t bit_loop(uint32_t seed, const std::vector<uint8_t> &bytes)
+{
+    uint32_t remainder = ~seed;
+    for (const uint8_t byte : bytes) {
+        remainder ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            remainder = (remainder >> 1) ^ ((remainder & 1) != 0 ? 0xEDB88320U : 0U);
+    }
+    return ~remainder;
+}
+
+} // namespace
 
 class Crc32Test : public QObject
 {
@@ -35,6 +52,25 @@ private slots:
     void the_nine_digits_give_the_check_value()
     {
         QCOMPARE(crc32(0, reinterpret_cast<const uint8_t *>("123456789"), 9), 0xCBF43926U);
+    }
+
+    // All lengths up to 300 and some beyond, so that every tail behind whole words is met, each at
+    // each alignment.
+    void any_seed_and_bytes_give_what_the_bit_loop_gives()
+    {
+        QRandomGenerator random(32);
+        std::vector<uint8_t> bytes;
+        for (size_t size = 0; size < 70000; size += size < 300 ? 1 : size / 3) {
+            for (size_t offset = 0; offset < 8 && offset <= size; ++offset) {
+                bytes.resize(size);
+                std::generate(bytes.begin(), bytes.end(),
+                              [&random] { return static_cast<uint8_t>(random.bounded(256)); });
+                const uint32_t seed = random.generate();
+                const std::vector<uint8_t> part(bytes.begin() + static_cast<ptrdiff_t>(offset),
+                                                bytes.end());
+                QCOMPARE(crc32(seed, bytes.data() + offset, size - offset), bit_loop(seed, part));
+            }
+        }
     }
 
     void a_sum_may_be_continued_at_any_byte()
