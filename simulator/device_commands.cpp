@@ -2,6 +2,7 @@
 #include "simulator/device_commands.h"
 
 #include "simulator/loudspeaker_state.h"
+#include "simulator/param_rules.h"
 
 namespace {
 
@@ -10,24 +11,28 @@ constexpr int COMMANDS_KEPT = 1000;
 struct CommandRow
 {
     const char *command = "";
-    void (*run)(SimulatedDevice &device, const QJsonObject &command) = nullptr;
+    // Returns why the device refuses.
+    QString (*run)(SimulatedDevice &device, const QJsonObject &command) = nullptr;
 };
 
-void set_params(SimulatedDevice &device, const QJsonObject &command)
+QString set_params(SimulatedDevice &device, const QJsonObject &command)
 {
-    apply_set_params(device.state, command, device.random);
+    const QString refusal = apply_set_params(device.state, command, device.random);
     device.state_changed();
+    return refusal;
 }
 
-void blink_leds(SimulatedDevice &device, const QJsonObject & /*command*/)
+QString blink_leds(SimulatedDevice &device, const QJsonObject & /*command*/)
 {
     ++device.counters.blinks;
+    return {};
 }
 
-void sap_purge(SimulatedDevice &device, const QJsonObject & /*command*/)
+QString sap_purge(SimulatedDevice &device, const QJsonObject & /*command*/)
 {
     merge_members(device.state, {{"streams", QJsonObject{{"list", QJsonArray()}}}});
     device.state_changed();
+    return {};
 }
 
 constexpr CommandRow COMMANDS[] = {
@@ -35,6 +40,14 @@ constexpr CommandRow COMMANDS[] = {
     {.command = "blink_leds", .run = blink_leds},
     {.command = "sap_purge", .run = sap_purge},
 };
+
+QString run_command(SimulatedDevice &device, const QString &name, const QJsonObject &command)
+{
+    for (const CommandRow &row : COMMANDS)
+        if (name == QLatin1String(row.command))
+            return row.run(device, command);
+    return "unknown command";
+}
 
 void count_command(DeviceCounters &counters, const QJsonObject &command)
 {
@@ -52,20 +65,24 @@ QJsonObject answer_command(SimulatedDevice &device, const QJsonObject &command)
     QJsonObject reply{{"command", name}, {"device_id", device.device_id()}, {"status", "ok"}};
     if (command.contains("seq"))
         reply.insert("seq", command.value("seq"));
-    for (const CommandRow &row : COMMANDS) {
-        if (name != QLatin1String(row.command))
-            continue;
-        row.run(device, command);
-        return reply;
+    const QString refusal = run_command(device, name, command);
+    if (!refusal.isEmpty()) {
+        reply.insert("status", "error");
+        reply.insert("error", refusal);
     }
-    reply.insert("status", "error");
-    reply.insert("error", "unknown command");
     return reply;
 }
 
 QJsonObject answer_garbage(const SimulatedDevice &device)
 {
     return {{"device_id", device.device_id()}, {"status", "error"}, {"error", "invalid JSON"}};
+}
+
+QJsonObject answer_oversize(const SimulatedDevice &device, int size)
+{
+    return {{"device_id", device.device_id()},
+            {"status", "error"},
+            {"error", QString("%1 bytes, and at most %2 are read").arg(size).arg(LARGEST_COMMAND)}};
 }
 
 bool is_from_device(const QJsonObject &object)

@@ -2,6 +2,7 @@
 #include "simulator/device_faults.h"
 
 #include "simulator/loudspeaker_state.h"
+#include "simulator/param_rules.h"
 
 #include <climits>
 #include <utility>
@@ -75,7 +76,12 @@ QString set_state(SimulatedDevice &device, MemberReader &request)
     const QString error = request.finish();
     if (!error.isEmpty())
         return error;
-    merge_members(device.state, changes);
+    QJsonObject changed = device.state;
+    merge_members(changed, changes);
+    const QString refusal = report_refusal(changed);
+    if (!refusal.isEmpty())
+        return refusal;
+    device.state = changed;
     device.state_changed();
     return {};
 }

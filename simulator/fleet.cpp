@@ -2,6 +2,7 @@
 #include "simulator/fleet.h"
 
 #include "simulator/loudspeaker_state.h"
+#include "simulator/param_rules.h"
 
 #include <algorithm>
 #include <net/if.h>
@@ -48,6 +49,11 @@ QString Fleet::add_addresses()
         index_address(*devices.back(), plan.address);
         devices.back()->report(); // kept: the first answers leave as fast as all others
         addresses.push_back(plan.address);
+    }
+    for (const auto &device : devices) {
+        const QString refusal = report_refusal(device->state);
+        if (!refusal.isEmpty())
+            return QString("device %1: %2").arg(device->index + 1).arg(refusal);
     }
     if (options.interface.isEmpty())
         return {};

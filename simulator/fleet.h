@@ -63,14 +63,16 @@ private:
     void on_device_packets();
     void handle_packet(const ReceivedPacket &packet);
     void handle_broadcast(const QJsonObject &object, const ReceivedPacket &packet);
-    void handle_unicast(SimulatedDevice &device, const QJsonDocument &document, uint32_t from);
+    void handle_unicast(SimulatedDevice &device, const QJsonDocument &document,
+                        const ReceivedPacket &packet);
+    void refuse(SimulatedDevice &device, const QJsonObject &reply, uint32_t to);
     void hear_request(SimulatedDevice &device, const QJsonObject &request, uint32_t from);
     void hear_command(SimulatedDevice &device, const QJsonObject &command, uint32_t from);
     bool hears(SimulatedDevice &device);
     void send_report(SimulatedDevice &device, uint32_t to);
     void send_reply(SimulatedDevice &device, const QJsonObject &reply, uint32_t to);
     void change_visible_value(SimulatedDevice &device);
-    // False when the datagram was lost on purpose.
+    // False when the datagram was lost on purpose, or fits no datagram, which makes an event.
     bool send(SimulatedDevice &device, uint32_t to, uint16_t port, const QByteArray &bytes);
     void reboot(SimulatedDevice &device);
     void boot(SimulatedDevice &device);

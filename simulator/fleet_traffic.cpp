@@ -3,6 +3,7 @@
 #include "simulator/fleet.h"
 #include "simulator/fleet_mix.h"
 #include "simulator/loudspeaker_state.h"
+#include "simulator/param_rules.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -51,7 +52,7 @@ void Fleet::handle_packet(const ReceivedPacket &packet)
     }
     for (SimulatedDevice *device : receivers)
         if (hears(*device))
-            handle_unicast(*device, document, packet.from);
+            handle_unicast(*device, document, packet);
 }
 
 // Only the request for reports is meant for all.
@@ -65,15 +66,26 @@ void Fleet::handle_broadcast(const QJsonObject &object, const ReceivedPacket &pa
             hear_request(*device, object, packet.from);
 }
 
-void Fleet::handle_unicast(SimulatedDevice &device, const QJsonDocument &document, uint32_t from)
+void Fleet::handle_unicast(SimulatedDevice &device, const QJsonDocument &document,
+                           const ReceivedPacket &packet)
 {
     const QJsonObject object = document.object();
-    if (!document.isObject())
-        send_reply(device, answer_garbage(device), from);
+    if (packet.size > LARGEST_COMMAND && !is_from_device(object))
+        refuse(device, answer_oversize(device, packet.size), packet.from);
+    else if (!document.isObject())
+        send_reply(device, answer_garbage(device), packet.from);
     else if (object.value("command").toString() == "device_info")
-        hear_request(device, object, from);
+        hear_request(device, object, packet.from);
     else if (!is_from_device(object))
-        hear_command(device, object, from);
+        hear_command(device, object, packet.from);
+}
+
+// A person at the fleet would look for the reason at the manager otherwise.
+void Fleet::refuse(SimulatedDevice &device, const QJsonObject &reply, uint32_t to)
+{
+    report_event("refused", device,
+                 {{"command", reply.value("command")}, {"error", reply.value("error")}});
+    send_reply(device, reply, to);
 }
 
 bool Fleet::hears(SimulatedDevice &device)
@@ -109,7 +121,10 @@ void Fleet::hear_command(SimulatedDevice &device, const QJsonObject &command, ui
     if (command.value("logging").isObject())
         device.log_listener = from;
     follow_logging(device);
-    send_reply(device, reply, from);
+    if (reply.value("status").toString() == "ok")
+        send_reply(device, reply, from);
+    else
+        refuse(device, reply, from);
 }
 
 void Fleet::send_report(SimulatedDevice &device, uint32_t to)
@@ -155,6 +170,10 @@ bool Fleet::send(SimulatedDevice &device, uint32_t to, uint16_t port, const QByt
 {
     if (!device.is_reachable() || device.random.happens(device.faults.loss_out))
         return false;
+    if (bytes.size() > PacketSocket::LARGEST_PAYLOAD) {
+        report_event("too_large", device, {{"bytes", bytes.size()}});
+        return false;
+    }
     device_socket.queue({.from = device.address, .to = to, .to_port = port, .bytes = bytes});
     return true;
 }

@@ -4,6 +4,7 @@
 #include "model/json_path.h"
 #include "model/meta.h"
 #include "simulator/fleet_mix.h"
+#include "simulator/param_rules.h"
 #include "simulator/property_values.h"
 
 #include <QHostAddress>
@@ -208,15 +209,18 @@ void merge_members(QJsonObject &target, const QJsonObject &changes)
     }
 }
 
-void apply_set_params(QJsonObject &state, const QJsonObject &command, RandomSource &random)
+QString apply_set_params(QJsonObject &state, const QJsonObject &command, RandomSource &random)
 {
+    QJsonObject changed = state;
     const int32_t product_id = chosen_product(state, command);
     if (product_id != 0)
-        become_product(state, product_id, random);
-
-    QJsonObject changes = command;
-    for (const char *fixed : {"command", "seq", "api_version", "add_crc", "metering", "product",
-                              "product_id", "device_id", "firmware_version", "fw_magic"})
-        changes.remove(QLatin1String(fixed));
-    merge_members(state, changes);
+        become_product(changed, product_id, random);
+    const ParamCheck check = check_params(command, changed.value("product_id").toInt());
+    if (!check.refusal.isEmpty())
+        return check.refusal;
+    merge_members(changed, check.taken);
+    const QString refusal = report_refusal(changed);
+    if (refusal.isEmpty())
+        state = changed;
+    return refusal;
 }

@@ -17,10 +17,10 @@ void set_state_address(QJsonObject &state, uint32_t address);
 // Stores the members of `changes` in `target`, going down where both sides hold an object.
 void merge_members(QJsonObject &target, const QJsonObject &changes);
 
-// What "set_params" may change: everything but the envelope, the identity and the firmware. A
-// product can be chosen only while there is none; the state is then made anew for it, keeping
-// names and network.
-void apply_set_params(QJsonObject &state, const QJsonObject &command, RandomSource &random);
+// Carries out a "set_params": what check_params takes is stored. A product can be chosen only while
+// there is none; the state is then made anew for it, keeping names and network. Returns why the
+// device refuses the command; then nothing of it is stored.
+QString apply_set_params(QJsonObject &state, const QJsonObject &command, RandomSource &random);
 
 // The module type of a product, which its firmware images carry.
 uint32_t usual_fw_magic(int32_t product_id);

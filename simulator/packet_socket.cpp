@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr size_t BATCH = PacketSocket::BATCH;
 constexpr size_t LARGEST_DATAGRAM = 65536;
 constexpr int BUFFER_SIZE = 8 * 1024 * 1024;
 

@@ -11,6 +11,7 @@
 #include <QUdpSocket>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -131,6 +132,14 @@ private:
             if (line.value(QLatin1String(member)) == value)
                 return line;
         return {};
+    }
+
+    int events(const char *event) const
+    {
+        return static_cast<int>(
+            std::count_if(lines.begin(), lines.end(), [event](const auto &line) {
+                return line.value("event") == QLatin1String(event);
+            }));
     }
 
     QJsonObject ask(QJsonObject request)
@@ -276,6 +285,44 @@ private slots:
         QCOMPARE(ids.size(), DEVICES);
         for (const Heard &one : heard)
             QVERIFY(one.has_checksum && one.is_right);
+    }
+
+    void what_a_device_refuses_makes_an_event_and_it_goes_on()
+    {
+        const QHostAddress address("10.71.0.10");
+        const QString text = QString("x").repeated(40'000);
+        for (const QJsonObject &ui : {QJsonObject{{"name", text}}, QJsonObject{{"memo", text}},
+                                      QJsonObject{{"memo", "x"}, {"colour", "red"}}}) {
+            const QJsonObject command{{"command", "set_params"}, {"seq", 1}, {"ui", ui}};
+            send("10.71.0.10", QJsonDocument(command).toJson(QJsonDocument::Compact));
+        }
+        QTRY_COMPARE(count(address, &Heard::is_reply), 3);
+        for (const Heard &one : heard_from(address))
+            if (one.is_reply())
+                QCOMPARE(one.object.value("status").toString(), QString("error"));
+        QTRY_COMPARE(events("refused"), 3);
+        request_reports("10.71.0.10");
+        QTRY_COMPARE(count(address, &Heard::is_report), 1);
+        QVERIFY(last_report(address).value("ui").toObject().value("memo") != "x");
+    }
+
+    // Whoever switches the faults may ask for what fits no datagram.
+    void a_state_that_fits_no_report_is_refused()
+    {
+        const QJsonObject state{{"ui", QJsonObject{{"memo", QString("x").repeated(66'000)}}}};
+        QVERIFY(ask({{"fault", "set"}, {"device", 0}, {"state", state}})
+                    .value("error")
+                    .toString()
+                    .contains("datagram"));
+        request_reports("10.71.0.10");
+        QTRY_COMPARE(count(QHostAddress("10.71.0.10"), &Heard::is_report), 1);
+    }
+
+    void bytes_that_fit_no_datagram_make_an_event()
+    {
+        const QByteArray bytes(66'000, 'x');
+        fault(0, "send_raw", {{"base64", QString::fromLatin1(bytes.toBase64())}});
+        QTRY_COMPARE(events("too_large"), 1);
     }
 
     void answers_can_be_spread()

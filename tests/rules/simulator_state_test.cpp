@@ -5,6 +5,7 @@
 #include "simulator/device_commands.h"
 #include "simulator/fleet_mix.h"
 #include "simulator/loudspeaker_state.h"
+#include "simulator/param_rules.h"
 #include "simulator/simulated_device.h"
 
 #include <QJsonDocument>
@@ -217,6 +218,82 @@ private slots:
                                 {"product_id", 7},
                                 {"fw_magic", 1},
                                 {"firmware_version", "x"}}));
+        QCOMPARE(device.state, before);
+    }
+
+    void a_command_with_what_no_device_takes_is_refused_whole_data()
+    {
+        QTest::addColumn<QJsonObject>("params");
+        const QString long_text = QString("x").repeated(40'000);
+        const auto inside = [](const char *name, QJsonObject members) {
+            return QJsonObject{{name, members}};
+        };
+        QTest::newRow("a name of 40 KB") << inside("ui", {{"name", long_text}});
+        QTest::newRow("a name of 128 bytes")
+            << inside("ui", {{"name", QString("x").repeated(128)}});
+        QTest::newRow("a text without a bound of 40 KB")
+            << inside("stream_tx", {{"name", long_text}});
+        QTest::newRow("a member that nobody knows") << QJsonObject{{"colour", "red"}};
+        QTest::newRow("a nested member that nobody knows") << inside("ui", {{"colour", "red"}});
+        QTest::newRow("a slash in a name") << QJsonObject{{"ui/memo", "red"}};
+        QTest::newRow("what the product lacks") << inside("stream_tx", {{"ch7", 1}});
+        QTest::newRow("what only reports tell") << inside("rtp", {{"lock", 3}});
+        QTest::newRow("a number for a text") << inside("ui", {{"memo", 5}});
+        QTest::newRow("a list for a choice") << inside("stream", {{"name", QJsonArray{1}}});
+        QTest::newRow("no choice") << inside("dsp", {{"level", 7}});
+        QTest::newRow("a number out of range") << inside("dsp", {{"delay", 936}});
+        QTest::newRow("a text for logging") << inside("logging", {{"en", "yes"}});
+        QTest::newRow("null") << inside("ui", {{"name", QJsonValue::Null}});
+    }
+
+    void a_command_with_what_no_device_takes_is_refused_whole()
+    {
+        QFETCH(QJsonObject, params);
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QJsonObject before = device.state;
+        merge_members(params, {{"dsp", QJsonObject{{"mute", true}}}});
+        const QJsonObject reply = answer_command(device, command("set_params", params));
+        QCOMPARE(reply.value("status").toString(), QString("error"));
+        QVERIFY(!reply.value("error").toString().isEmpty());
+        QCOMPARE(device.state, before);
+    }
+
+    // What the equaliser's curve writes: a shelf has a q of 0.
+    void numbers_of_the_equaliser_may_leave_their_rows_bounds()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QJsonObject eq{{"eq0", QJsonObject{{"q", 0}, {"type", 1}}}};
+        const QJsonObject reply = answer_command(device, command("set_params", {{"dsp", eq}}));
+        QCOMPARE(reply.value("status").toString(), QString("ok"));
+        QCOMPARE(at(device.state, {"dsp", "eq0", "q"}), QJsonValue(0));
+    }
+
+    // A backup restores them all in one command.
+    void every_property_that_can_be_written_is_taken_as_it_is()
+    {
+        for (const ProductDesc &product : product_table) {
+            SimulatedDevice device(0, {.product_id = product.product_id}, 3);
+            QJsonObject params;
+            for (const auto &[key, desc] : product.properties) {
+                const QJsonValue value = at(device.state, desc.path);
+                if ((desc.flags & PF_READONLY) == 0 && key != "product_id" && !value.isUndefined())
+                    json_set_path(params, desc.path, value);
+            }
+            const QJsonObject reply = answer_command(device, command("set_params", params));
+            QVERIFY2(reply.value("status").toString() == "ok",
+                     qPrintable(reply.value("error").toString()));
+        }
+    }
+
+    void no_report_outgrows_a_datagram()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        QVERIFY(report_refusal(device.state).isEmpty());
+        device.state.insert("more", QString("x").repeated(LARGEST_REPORT));
+        QVERIFY(!report_refusal(device.state).isEmpty());
+        const QJsonObject before = device.state;
+        const QJsonObject mute{{"mute", !at(before, {"dsp", "mute"}).toBool()}};
+        answer_command(device, command("set_params", {{"dsp", mute}}));
         QCOMPARE(device.state, before);
     }
 
