@@ -2,12 +2,12 @@
 // worth of reports, and a print that puts every figure beside its reference.
 #pragma once
 
-#include "gui/gui.h"
 #include "gui/program_names.h"
 #include "link/crc32.h"
 #include "measure.h"
 #include "model/meta.h"
 #include "support/private_network.h"
+#include "support/window_handle.h"
 
 #include <QApplication>
 #include <QJsonArray>
@@ -33,10 +33,10 @@ inline void start_bench_process()
 }
 
 // A window with a fresh settings folder.
-inline std::unique_ptr<Gui> make_bench_window(const QString &folder)
+inline std::unique_ptr<WindowHandle> make_bench_window(const QString &folder)
 {
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder);
-    auto gui = std::make_unique<Gui>();
+    auto gui = std::make_unique<WindowHandle>();
     gui->resize(1900, 1000);
     return gui;
 }

@@ -21,11 +21,11 @@ struct Load
 };
 
 // First how much it computes, unwatched; then how long it is deaf to its operator.
-Load measure(Gui &gui, int seconds)
+Load measure(WindowHandle &gui, int seconds)
 {
     Load load;
     QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, &gui, [&gui, &load] {
+    QObject::connect(&watch, &QTimer::timeout, &gui.widget(), [&gui, &load] {
         load.flickers = std::max(load.flickers, offline_count(gui));
     });
     watch.start(100);
@@ -33,7 +33,7 @@ Load measure(Gui &gui, int seconds)
     const double memory = resident_megabytes();
     load.stalls = stalls_while_running(seconds / 2.0);
     load.memory_growth = resident_megabytes() - memory;
-    load.online = static_cast<int>(gui.devices.size()) - offline_count(gui);
+    load.online = static_cast<int>(gui.all_devices().size()) - offline_count(gui);
     return load;
 }
 
@@ -52,15 +52,15 @@ void bench_fleet(int count, int seconds)
                 seconds);
     SimulatedFleet fleet({"--count", QString::number(count), "--metering-rate", "10"});
     QTemporaryDir folder;
-    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     gui->show();
     if (!await_fleet(*gui, count))
         return;
     measure(*gui, 2);
     print("nothing visible changes", measure(*gui, seconds), "at most 25 %");
-    gui->search_combo->setEditText("stage");
+    gui->search_box()->setEditText("stage");
     print("with a search text set", measure(*gui, seconds), "at most 25 %");
-    gui->search_combo->setEditText("");
+    gui->search_box()->setEditText("");
     fleet.ask({{"options", QJsonObject{{"reports_change", 10}}}});
     print("one report in ten changes a cell", measure(*gui, seconds), "at most 40 %");
 }
@@ -71,24 +71,24 @@ void bench_burst(int count)
     std::printf("%d reports in one burst\n", count);
     SimulatedFleet fleet({"--count", QString::number(count), "--metering-rate", "0", "--burst"});
     QTemporaryDir folder;
-    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     gui->show();
     if (!await_fleet(*gui, count))
         return;
-    gui->discovery_timer.stop();
+    gui->discovery_timer().stop();
     QElapsedTimer elapsed;
     elapsed.start();
     while (!elapsed.hasExpired(600))
         QApplication::processEvents(QEventLoop::AllEvents, 10);
-    for (const auto &[id, device] : gui->devices)
+    for (const auto &[id, device] : gui->all_devices())
         device->last_seen = 0;
-    gui->send_discovery_packets();
-    gui->discovery_timer.stop();
+    gui->discover();
+    gui->discovery_timer().stop();
     elapsed.start();
     while (!elapsed.hasExpired(1500))
         QApplication::processEvents(QEventLoop::AllEvents, 10);
     int received = 0;
-    for (const auto &[id, device] : gui->devices)
+    for (const auto &[id, device] : gui->all_devices())
         received += device->last_seen != 0;
     std::printf("  %d of %d received\n", received, count);
 }

@@ -1,8 +1,8 @@
 // How much work a fleet is to the process that hears it: CPU time, stalls, datagrams, memory.
 #pragma once
 
-#include "gui/gui.h"
 #include "measure.h"
+#include "support/window_handle.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -34,25 +34,25 @@ inline double received_datagrams()
     return 0;
 }
 
-inline int offline_count(const Gui &gui)
+inline int offline_count(const WindowHandle &gui)
 {
     int count = 0;
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         count += !device->online;
     return count;
 }
 
-inline bool await_fleet(Gui &gui, int count)
+inline bool await_fleet(WindowHandle &gui, int count)
 {
     QElapsedTimer elapsed;
     elapsed.start();
     while (!elapsed.hasExpired(60000)) {
         QApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
-        if (static_cast<int>(gui.devices.size()) == count && offline_count(gui) == 0)
+        if (static_cast<int>(gui.all_devices().size()) == count && offline_count(gui) == 0)
             return true;
     }
     std::fprintf(stderr, "%d of %d devices known, %d of them offline\n",
-                 static_cast<int>(gui.devices.size()), count, offline_count(gui));
+                 static_cast<int>(gui.all_devices().size()), count, offline_count(gui));
     return false;
 }
 

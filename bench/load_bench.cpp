@@ -131,7 +131,7 @@ void run_floor(int seconds, Row &row)
 
 void run_manager(SimulatedFleet &fleet, const QString &folder, int seconds, Row &row)
 {
-    std::unique_ptr<Gui> gui = make_bench_window(folder);
+    std::unique_ptr<WindowHandle> gui = make_bench_window(folder);
     gui->show();
     row.empty_memory = resident_megabytes();
     if (!await_fleet(*gui, row.devices))
@@ -171,7 +171,7 @@ void measure_start_and_close(const char *program, const QString &folder, Row &ro
 
 void start_and_close(const QString &folder)
 {
-    std::unique_ptr<Gui> gui = make_bench_window(folder);
+    std::unique_ptr<WindowHandle> gui = make_bench_window(folder);
     gui->show();
     QApplication::processEvents();
     const double started = cpu_seconds();
@@ -187,7 +187,7 @@ void run_manager_alone(int devices, int seconds)
     SimulatedFleet fleet({"--count", QString::number(devices)});
     if (devices > MOST_NEIGHBOURS)
         route_by_the_first_device();
-    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     gui->show();
     if (await_fleet(*gui, devices))
         run_for(seconds);

@@ -2,6 +2,7 @@
 // window's text alone, then the program with 20 log windows, fed by datagrams over the loopback.
 #include "bench_window.h"
 
+#include "link/datagram.h"
 #include "meter/log_stream.h"
 #include "meter/log_text.h"
 
@@ -224,7 +225,7 @@ QByteArray log_datagram(const Device &device, uint32_t position, const QByteArra
 struct Program
 {
     QTemporaryDir folder;
-    std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     std::vector<Device *> devices = {};
     QUdpSocket sender;
     double worst_turn = 0; // CPU ms of the longest turn of the event loop
@@ -234,11 +235,11 @@ struct Program
         for (int number = 0; number < 20; ++number) {
             QJsonObject report = bench_report(number);
             report.insert("logging", QJsonObject{{"en", true}});
-            gui->handle_device_packet(bench_address(number), report, true, gui->current_network);
+            gui->report(bench_address(number), report, true, gui->network());
             devices.push_back(gui->find_device(report.value("device_id").toString()));
             gui->open_log(devices.back());
         }
-        gui->discovery_timer.stop();
+        gui->discovery_timer().stop();
         settle();
     }
 
@@ -272,7 +273,7 @@ struct Program
         quiet.start();
         while (!quiet.hasExpired(100)) {
             turn();
-            if (!gui->log_appender.is_empty())
+            if (!gui->are_logs_shown())
                 quiet.restart();
         }
     }

@@ -3,6 +3,7 @@
 #include "bench_window.h"
 
 #include "gui/device_list_view.h"
+#include "link/datagram.h"
 #include "link/packet_kind.h"
 #include "meter/meter_item_delegate.h"
 #include "meter/meter_object.h"
@@ -191,24 +192,24 @@ void bench_tick(int repeats)
 }
 
 // The program's own list: its tick beside one that updates the meter cell of every row.
-void bench_program_tick(Gui &gui, const char *what, int repeats)
+void bench_program_tick(WindowHandle &gui, const char *what, int repeats)
 {
-    const auto column_id = std::find(gui.column_ids.begin(), gui.column_ids.end(), "meter");
-    const int column = static_cast<int>(column_id - gui.column_ids.begin());
+    const auto column_id = std::find(gui.column_ids().begin(), gui.column_ids().end(), "meter");
+    const int column = static_cast<int>(column_id - gui.column_ids().begin());
     const auto our_tick = [&gui] {
-        gui.on_meter_tick();
+        gui.meter_tick();
         QApplication::processEvents();
     };
     const auto plain_tick = [&gui, column] {
-        for (const auto &[id, device] : gui.devices)
+        for (const auto &[id, device] : gui.all_devices())
             device->meter.tick();
-        for (int row = 0; row < gui.device_model.rowCount(); ++row)
-            gui.device_list->update(gui.device_model.index(row, column));
+        for (int row = 0; row < gui.model().rowCount(); ++row)
+            gui.view()->update(gui.model().index(row, column));
         QApplication::processEvents();
     };
     our_tick();
     const size_t before = allocations;
-    gui.on_meter_tick();
+    gui.meter_tick();
     const size_t allocated = allocations - before;
     QApplication::processEvents();
     print(what, compare(repeats, our_tick, plain_tick));
@@ -222,7 +223,7 @@ struct HostileFrame
 };
 
 // What a frame costs from the bytes to the repainted cell.
-void bench_hostile_frames(Gui &gui)
+void bench_hostile_frames(WindowHandle &gui)
 {
     const std::vector<HostileFrame> frames = {
         {"30,000 entries", "[" + QByteArray("1,").repeated(29999) + "1]"},
@@ -232,13 +233,13 @@ void bench_hostile_frames(Gui &gui)
         {"huge numbers", "[" + QByteArray("1e300,").repeated(9999) + "-1e300]"},
         {"a number of 60,000 digits", "[" + QByteArray(60000, '9') + "]"},
     };
-    const QByteArray id = gui.devices.begin()->first.toUtf8();
+    const QByteArray id = gui.all_devices().begin()->first.toUtf8();
     for (const HostileFrame &frame : frames) {
         const QByteArray bytes = "{\"command\":\"broadcast_info\",\"device_id\":\"" + id
             + "\",\"metering\":{\"channel_peaks\":" + frame.peaks + "}}";
         const auto take = [&gui, &bytes] {
-            gui.handle_datagram(bench_address(0), bytes);
-            gui.on_meter_tick();
+            gui.deliver(bench_address(0), bytes);
+            gui.meter_tick();
             QApplication::processEvents();
         };
         std::printf("a frame with %-28s %9.3f ms with its tick and painting (at most 50)\n",
@@ -249,18 +250,18 @@ void bench_hostile_frames(Gui &gui)
 void bench_program(int repeats)
 {
     QTemporaryDir folder;
-    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     for (int number = 0; number < DEVICES; ++number) {
         const QJsonObject report = bench_report(number);
-        gui->handle_device_packet(bench_address(number), report, true, gui->current_network);
+        gui->report(bench_address(number), report, true, gui->network());
         Device *device = gui->find_device(report.value("device_id").toString());
         std::vector<float> peaks;
         for (int channel = 0; channel < CHANNELS; ++channel)
             peaks.push_back(static_cast<float>((number * 7 + channel * 11) % 71));
         device->meter.set_levels(peaks, {});
     }
-    gui->meter_timer.stop();
-    gui->discovery_timer.stop();
+    gui->meter_timer().stop();
+    gui->discovery_timer().stop();
     gui->show();
     for (int turn = 0; turn < 100; ++turn)
         QApplication::processEvents(QEventLoop::AllEvents, 10);

@@ -68,29 +68,28 @@ double floor_per_datagram(const std::vector<QByteArray> &datagrams, int rounds)
     return seconds * 1e6 / taken;
 }
 
-double manager_per_datagram(Gui &gui, const std::vector<QByteArray> &datagrams, int rounds)
+double manager_per_datagram(WindowHandle &gui, const std::vector<QByteArray> &datagrams, int rounds)
 {
     double seconds = 0;
     for (int round = 0; round < rounds; ++round) {
         send_all(datagrams, DEVICE_PORT);
         const double start = cpu_seconds();
-        while (gui.listen_socket.hasPendingDatagrams() || gui.send_socket.hasPendingDatagrams())
-            gui.on_packet();
+        while (gui.listen_socket().hasPendingDatagrams() || gui.send_socket().hasPendingDatagrams())
+            gui.drain();
         seconds += cpu_seconds() - start;
     }
     return seconds * 1e6 / (rounds * static_cast<double>(datagrams.size()));
 }
 
 // All devices speak from the loopback address here, or each report would move its device.
-void fill(Gui &gui)
+void fill(WindowHandle &gui)
 {
     for (int i = 0; i < FLEET; ++i)
-        gui.handle_device_packet(QHostAddress(QHostAddress::LocalHost), bench_report(i), true,
-                                 gui.current_network);
+        gui.report(QHostAddress(QHostAddress::LocalHost), bench_report(i), true, gui.network());
     pass_time(300);
 }
 
-void bench_reports(Gui &gui, int rounds)
+void bench_reports(WindowHandle &gui, int rounds)
 {
     // Two sets that differ in what no column shows, as a device's counters do.
     std::vector<QByteArray> datagrams[2];
@@ -111,38 +110,37 @@ void bench_reports(Gui &gui, int rounds)
                  "receive, checksum and parse");
 }
 
-void bench_changed_cell(Gui &gui, int rounds)
+void bench_changed_cell(WindowHandle &gui, int rounds)
 {
     std::printf("one changed visible cell at %d rows\n", FLEET);
-    const int measured = gui.device_list->measurements();
+    const int measured = gui.view()->measurements();
     const QHostAddress address(QHostAddress::LocalHost);
     QElapsedTimer wall;
     wall.start();
     const double start = cpu_seconds();
     for (int i = 0; i < rounds; ++i) {
-        gui.handle_device_packet(address, bench_report(i % FLEET, 1 + i / FLEET), true,
-                                 gui.current_network);
+        gui.report(address, bench_report(i % FLEET, 1 + i / FLEET), true, gui.network());
         QApplication::processEvents();
     }
     const double each = (cpu_seconds() - start) * 1e6 / rounds;
     const double frames = static_cast<double>(wall.elapsed()) / 16.0;
     const double unchanged = cpu_microseconds(rounds, [&gui, &address] {
-        gui.handle_device_packet(address, bench_report(1, 1), true, gui.current_network);
+        gui.report(address, bench_report(1, 1), true, gui.network());
         QApplication::processEvents();
     });
     print_figure("changed cell, with painting", each, "us", unchanged, "an unchanged report");
     std::printf("  %-44s %9.2f (at most 1)\n", "rounds of measuring per frame of 16 ms",
-                (gui.device_list->measurements() - measured) / 7.0 / frames);
+                (gui.view()->measurements() - measured) / 7.0 / frames);
 }
 
-void bench_lost_fleet(Gui &gui)
+void bench_lost_fleet(WindowHandle &gui)
 {
     std::printf("%d devices go offline in one pass\n", FLEET);
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         device->last_seen = 1;
     QApplication::processEvents();
     const double start = cpu_seconds();
-    gui.send_discovery_packets();
+    gui.discover();
     const double pass = (cpu_seconds() - start) * 1e3;
     pass_time(40);
     const double painted = (cpu_seconds() - start) * 1e3;
@@ -185,7 +183,7 @@ void show_our_window()
     QTemporaryDir folder;
     register_resources();
     build_catalogue();
-    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     gui->show();
     QApplication::processEvents();
 }
@@ -201,10 +199,10 @@ void bench_empty_start(const char *program, int rounds)
 
 // Reads the cache, merges every report and makes the same rows as a full list has, item by item,
 // sorted once at the end.
-double plain_rows_milliseconds(Gui &gui)
+double plain_rows_milliseconds(WindowHandle &gui)
 {
     const double start = cpu_seconds();
-    QFile file(gui.cache_path);
+    QFile file(gui.cache_path());
     if (!file.open(QIODevice::ReadOnly))
         qFatal("no cache");
     const QJsonArray cached
@@ -217,17 +215,17 @@ double plain_rows_milliseconds(Gui &gui)
     }
     QTreeView view;
     QStandardItemModel model;
-    model.setColumnCount(gui.device_model.columnCount());
+    model.setColumnCount(gui.model().columnCount());
     model.setSortRole(258);
     view.setUniformRowHeights(true);
     view.setModel(&model);
     for (int column = 0; column < model.columnCount(); ++column)
-        view.setColumnHidden(column, gui.device_list->isColumnHidden(column));
+        view.setColumnHidden(column, gui.view()->isColumnHidden(column));
     for (int row = 0; row < FLEET; ++row) {
         QList<QStandardItem *> items;
         for (int column = 0; column < model.columnCount(); ++column) {
             auto *item = new QStandardItem;
-            const QStandardItem *other = gui.device_model.item(row, column);
+            const QStandardItem *other = gui.model().item(row, column);
             for (const int role : {0, 1, 257, 258, 259})
                 if (other->data(role).isValid())
                     item->setData(other->data(role), role);
@@ -244,17 +242,17 @@ double plain_rows_milliseconds(Gui &gui)
     return (cpu_seconds() - start) * 1e3;
 }
 
-void bench_full_start(Gui &filled, const QString &folder)
+void bench_full_start(WindowHandle &filled, const QString &folder)
 {
     std::printf("start with %d cached devices\n", FLEET);
     filled.save_cache();
     const double plain = plain_rows_milliseconds(filled);
     const double start = cpu_seconds();
-    const std::unique_ptr<Gui> gui = make_bench_window(folder);
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder);
     gui->show();
     QApplication::processEvents();
     const double ours = (cpu_seconds() - start) * 1e3;
-    std::printf("  %d rows\n", gui->device_model.rowCount());
+    std::printf("  %d rows\n", gui->model().rowCount());
     print_figure("window with its list, at most 1.2", ours, "ms", plain,
                  "reading, merging and building rows with one sort");
 }
@@ -276,9 +274,9 @@ int main(int argc, char **argv)
     register_resources();
     build_catalogue();
 
-    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     gui->show();
-    gui->discovery_timer.stop(); // nobody answers here, and silence would take all offline
+    gui->discovery_timer().stop(); // nobody answers here, and silence would take all offline
     fill(*gui);
     bench_reports(*gui, is_short ? 5 : 40);
     bench_changed_cell(*gui, is_short ? 1000 : 4000);

@@ -3,11 +3,11 @@
 #include "measure.h"
 
 #include "gui/device_list_view.h"
-#include "gui/gui.h"
 #include "gui/program_names.h"
 #include "model/device_state.h"
 #include "model/json_path.h"
 #include "model/saved_file.h"
+#include "support/window_handle.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -40,23 +40,23 @@ QJsonObject report_of(int number, int round)
     return report;
 }
 
-void change_all(Gui &gui, int round)
+void change_all(WindowHandle &gui, int round)
 {
     int number = 0;
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         device->last_report = report_of(number++, round);
 }
 
-QByteArray plain_text(const Gui &gui)
+QByteArray plain_text(const WindowHandle &gui)
 {
     QJsonArray elements;
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         elements.append(
             QJsonObject{{"ip", device->address.toString()}, {"data", device->last_report}});
     return QJsonDocument(QJsonObject{{"devices", elements}}).toJson();
 }
 
-void bench_save(Gui &gui)
+void bench_save(WindowHandle &gui)
 {
     std::printf("report %d bytes, cache %.2f MB\n",
                 QJsonDocument(report_of(1, 1)).toJson(QJsonDocument::Compact).size(),
@@ -72,7 +72,7 @@ void bench_save(Gui &gui)
             if (is_changing)
                 change_all(gui, round);
             gui.start_cache_save();
-            while (gui.cache_slice_timer.isActive()) {
+            while (gui.cache_slice_timer().isActive()) {
                 QElapsedTimer wall;
                 wall.start();
                 const double cpu = cpu_microseconds(1, [&gui] { gui.continue_cache_save(); }) / 1e3;
@@ -91,7 +91,7 @@ void bench_save(Gui &gui)
     std::printf("save at once, all changed: %.1f ms CPU\n",
                 cpu_microseconds(1, [&gui] { gui.save_cache(); }) / 1e3);
     std::printf("the same bytes: %s\n",
-                read_saved_file(gui.cache_path).value() == plain_text(gui) ? "yes" : "NO");
+                read_saved_file(gui.cache_path()).value() == plain_text(gui) ? "yes" : "NO");
 }
 
 void bench_write(const QString &path)
@@ -107,15 +107,15 @@ void bench_write(const QString &path)
 }
 
 // Rows that change their state are the view's own cost.
-void bench_hiding(Gui &gui)
+void bench_hiding(WindowHandle &gui)
 {
     double hide = 0;
     double show = 0;
     for (int round = 0; round < 10; ++round) {
         for (const bool is_hidden : {true, false}) {
             (is_hidden ? hide : show) += cpu_microseconds(1, [&gui, is_hidden] {
-                for (int row = 0; row < gui.device_model.rowCount(); ++row)
-                    gui.device_list->setRowHidden(row, QModelIndex(), is_hidden);
+                for (int row = 0; row < gui.model().rowCount(); ++row)
+                    gui.view()->setRowHidden(row, QModelIndex(), is_hidden);
             });
             QApplication::processEvents();
         }
@@ -134,10 +134,10 @@ int bare_loop(const std::vector<QString> &texts, const QString &search)
 
 // A letter is typed after the window has painted, when the texts have left the fast caches: both
 // sides are measured that way, and once more straight after.
-void bench_word(Gui &gui, const std::vector<QString> &texts, const QString &search)
+void bench_word(WindowHandle &gui, const std::vector<QString> &texts, const QString &search)
 {
     constexpr int rounds = 20;
-    QLineEdit *box = gui.search_combo->lineEdit();
+    QLineEdit *box = gui.search_box()->lineEdit();
     int hits = 0;
     double cold = 0;
     double typed = 0;
@@ -146,7 +146,7 @@ void bench_word(Gui &gui, const std::vector<QString> &texts, const QString &sear
         box->clear();
         QApplication::processEvents();
         cold += cpu_microseconds(1, [&] { hits = bare_loop(texts, search); });
-        gui.device_list->viewport()->repaint();
+        gui.view()->viewport()->repaint();
         QApplication::processEvents();
         typed += cpu_microseconds(1, [&] { box->setText(search); });
         painted += cpu_microseconds(1, [] { QApplication::processEvents(); });
@@ -159,25 +159,25 @@ void bench_word(Gui &gui, const std::vector<QString> &texts, const QString &sear
                 painted / rounds, warm, again, again / warm);
 }
 
-void bench_search(Gui &gui)
+void bench_search(WindowHandle &gui)
 {
     std::vector<QString> texts;
     const std::vector<int> columns = gui.shown_columns();
-    for (int row = 0; row < gui.device_model.rowCount(); ++row)
+    for (int row = 0; row < gui.model().rowCount(); ++row)
         for (const int column : columns)
-            texts.push_back(gui.device_model.item(row, column)->text());
+            texts.push_back(gui.model().item(row, column)->text());
     double plain = 0;
     {
-        const QSignalBlocker blocker(gui.search_combo);
+        const QSignalBlocker blocker(gui.search_box());
         plain = cpu_microseconds(50, [&gui] {
-            gui.search_combo->lineEdit()->setText("q");
-            gui.search_combo->lineEdit()->clear();
+            gui.search_box()->lineEdit()->setText("q");
+            gui.search_box()->lineEdit()->clear();
         });
     }
     std::printf("the box alone: %.0f us\n", plain / 2);
     for (const char *search : {"q", "zz", "speaker", "5", "hall 7"})
         bench_word(gui, texts, search);
-    gui.search_combo->lineEdit()->clear();
+    gui.search_box()->lineEdit()->clear();
 }
 
 } // namespace
@@ -191,17 +191,17 @@ int main(int argc, char **argv)
     build_catalogue();
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
     {
-        Gui gui;
+        WindowHandle gui;
         gui.show();
-        ++gui.collecting;
+        gui.begin_batch();
         for (int number = 0; number < DEVICES; ++number)
-            gui.handle_device_packet(QHostAddress(0x0A000001 + static_cast<quint32>(number)),
-                                     report_of(number, 0), false, QString());
-        --gui.collecting;
-        gui.sort_list_if_needed();
-        gui.cache_timer.stop();
-        gui.meter_timer.stop();
-        gui.discovery_timer.stop();
+            gui.report(QHostAddress(0x0A000001 + static_cast<quint32>(number)),
+                       report_of(number, 0), false, QString());
+        gui.end_batch();
+        gui.sort();
+        gui.cache_timer().stop();
+        gui.meter_timer().stop();
+        gui.discovery_timer().stop();
         QApplication::processEvents();
         bench_save(gui);
         bench_write(folder.filePath("write"));
@@ -209,6 +209,6 @@ int main(int argc, char **argv)
         bench_search(gui);
     }
     std::printf("start with these devices in the cache: %.0f ms CPU\n",
-                cpu_microseconds(1, [] { Gui gui; }) / 1e3);
+                cpu_microseconds(1, [] { WindowHandle gui; }) / 1e3);
     return 0;
 }

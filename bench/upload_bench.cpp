@@ -79,9 +79,9 @@ void run_until(const char *what, Condition condition)
     }
 }
 
-bool are_all_online(const Gui &gui, int count)
+bool are_all_online(const WindowHandle &gui, int count)
 {
-    return std::count_if(gui.devices.begin(), gui.devices.end(),
+    return std::count_if(gui.all_devices().begin(), gui.all_devices().end(),
                          [](const auto &entry) { return entry.second->online; })
         == count;
 }
@@ -106,11 +106,11 @@ void follow(QTFTPFileUploader *uploader, Outcome &outcome)
     });
 }
 
-void start_all(Gui &gui, const Load &load, Outcome &outcome)
+void start_all(WindowHandle &gui, const Load &load, Outcome &outcome)
 {
     QByteArray bytes = load.bytes;
     for (Device *device : gui.selected_devices()) {
-        gui.start_upload(device, bytes, load.remote_name);
+        gui.upload(device, bytes, load.remote_name);
         if (device->uploader)
             follow(device->uploader, outcome);
         else
@@ -119,10 +119,10 @@ void start_all(Gui &gui, const Load &load, Outcome &outcome)
 }
 
 // True when all transfers succeed and every device has the very bytes.
-bool update_all(Gui &gui, SimulatedFleet &fleet, const Load &load, const char *title)
+bool update_all(WindowHandle &gui, SimulatedFleet &fleet, const Load &load, const char *title)
 {
     const int files = files_of(fleet.stats().first());
-    gui.device_list->selectAll(); // as an operator has done before
+    gui.view()->selectAll(); // as an operator has done before
     QCoreApplication::processEvents();
     Outcome outcome;
     QElapsedTimer wall;
@@ -183,7 +183,7 @@ int main(int argc, char **argv)
     QTemporaryDir folder;
     SimulatedFleet fleet(
         {"--fleet", write_fleet(folder.path(), load), "--store", folder.path() + "/files"});
-    const std::unique_ptr<Gui> gui = make_bench_window(folder.path());
+    const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     gui->show();
 
     run_until("start", [&gui, &load] { return are_all_online(*gui, load.devices); });

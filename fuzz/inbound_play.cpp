@@ -6,11 +6,11 @@
 #include "fuzz/inbound_steps.h"
 #include "gui/device_cell.h"
 #include "gui/device_list_view.h"
-#include "gui/gui.h"
 #include "gui/main_window_with_close_signal.h"
 #include "gui/modified_combo_box.h"
 #include "gui/value_spinner.h"
 #include "model/saved_state.h"
+#include "support/window_handle.h"
 
 #include <QAction>
 #include <QApplication>
@@ -47,7 +47,7 @@ int number_at(const QByteArray &bytes, int place)
 InboundPlay::InboundPlay()
 {
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-    gui = std::make_unique<Gui>();
+    gui = std::make_unique<WindowHandle>();
     gui->resize(1100, 700);
     gui->show();
     paint();
@@ -95,7 +95,7 @@ void InboundPlay::window_step(char letter, const QByteArray &rest)
     else if (letter == 'P')
         paint();
     else if (letter == 'M')
-        gui->on_meter_tick();
+        gui->meter_tick();
     else if (letter == 'C')
         save_and_read_cache();
     else
@@ -104,19 +104,19 @@ void InboundPlay::window_step(char letter, const QByteArray &rest)
 
 void InboundPlay::list_step(char letter, const QByteArray &rest)
 {
-    const int columns = gui->device_model.columnCount();
+    const int columns = gui->model().columnCount();
     end_burst();
     if (letter == 'S')
         select_rows(rest);
     else if (letter == 'F')
-        gui->search_combo->lineEdit()->setText(QString::fromUtf8(rest.left(40)));
+        gui->search_box()->lineEdit()->setText(QString::fromUtf8(rest.left(40)));
     else if (letter == 'O')
-        gui->device_list->sortByColumn(number_at(rest, 0) % columns,
-                                       rest.size() > 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
+        gui->view()->sortByColumn(number_at(rest, 0) % columns,
+                                  rest.size() > 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
     else if (letter == 'H')
-        gui->column_actions[static_cast<size_t>(number_at(rest, 0) % columns)]->trigger();
+        gui->column_actions()[static_cast<size_t>(number_at(rest, 0) % columns)]->trigger();
     else if (letter == 'X')
-        gui->delete_selected_devices();
+        gui->delete_selected();
     else
         gui->add_dummy_device();
 }
@@ -127,13 +127,13 @@ void InboundPlay::edit_step(char letter, const QByteArray &rest)
     if (letter == 'E')
         edit(number_at(rest, 0), rest.mid(1, 200));
     else if (letter == 'I')
-        gui->edit_button->click();
+        gui->edit_button()->click();
     else if (letter == 'N')
-        gui->on_cancel();
+        gui->cancel();
     else if (letter == 'Q')
-        gui->eq_button->click();
+        gui->eq_button()->click();
     else
-        gui->on_confirm();
+        gui->confirm();
 }
 
 void InboundPlay::log_step(char letter, const QByteArray &rest)
@@ -161,9 +161,9 @@ void InboundPlay::receive(int sender, const QByteArray &datagram, bool more_foll
     const auto size = static_cast<size_t>(datagram.size());
     const std::unique_ptr<char[]> bytes(new char[size]);
     std::copy(datagram.begin(), datagram.end(), bytes.get());
-    if (gui->collecting == 0)
-        ++gui->collecting;
-    gui->handle_datagram(from, QByteArray::fromRawData(bytes.get(), datagram.size()));
+    if (!gui->is_in_batch())
+        gui->begin_batch();
+    gui->deliver(from, QByteArray::fromRawData(bytes.get(), datagram.size()));
     if (!more_follows)
         end_burst();
 }
@@ -171,33 +171,33 @@ void InboundPlay::receive(int sender, const QByteArray &datagram, bool more_foll
 // The window does the rest by itself when it finds its sockets empty.
 void InboundPlay::end_burst()
 {
-    if (gui->collecting == 0)
+    if (!gui->is_in_batch())
         return;
-    --gui->collecting;
-    gui->on_packet();
+    gui->end_batch();
+    gui->drain();
 }
 
 void InboundPlay::pass_time(int ms)
 {
-    for (const auto &[id, device] : gui->devices)
+    for (const auto &[id, device] : gui->all_devices())
         device->last_seen -= ms;
-    gui->send_discovery_packets();
+    gui->discover();
 }
 
 void InboundPlay::select_rows(const QByteArray &numbers)
 {
-    gui->device_list->clearSelection();
-    const int rows = gui->device_model.rowCount();
+    gui->view()->clearSelection();
+    const int rows = gui->model().rowCount();
     for (int i = 0; i < numbers.size() && rows > 0; ++i)
-        gui->device_list->selectionModel()->select(
-            gui->device_model.index(number_at(numbers, i) % rows, 0),
-            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        gui->view()->selectionModel()->select(gui->model().index(number_at(numbers, i) % rows, 0),
+                                              QItemSelectionModel::Select
+                                                  | QItemSelectionModel::Rows);
 }
 
 void InboundPlay::edit(int number, const QByteArray &text)
 {
     const auto count = static_cast<int>(property_keys.size());
-    Property *row = gui->property_row(property_keys[static_cast<size_t>(number % count)]);
+    Property *row = gui->row(property_keys[static_cast<size_t>(number % count)]);
     if (row->line_edit && row->line_edit->isEnabled()) {
         row->line_edit->setText(QString::fromUtf8(text));
         emit row->line_edit->textEdited(row->line_edit->text());
@@ -213,7 +213,7 @@ void InboundPlay::edit(int number, const QByteArray &text)
 
 void InboundPlay::press_assistant(int times)
 {
-    for (const auto &[id, device] : gui->devices) {
+    for (const auto &[id, device] : gui->all_devices()) {
         if (!device->deppen_ass)
             continue;
         DeppenAss *assistant = device->deppen_ass; // lives on when it has been closed
@@ -235,7 +235,7 @@ void InboundPlay::save_and_read_cache()
 // Only what is due at once runs: what a clock starts would come at another moment each time.
 void InboundPlay::paint()
 {
-    for (QTimer *timer : {&gui->discovery_timer, &gui->meter_timer, &gui->cache_timer})
+    for (QTimer *timer : {&gui->discovery_timer(), &gui->meter_timer(), &gui->cache_timer()})
         timer->stop();
     QApplication::processEvents();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -243,7 +243,7 @@ void InboundPlay::paint()
 
 Device *InboundPlay::some_device_with_log()
 {
-    for (const auto &[id, device] : gui->devices)
+    for (const auto &[id, device] : gui->all_devices())
         if (device->log_window)
             return device;
     return nullptr;
@@ -252,22 +252,22 @@ Device *InboundPlay::some_device_with_log()
 void InboundPlay::check()
 {
     std::set<QString> rows;
-    for (int row = 0; row < gui->device_model.rowCount(); ++row) {
-        const QStandardItem *item = gui->device_model.item(row, 0);
+    for (int row = 0; row < gui->model().rowCount(); ++row) {
+        const QStandardItem *item = gui->model().item(row, 0);
         expect(item, "every row has its first cell");
         const QString id = item->data(DeviceCell::ID_ROLE).toString();
         expect(rows.insert(id).second, "no device has two rows");
         Device *device = gui->find_device(id);
         expect(device, "every row has a device");
-        expect(gui->find_device_row(device) == row, "a device finds its row");
+        expect(gui->row_of(device) == row, "a device finds its row");
     }
-    for (const auto &[id, device] : gui->devices) {
+    for (const auto &[id, device] : gui->all_devices()) {
         expect(device->device_id == id, "records are filed under their ids");
         expect(rows.count(id) == 1, "every device has a row");
         expect(!device->properties.empty(), "every device has properties");
     }
-    expect(gui->is_list_sorted(), "the list is sorted");
-    expect(gui->collecting == 0, "no burst is left open");
+    expect(gui->is_sorted(), "the list is sorted");
+    expect(!gui->is_in_batch(), "no burst is left open");
     check_cache();
 }
 
@@ -276,7 +276,7 @@ void InboundPlay::check_cache()
     QByteArray text;
     begin_cache_text(text);
     std::vector<const Device *> kept;
-    for (const auto &[id, device] : gui->devices) {
+    for (const auto &[id, device] : gui->all_devices()) {
         renew_saved_text(device->saved, device->address, device->last_report);
         add_to_cache_text(text, device->saved);
         if (!device->saved.text.isEmpty())
@@ -294,29 +294,29 @@ void InboundPlay::check_cache()
 void InboundPlay::clear()
 {
     clear_window();
-    for (const auto &[id, device] : gui->devices)
+    for (const auto &[id, device] : gui->all_devices())
         if (device->deppen_ass)
             device->deppen_ass->close();
-    for (QDialog *dialog : gui->findChildren<QDialog *>())
+    for (QDialog *dialog : gui->widget().findChildren<QDialog *>())
         delete dialog;
     // By way of a selection the panel would show them all once more, which takes longest by far.
-    gui->device_list->clearSelection();
-    gui->device_model.removeRows(0, gui->device_model.rowCount());
-    for (const auto &[id, device] : gui->devices)
-        gui->destroy_device(device);
-    gui->devices.clear();
-    gui->reporters.clear();
-    gui->sort_pending = false;
+    gui->view()->clearSelection();
+    gui->model().removeRows(0, gui->model().rowCount());
+    for (const auto &[id, device] : gui->all_devices())
+        gui->forget(device);
+    gui->all_devices().clear();
+    gui->forget_reporters();
+    gui->forget_sorting();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 void InboundPlay::clear_window()
 {
     gui->set_edit_mode(false);
-    gui->search_combo->lineEdit()->clear();
+    gui->search_box()->lineEdit()->clear();
     gui->refresh_search();
     gui->show_default_columns();
-    gui->device_list->sortByColumn(0, Qt::AscendingOrder);
-    if (gui->eq_button->isChecked())
-        gui->eq_button->click();
+    gui->view()->sortByColumn(0, Qt::AscendingOrder);
+    if (gui->eq_button()->isChecked())
+        gui->eq_button()->click();
 }

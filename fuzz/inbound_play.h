@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <memory>
 
-class Gui;
+class WindowHandle;
 class QDialog;
 struct Device;
 
@@ -45,6 +45,6 @@ private:
     Device *some_device_with_log();
 
     QTemporaryDir folder;
-    std::unique_ptr<Gui> gui;
+    std::unique_ptr<WindowHandle> gui;
     int played = 0; // inputs
 };

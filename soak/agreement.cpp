@@ -44,7 +44,7 @@ bool Agreement::is_up_to_date(const WindowCase &window) const
 
 void Agreement::check_registry(const WindowCase &window)
 {
-    for (const auto &[id, device] : window.gui->devices) {
+    for (const auto &[id, device] : window.gui->all_devices()) {
         expect(device->device_id == id, "a record is filed under a wrong id: " + id);
         expect(truth.count(id) == 1, "the registry has a device that does not exist: " + id);
     }
@@ -68,8 +68,8 @@ void Agreement::check_registry(const WindowCase &window)
 ShownList Agreement::shown_list(WindowCase &window)
 {
     ShownList list;
-    for (const auto &[id, device] : window.gui->devices)
-        for (const std::string &column : window.gui->column_ids)
+    for (const auto &[id, device] : window.gui->all_devices())
+        for (const std::string &column : window.gui->column_ids())
             list[id].cells[column] = window.cell(device, column);
     return list;
 }
@@ -77,14 +77,14 @@ ShownList Agreement::shown_list(WindowCase &window)
 void Agreement::check_list(WindowCase &window)
 {
     std::map<QString, int> rows;
-    for (int row = 0; row < window.gui->device_model.rowCount(); ++row)
-        ++rows[window.gui->device_model.item(row, 0)->data(DeviceCell::ID_ROLE).toString()];
+    for (int row = 0; row < window.gui->model().rowCount(); ++row)
+        ++rows[window.gui->model().item(row, 0)->data(DeviceCell::ID_ROLE).toString()];
     for (const auto &[id, count] : rows)
         expect(count == 1 && truth.count(id) == 1,
                QString("%1 has %2 rows").arg(id, QString::number(count)));
     for (const auto &[id, told] : truth)
         expect(rows.count(id) == 1, id + " has no row");
-    expect(window.gui->is_list_sorted(), "the list is not sorted");
+    expect(window.gui->is_sorted(), "the list is not sorted");
     for (const auto &[id, shown] : shown_list(window))
         if (truth.count(id) == 1)
             check_row(window, id, shown);

@@ -29,18 +29,18 @@ void type_over(QLineEdit *edit, const QString &text)
 
 void OperatorPlay::begin_edit()
 {
-    press(gui().edit_button);
+    press(gui().edit_button());
 }
 
 void OperatorPlay::edit_row()
 {
     std::vector<Property *> rows;
-    for (const auto &[key, row] : gui().property_rows)
+    for (const auto &[key, row] : gui().rows())
         if (row->holder && row->holder->isVisible() && row->holder->isEnabled())
             rows.push_back(row.get());
     if (rows.empty())
         return;
-    if (!gui().editing && random.happens(50))
+    if (!gui().is_editing() && random.happens(50))
         begin_edit();
     change_editor(*rows[static_cast<size_t>(random.below(static_cast<int>(rows.size())))]);
 }
@@ -67,22 +67,22 @@ void OperatorPlay::change_editor(Property &row)
 
 void OperatorPlay::confirm()
 {
-    press(gui().confirm_button);
+    press(gui().confirm_button());
 }
 
 void OperatorPlay::cancel()
 {
-    press(gui().cancel_button);
+    press(gui().cancel_button());
 }
 
 void OperatorPlay::toggle_eq()
 {
-    press(gui().eq_button);
+    press(gui().eq_button());
 }
 
 void OperatorPlay::drag_curve()
 {
-    CurveWidget *curve = gui().curve_widget;
+    CurveWidget *curve = gui().curve();
     if (!curve->isVisible() || curve->width() < 10 || curve->height() < 10)
         return;
     const auto place = [this, curve] {
@@ -96,7 +96,7 @@ void OperatorPlay::drag_curve()
 
 void OperatorPlay::identify()
 {
-    press(gui().identify_button);
+    press(gui().identify_button());
 }
 
 void OperatorPlay::purge()
@@ -107,7 +107,7 @@ void OperatorPlay::purge()
 void OperatorPlay::update_firmware()
 {
     if (gui().selected_devices().size() < 12)
-        press(gui().property_rows.at("firmware_version")->button);
+        press(gui().rows().at("firmware_version")->button);
 }
 
 void OperatorPlay::upload_file()
@@ -118,7 +118,7 @@ void OperatorPlay::upload_file()
 
 void OperatorPlay::save_or_load_backup()
 {
-    for (const auto &[key, row] : gui().property_rows) {
+    for (const auto &[key, row] : gui().rows()) {
         if (row->extra_widgets.size() != 2)
             continue;
         QWidget *button = row->extra_widgets[static_cast<size_t>(random.below(2))];

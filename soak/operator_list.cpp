@@ -16,19 +16,19 @@
 std::vector<int> OperatorPlay::visible_rows() const
 {
     std::vector<int> rows;
-    for (int row = 0; row < gui().device_model.rowCount(); ++row)
-        if (!gui().device_list->isRowHidden(row, QModelIndex()))
+    for (int row = 0; row < gui().model().rowCount(); ++row)
+        if (!gui().view()->isRowHidden(row, QModelIndex()))
             rows.push_back(row);
     return rows;
 }
 
 void OperatorPlay::click_row(int row, Qt::KeyboardModifiers modifiers)
 {
-    DeviceListView *list = gui().device_list;
+    DeviceListView *list = gui().view();
     const std::vector<int> columns = gui().shown_columns();
     if (columns.empty())
         return;
-    const QModelIndex index = gui().device_model.index(row, columns.front());
+    const QModelIndex index = gui().model().index(row, columns.front());
     list->scrollTo(index);
     const QPoint place = list->visualRect(index).center();
     if (list->viewport()->rect().contains(place))
@@ -51,7 +51,7 @@ void OperatorPlay::select_few()
 void OperatorPlay::select_many()
 {
     if (random.happens(40)) {
-        QTest::keyClick(gui().device_list, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(gui().view(), Qt::Key_A, Qt::ControlModifier);
         return;
     }
     const std::vector<int> rows = visible_rows();
@@ -65,12 +65,12 @@ void OperatorPlay::select_many()
 
 void OperatorPlay::clear_selection()
 {
-    gui().device_list->clearSelection();
+    gui().view()->clearSelection();
 }
 
 void OperatorPlay::sort()
 {
-    QHeaderView *header = gui().device_list->header();
+    QHeaderView *header = gui().view()->header();
     const std::vector<int> columns = gui().shown_columns();
     if (columns.empty())
         return;
@@ -80,8 +80,8 @@ void OperatorPlay::sort()
     if (header->viewport()->rect().contains(place))
         QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, place);
     else
-        gui().device_list->sortByColumn(
-            column, random.happens(50) ? Qt::AscendingOrder : Qt::DescendingOrder);
+        gui().view()->sortByColumn(column,
+                                   random.happens(50) ? Qt::AscendingOrder : Qt::DescendingOrder);
 }
 
 void OperatorPlay::search()
@@ -90,36 +90,35 @@ void OperatorPlay::search()
         = {"stage", "Offline", "10.71.0.1", "e", "horn 3", "KV", "zzz", "ü", "1"};
     const QString text
         = random.happens(20) ? odd_text(random) : texts.at(random.below(texts.size()));
-    QLineEdit *edit = gui().search_combo->lineEdit();
+    QLineEdit *edit = gui().search_box()->lineEdit();
     edit->selectAll();
     type_text(edit, text);
 }
 
 void OperatorPlay::clear_search()
 {
-    QLineEdit *edit = gui().search_combo->lineEdit();
+    QLineEdit *edit = gui().search_box()->lineEdit();
     edit->selectAll();
     QTest::keyClick(edit, Qt::Key_Backspace);
 }
 
 void OperatorPlay::commit_search()
 {
-    QTest::keyClick(gui().search_combo->lineEdit(), Qt::Key_Enter);
+    QTest::keyClick(gui().search_box()->lineEdit(), Qt::Key_Enter);
 }
 
 void OperatorPlay::toggle_column()
 {
     gui().show_column_menu({5, 5});
-    const auto count = static_cast<int>(gui().column_actions.size());
-    gui().column_actions[static_cast<size_t>(random.below(count))]->trigger();
-    gui().header_menu->hide();
+    const auto count = static_cast<int>(gui().column_actions().size());
+    gui().column_actions()[static_cast<size_t>(random.below(count))]->trigger();
+    gui().header_menu()->hide();
 }
 
 void OperatorPlay::scroll()
 {
-    for (QScrollBar *bar :
-         {gui().device_list->verticalScrollBar(), gui().device_list->horizontalScrollBar(),
-          gui().property_scroll->verticalScrollBar()})
+    for (QScrollBar *bar : {gui().view()->verticalScrollBar(), gui().view()->horizontalScrollBar(),
+                            gui().property_scroll()->verticalScrollBar()})
         bar->setValue(random.between(bar->minimum(), bar->maximum()));
 }
 
@@ -128,24 +127,24 @@ void OperatorPlay::resize()
     if (random.happens(50))
         gui().resize(random.between(500, 1900), random.between(300, 1100));
     else
-        gui().property_splitter->setSizes({random.between(0, 1500), random.between(0, 800)});
+        gui().property_splitter()->setSizes({random.between(0, 1500), random.between(0, 800)});
 }
 
 // Devices that are online come back as new ones.
 void OperatorPlay::delete_entries()
 {
-    if (gui().device_list->selectionModel()->selectedRows().size() < 20)
+    if (gui().view()->selectionModel()->selectedRows().size() < 20)
         trigger("&Delete entry");
 }
 
 void OperatorPlay::delete_offline()
 {
-    gui().device_list->clearSelection();
-    for (const auto &[id, device] : gui().devices)
+    gui().view()->clearSelection();
+    for (const auto &[id, device] : gui().all_devices())
         if (!device->online)
-            gui().device_list->selectionModel()->select(
-                gui().device_model.index(gui().find_device_row(device), 0),
-                QItemSelectionModel::Select | QItemSelectionModel::Rows);
+            gui().view()->selectionModel()->select(gui().model().index(gui().row_of(device), 0),
+                                                   QItemSelectionModel::Select
+                                                       | QItemSelectionModel::Rows);
     trigger("&Delete entry");
 }
 

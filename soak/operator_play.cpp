@@ -86,7 +86,7 @@ void OperatorPlay::stop()
     timer.stop();
 }
 
-Gui &OperatorPlay::gui() const
+WindowHandle &OperatorPlay::gui() const
 {
     return *window.gui;
 }
@@ -117,7 +117,7 @@ void OperatorPlay::perform(const Row &row)
 
 void OperatorPlay::trigger(const QString &caption)
 {
-    for (QAction *action : gui().device_menu->actions())
+    for (QAction *action : gui().device_menu()->actions())
         if (action->text() == caption)
             return action->trigger();
     qFatal("the menu has no \"%s\"", qPrintable(caption));
@@ -139,7 +139,7 @@ void OperatorPlay::leave_tidily()
     while (Device *device = device_with_log())
         device->log_window->close();
     gui().show_column_menu({});
-    gui().header_menu->hide();
-    for (QAction *action : gui().column_actions)
+    gui().header_menu()->hide();
+    for (QAction *action : gui().column_actions())
         action->setChecked(true);
 }

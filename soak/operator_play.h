@@ -10,7 +10,7 @@
 #include <map>
 #include <vector>
 
-class Gui;
+class WindowHandle;
 class QAbstractButton;
 class StallWatch;
 struct Device;
@@ -83,7 +83,7 @@ private:
     void restart();
     Device *device_with_log();
 
-    Gui &gui() const;
+    WindowHandle &gui() const;
     void trigger(const QString &caption);
     void press(QAbstractButton *button);
 

@@ -14,10 +14,10 @@ namespace {
 
 constexpr int MOST_LOGS = 12;
 
-int open_log_count(const Gui &gui)
+int open_log_count(const WindowHandle &gui)
 {
     int count = 0;
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         count += device->log_window != nullptr;
     return count;
 }
@@ -27,7 +27,7 @@ int open_log_count(const Gui &gui)
 Device *OperatorPlay::device_with_log()
 {
     int chosen = random.below(open_log_count(gui()));
-    for (const auto &[id, device] : gui().devices)
+    for (const auto &[id, device] : gui().all_devices())
         if (device->log_window && chosen-- == 0)
             return device;
     return nullptr;
@@ -74,13 +74,13 @@ void OperatorPlay::use_log_keys()
 
 void OperatorPlay::choose_network()
 {
-    QTest::keyClick(gui().network_combo, random.happens(50) ? Qt::Key_Up : Qt::Key_Down);
+    QTest::keyClick(gui().network_box(), random.happens(50) ? Qt::Key_Up : Qt::Key_Down);
     homesickness.start(random.between(500, 4000));
 }
 
 void OperatorPlay::return_to_fleet()
 {
-    gui().network_combo->setCurrentText("loudspeakers");
+    gui().network_box()->setCurrentText("loudspeakers");
 }
 
 void OperatorPlay::show_network_info()

@@ -51,10 +51,10 @@ void print_holdings(const QString &when, const Holdings &held)
               .arg(held.widgets));
 }
 
-int online_count(const Gui &gui)
+int online_count(const WindowHandle &gui)
 {
     int count = 0;
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         count += device->online;
     return count;
 }
@@ -115,9 +115,9 @@ void Soak::come_up(WindowCase &case_of)
     case_of.gui->resize(1400, 900);
     case_of.gui->show();
     case_of.gui->update_network_list();
-    case_of.gui->network_combo->setCurrentText("loudspeakers");
-    for (int column = 0; column < case_of.gui->device_model.columnCount(); ++column)
-        case_of.gui->device_list->setColumnHidden(column, false);
+    case_of.gui->network_box()->setCurrentText("loudspeakers");
+    for (int column = 0; column < case_of.gui->model().columnCount(); ++column)
+        case_of.gui->view()->setColumnHidden(column, false);
     const auto is_complete = [this, &case_of] { return online_count(*case_of.gui) == fleet.count; };
     expect(await(is_complete, PATIENCE), "not all devices come online");
     await_agreement(case_of);
@@ -178,17 +178,17 @@ void Soak::settle()
 // the device, which then comes back as a new one.
 void Soak::end_transfers()
 {
-    DeviceListView *list = window.gui->device_list;
+    DeviceListView *list = window.gui->view();
     list->clearSelection();
-    for (const auto &[id, device] : window.gui->devices) {
+    for (const auto &[id, device] : window.gui->all_devices()) {
         if (!device->uploader)
             continue;
         ++ended_transfers;
-        const int row = window.gui->find_device_row(device);
-        list->selectionModel()->select(window.gui->device_model.index(row, 0),
+        const int row = window.gui->row_of(device);
+        list->selectionModel()->select(window.gui->model().index(row, 0),
                                        QItemSelectionModel::Select | QItemSelectionModel::Rows);
     }
-    window.gui->delete_selected_devices();
+    window.gui->delete_selected();
 }
 
 // Devices that were flashed or switched off are running again.
@@ -212,7 +212,7 @@ void Soak::compare()
     const ShownList worn = Agreement::shown_list(window);
     worn_out = tidy_holdings();
     window.gui->close();
-    agreement.check_cache_file(window.gui->cache_path);
+    agreement.check_cache_file(window.gui->cache_path());
     window.gui.reset();
 
     WindowCase fresh; // with a folder of its own: it knows nothing yet

@@ -175,7 +175,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(window->status(device).contains(" / flash worn out"), 10000);
         QCOMPARE(page(), 8);
         window->gui->close();
-        QVERIFY(window->gui->devices.empty());
+        QVERIFY(window->gui->all_devices().empty());
     }
 };
 

@@ -34,7 +34,7 @@ class FleetClockTest : public QObject
     std::unique_ptr<SimulatedFleet> fleet;
     std::unique_ptr<FleetWindow> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     // Over some milliseconds. A device may be silent for 2000.
     int least_online_for(int milliseconds)
@@ -74,7 +74,7 @@ private slots:
     {
         set_by = -HOUR;
         QCOMPARE(least_online_for(2500), DEVICES);
-        for (const auto &[id, device] : gui().devices)
+        for (const auto &[id, device] : gui().all_devices())
             QVERIFY(device->last_seen <= QDateTime::currentMSecsSinceEpoch());
     }
 
@@ -94,7 +94,7 @@ private slots:
     void set_forward_it_has_all_devices_back_within_two_rounds()
     {
         set_by = HOUR;
-        gui().send_discovery_packets(); // all seem to have been silent for an hour
+        gui().discover(); // all seem to have been silent for an hour
         QVERIFY(runs_until([this] { return window->online_count() == DEVICES; }, 2000));
         QCOMPARE(least_online_for(2500), DEVICES);
         set_by = 0;

@@ -96,11 +96,11 @@ struct Places
 {
     QList<int> values = {};
 
-    explicit Places(const Gui &gui)
+    explicit Places(const WindowHandle &gui)
     {
         for (const QAbstractScrollArea *area :
-             {static_cast<QAbstractScrollArea *>(gui.property_scroll),
-              static_cast<QAbstractScrollArea *>(gui.device_list)})
+             {static_cast<QAbstractScrollArea *>(gui.property_scroll()),
+              static_cast<QAbstractScrollArea *>(gui.view())})
             values += {area->verticalScrollBar()->value(), area->horizontalScrollBar()->value()};
     }
 };
@@ -116,14 +116,14 @@ class FleetEditingTest : public QObject
     std::mt19937 random;
     int changes = 0; // so often the fleet has been stirred
 
-    Gui &gui() { return *window->gui; }
-    Property &row(const std::string &key) { return *gui().property_rows.at(key); }
+    WindowHandle &gui() { return *window->gui; }
+    Property &row(const std::string &key) { return *gui().rows().at(key); }
     int any(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
 
     void key(int code, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         // To whatever has the focus, as a keyboard's.
-        QTest::keyClick(gui().windowHandle(), static_cast<Qt::Key>(code), modifiers);
+        QTest::keyClick(gui().widget().windowHandle(), static_cast<Qt::Key>(code), modifiers);
     }
 
     void start_fleet(const QJsonArray &kinds, const QStringList &options = {})
@@ -149,17 +149,17 @@ class FleetEditingTest : public QObject
     {
         fleet->fault(numbers(DEVICES - LATE_DEVICES, DEVICES), "silent");
         window = std::make_unique<FleetWindow>(*fleet);
-        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
         QTRY_COMPARE_WITH_TIMEOUT(window->online_count(), DEVICES - LATE_DEVICES, 20000);
-        QCOMPARE(gui().device_model.rowCount(), DEVICES - LATE_DEVICES);
+        QCOMPARE(gui().model().rowCount(), DEVICES - LATE_DEVICES);
     }
 
     void click_row(Device *device)
     {
-        const QModelIndex index = gui().device_model.index(gui().find_device_row(device), 0);
-        gui().device_list->scrollTo(index);
-        QTest::mouseClick(gui().device_list->viewport(), Qt::LeftButton, {},
-                          gui().device_list->visualRect(index).center());
+        const QModelIndex index = gui().model().index(gui().row_of(device), 0);
+        gui().view()->scrollTo(index);
+        QTest::mouseClick(gui().view()->viewport(), Qt::LeftButton, {},
+                          gui().view()->visualRect(index).center());
     }
 
     // One device selected, in edit mode; both scroll bars stand somewhere.
@@ -167,12 +167,12 @@ class FleetEditingTest : public QObject
     {
         click_row(window->device(EDITED));
         QCoreApplication::processEvents();
-        QTest::mouseClick(gui().edit_button, Qt::LeftButton);
-        gui().property_scroll->verticalScrollBar()->setValue(15);
-        gui().device_list->verticalScrollBar()->setValue(60);
+        QTest::mouseClick(gui().edit_button(), Qt::LeftButton);
+        gui().property_scroll()->verticalScrollBar()->setValue(15);
+        gui().view()->verticalScrollBar()->setValue(60);
         QCoreApplication::processEvents();
-        QCOMPARE(gui().property_scroll->verticalScrollBar()->value(), 15);
-        QCOMPARE(gui().device_list->verticalScrollBar()->value(), 60);
+        QCOMPARE(gui().property_scroll()->verticalScrollBar()->value(), 15);
+        QCOMPARE(gui().view()->verticalScrollBar()->value(), 60);
     }
 
     // What happens to a fleet within half a second: devices leave, come back, join, restart and
@@ -229,9 +229,9 @@ class FleetEditingTest : public QObject
         }
         const qint64 reported = count("reports_sent") - reports;
         qInfo("%lld reports within %lld ms; %d changes, %d rows, %d online at least", reported,
-              elapsed.elapsed(), changes, gui().device_model.rowCount(), fewest);
+              elapsed.elapsed(), changes, gui().model().rowCount(), fewest);
         QVERIFY(reported > 200LL * elapsed.elapsed() / 1000);
-        QVERIFY(gui().device_model.rowCount() > DEVICES - LATE_DEVICES);
+        QVERIFY(gui().model().rowCount() > DEVICES - LATE_DEVICES);
         QVERIFY(fewest < DEVICES - LATE_DEVICES - 20);
     }
 
@@ -252,10 +252,10 @@ class FleetEditingTest : public QObject
                        QJsonObject{{"ui", QJsonObject{{"name", "newest"}}},
                                    {"dsp", QJsonObject{{"level", 6}}}}}});
         QTRY_COMPARE_WITH_TIMEOUT(reported_name(), QString("newest"), 5000);
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         QVERIFY(row("ui/name").line_edit->text() != "newest");
-        QTest::mouseClick(gui().cancel_button, Qt::LeftButton);
-        QVERIFY(!gui().editing);
+        QTest::mouseClick(gui().cancel_button(), Qt::LeftButton);
+        QVERIFY(!gui().is_editing());
         QCOMPARE(row("ui/name").line_edit->text(), QString("newest"));
         QCOMPARE(row("dsp/level").value, QVariant(6));
         QCOMPARE(row("dsp/level").combo->currentText(), QString("+6 dB"));
@@ -335,7 +335,7 @@ void FleetEditingTest::typing_is_not_disturbed_by_a_busy_fleet()
     const Places places(gui());
     int keys = 0;
     const auto expect_meant = [this, &meant, &name, &places] {
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         QCOMPARE(row("ui/name").line_edit, name.data());
         QVERIFY(name->hasFocus());
         QCOMPARE(name->text(), meant.text);
@@ -365,7 +365,7 @@ void FleetEditingTest::an_open_popup_is_not_disturbed_by_a_busy_fleet()
     find_devices();
     start_edit();
     const Property &prop = row("stream/name"); // its list comes with the reports
-    gui().property_scroll->ensureWidgetVisible(prop.combo);
+    gui().property_scroll()->ensureWidgetVisible(prop.combo);
     const QPointer<ModifiedComboBox> combo = prop.combo;
     QTest::mouseClick(combo, Qt::LeftButton);
     QTRY_VERIFY(combo->view()->isVisible());
@@ -377,7 +377,7 @@ void FleetEditingTest::an_open_popup_is_not_disturbed_by_a_busy_fleet()
     const QString shown = combo->currentText();
     const Places places(gui());
     keep_busy(100, [this, &prop, &combo, &places, &marked, &shown, popup, place, items] {
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         QCOMPARE(prop.combo, combo.data());
         QCOMPARE(QApplication::activePopupWidget(), popup);
         QVERIFY(combo->view()->isVisible());
@@ -412,16 +412,16 @@ void FleetEditingTest::another_network_that_takes_over_leaves_an_edit_alone()
     {
         const SimulatedFleet other({"--count", "8", "--first-address", "10.72.0.10"}, "stagetwo",
                                    "10.72.0.1/16");
-        QTRY_COMPARE_WITH_TIMEOUT(gui().network_combo->currentText(), QString("stagetwo"), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(gui().network_box()->currentText(), QString("stagetwo"), 5000);
         QTRY_COMPARE_WITH_TIMEOUT(window->online_count(), 8, 5000);
         QVERIFY(name->hasFocus());
         QCOMPARE(name->text(), text);
         QCOMPARE(name->cursorPosition(), text.size());
     }
-    gui().network_combo->setCurrentText("loudspeakers");
+    gui().network_box()->setCurrentText("loudspeakers");
     QTRY_COMPARE_WITH_TIMEOUT(window->online_count(), DEVICES - LATE_DEVICES, 5000);
     QCOMPARE(name->text(), text);
-    QVERIFY(gui().editing);
+    QVERIFY(gui().is_editing());
     expect_newest_values_at_cancel();
 }
 
@@ -444,14 +444,14 @@ void FleetEditingTest::of_200_devices_exactly_those_that_differ_are_told()
         fleet->fault(i, "set", {{"state", QJsonObject{{"dsp", dsp}}}});
     }
     window = std::make_unique<FleetWindow>(*fleet);
-    QVERIFY(QTest::qWaitForWindowActive(&gui()));
+    QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
     QTRY_COMPARE_WITH_TIMEOUT(window->online_count(), 200, 20000);
 
-    gui().device_list->setFocus();
+    gui().view()->setFocus();
     key(Qt::Key_A, Qt::ControlModifier);
     QCOMPARE(gui().selected_devices().size(), std::size_t{200});
     const auto pick_level = [this] {
-        QTest::mouseClick(gui().edit_button, Qt::LeftButton);
+        QTest::mouseClick(gui().edit_button(), Qt::LeftButton);
         row("dsp/level").combo->setFocus();
         key(Qt::Key_Home);
         while (row("dsp/level").combo->currentText() != "0 dB")
@@ -463,8 +463,8 @@ void FleetEditingTest::of_200_devices_exactly_those_that_differ_are_told()
         key(Qt::Key_Space);
         QCOMPARE(row("dsp/mute").check_box->checkState(), Qt::Checked);
     }
-    QTest::mouseClick(gui().confirm_button, Qt::LeftButton);
-    QVERIFY(!gui().editing);
+    QTest::mouseClick(gui().confirm_button(), Qt::LeftButton);
+    QVERIFY(!gui().is_editing());
 
     const auto expected_command = [level_of, with_mute](int number) {
         QJsonObject dsp;
@@ -486,7 +486,7 @@ void FleetEditingTest::of_200_devices_exactly_those_that_differ_are_told()
 
     // The same again, once the devices have reported their new level, and then a mark to all.
     const auto have_arrived = [this] {
-        for (const auto &[id, device] : gui().devices)
+        for (const auto &[id, device] : gui().all_devices())
             if (device->value("dsp/level") != QVariant(4))
                 return false;
         return true;
@@ -494,8 +494,8 @@ void FleetEditingTest::of_200_devices_exactly_those_that_differ_are_told()
     QTRY_VERIFY_WITH_TIMEOUT(have_arrived(), 5000);
     pick_level();
     QVERIFY(row("dsp/level").edited);
-    QTest::mouseClick(gui().confirm_button, Qt::LeftButton);
-    QTest::mouseClick(gui().identify_button, Qt::LeftButton);
+    QTest::mouseClick(gui().confirm_button(), Qt::LeftButton);
+    QTest::mouseClick(gui().identify_button(), Qt::LeftButton);
     QTRY_COMPARE_WITH_TIMEOUT(count("blinks"), qint64{200}, 10000);
 
     const QJsonArray stats = fleet->stats();

@@ -17,9 +17,9 @@ class FleetEqTest : public QObject
     std::unique_ptr<SimulatedFleet> fleet;
     std::unique_ptr<FleetWindow> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
     CurveMouse mouse() { return CurveMouse(window->gui.get()); }
-    CurveWidget &curve() { return *gui().curve_widget; }
+    CurveWidget &curve() { return *gui().curve(); }
 
     void set_dsp(const QJsonObject &dsp)
     {
@@ -47,11 +47,11 @@ class FleetEqTest : public QObject
                  {"eq3", eq_band(EQ_PEQ, 3000, 1.0, 5.0, false)},
                  {"eq4", eq_band(EQ_HSHELF, 9000, 1.0, -3.0)}});
         window = std::make_unique<FleetWindow>(*fleet);
-        QTest::mouseClick(gui().eq_button, Qt::LeftButton);
+        QTest::mouseClick(gui().eq_button(), Qt::LeftButton);
         QTRY_COMPARE_WITH_TIMEOUT(window->online_count(), fleet->count, 10000);
         window->select({window->device(0)});
         QTRY_COMPARE_WITH_TIMEOUT(mouse().numbers(), QList<int>({1, 2, 3, 5}), 5000);
-        QTest::mouseMove(gui().windowHandle(), {1, 1});
+        QTest::mouseMove(gui().widget().windowHandle(), {1, 1});
     }
 
 private slots:
@@ -98,7 +98,7 @@ void FleetEqTest::drags_reach_the_device_at_confirm_and_not_before()
     const auto any = [&random](int limit) {
         return static_cast<int>(random() % static_cast<unsigned>(limit));
     };
-    QTest::mouseClick(gui().edit_button, Qt::LeftButton);
+    QTest::mouseClick(gui().edit_button(), Qt::LeftButton);
     for (int drag = 0; drag < 40; ++drag) {
         const int number = curve().filters.at(any(4))->number;
         QPoint position = mouse().marker(number);
@@ -111,7 +111,7 @@ void FleetEqTest::drags_reach_the_device_at_confirm_and_not_before()
 
     QJsonObject expected;
     const QJsonObject had = simulated_dsp();
-    for (const auto &[key, row] : gui().property_rows) {
+    for (const auto &[key, row] : gui().rows()) {
         if (!row->edited)
             continue;
         const QStringList path = QString::fromStdString(key).split('/');
@@ -122,7 +122,7 @@ void FleetEqTest::drags_reach_the_device_at_confirm_and_not_before()
         expected.insert(path[1], values);
     }
     QVERIFY(expected.size() >= 3);
-    QTest::mouseClick(gui().confirm_button, Qt::LeftButton);
+    QTest::mouseClick(gui().confirm_button(), Qt::LeftButton);
     QTRY_COMPARE_WITH_TIMEOUT(commands().size(), commands_before + 1, 5000);
     const QJsonObject command = commands().last().toObject();
     QCOMPARE(command.value("command").toString(), QString("set_params"));
@@ -132,7 +132,7 @@ void FleetEqTest::drags_reach_the_device_at_confirm_and_not_before()
 void FleetEqTest::cancel_shows_what_the_device_has()
 {
     show_first_device();
-    QTest::mouseClick(gui().edit_button, Qt::LeftButton);
+    QTest::mouseClick(gui().edit_button(), Qt::LeftButton);
     const QPoint marker = mouse().marker(3);
     mouse().drag(marker, marker + QPoint(60, 30));
     QVERIFY(mouse().filter(3)->freq > 1000.0F);
@@ -145,7 +145,7 @@ void FleetEqTest::cancel_shows_what_the_device_has()
     };
     QTRY_COMPARE_WITH_TIMEOUT(reported(), 400, 5000);
     QCOMPARE(mouse().filter(2)->freq, 300.0F);
-    QTest::mouseClick(gui().cancel_button, Qt::LeftButton);
+    QTest::mouseClick(gui().cancel_button(), Qt::LeftButton);
     QCOMPARE(mouse().filter(3)->freq, 1000.0F);
     QCOMPARE(mouse().filter(3)->gain, 9.0F);
     QCOMPARE(mouse().filter(2)->freq, 400.0F);

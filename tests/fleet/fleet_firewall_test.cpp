@@ -58,7 +58,7 @@ class FleetFirewallTest : public QObject
 
     bool all_show_levels()
     {
-        for (const auto &[id, device] : window->gui->devices)
+        for (const auto &[id, device] : window->gui->all_devices())
             if (device->meter.levels.empty())
                 return false;
         return true;
@@ -76,7 +76,7 @@ private slots:
     {
         open_window({});
         QVERIFY(runs_until([this] { return have_sent("reports_sent", 3); }));
-        QVERIFY(window->gui->devices.empty());
+        QVERIFY(window->gui->all_devices().empty());
         open_ports("7054, 7055");
         QVERIFY(runs_until([this] { return window->online_count() == fleet->count; }));
         QVERIFY(runs_until([this] { return all_show_levels(); }));
@@ -88,7 +88,7 @@ private slots:
         open_ports("7054");
         QVERIFY(runs_until([this] { return window->online_count() == fleet->count; }));
         QVERIFY(runs_until([this] { return have_sent("frames_sent", 10); }));
-        for (const auto &[id, device] : window->gui->devices)
+        for (const auto &[id, device] : window->gui->all_devices())
             QVERIFY(device->meter.levels.empty());
         open_ports("7055");
         QVERIFY(runs_until([this] { return all_show_levels(); }));
@@ -101,7 +101,7 @@ private slots:
         QVERIFY(runs_until([this] { return window->online_count() == fleet->count; }));
         Device *device = window->device(0);
         window->select({device});
-        QPushButton *button = window->gui->property_rows.at("firmware_version")->button;
+        QPushButton *button = window->gui->rows().at("firmware_version")->button;
         QVERIFY(button);
         QVERIFY(runs_until([button] { return !button->rect().isEmpty(); }));
         DialogProbe probe;

@@ -65,7 +65,7 @@ class FleetLogsTest : public QObject
     std::unique_ptr<SimulatedFleet> fleet;
     std::unique_ptr<FleetWindow> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     QJsonObject stats(int index) { return fleet->stats().at(index).toObject(); }
 
@@ -127,7 +127,7 @@ private slots:
             fleet->fault(index, "loss", {{"percent", 0}});
             QVERIFY(becomes_logging(index, false));
         }
-        gui().on_packet(); // what the devices sent last counts as heard before
+        gui().drain(); // what the devices sent last counts as heard before
         fleet->ask({{"options", QJsonObject{{"log_rate", 20}}}});
         fleet->ask({{"stats", true}, {"reset", true}});
     }
@@ -306,9 +306,9 @@ private slots:
         window->device(1)->log_paused = true;
         window->device(2)->log_view->verticalScrollBar()->setValue(5);
         gui().append_log(window->device(3), false, QString(60000, '\n')); // not all shown yet
-        QVERIFY(!gui().log_appender.is_empty());
-        gui().device_list->selectAll();
-        gui().delete_selected_devices();
+        QVERIFY(!gui().are_logs_shown());
+        gui().view()->selectAll();
+        gui().delete_selected();
         // What is on its way meets devices that are new, without a window.
         QVERIFY(runs_until([this] { return window->online_count() == COUNT; }));
         for (int index = 0; index < COUNT; ++index)
@@ -329,7 +329,7 @@ private slots:
         QJsonArray commands = stats(0).value("commands").toArray();
         gui().close();
         QApplication::closeAllWindows();
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
         QTest::qWait(50); // what is on its way arrives now
         QCOMPARE(stats(0).value("commands").toArray(), commands);
     }

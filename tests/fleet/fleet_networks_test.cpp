@@ -29,19 +29,19 @@ class FleetNetworksTest : public QObject
 
     std::unique_ptr<WindowCase> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     QStringList offered()
     {
         QStringList names;
-        for (int i = 0; i < gui().network_combo->count(); ++i)
-            names.append(gui().network_combo->itemText(i));
+        for (int i = 0; i < gui().network_box()->count(); ++i)
+            names.append(gui().network_box()->itemText(i));
         return names;
     }
 
     bool any_online()
     {
-        for (const auto &[id, device] : gui().devices)
+        for (const auto &[id, device] : gui().all_devices())
             if (device->online)
                 return true;
         return false;
@@ -61,7 +61,7 @@ private slots:
         gui().show();
         QTest::qWait(700); // more than one round
         QVERIFY(offered().isEmpty());
-        QCOMPARE(gui().current_network, QString());
+        QCOMPARE(gui().network(), QString());
         QCOMPARE(gui().send_json("", true, {}, {}), QString("network not found"));
     }
 
@@ -96,13 +96,13 @@ private slots:
         lay_cable("decoy", "10.8.0.1/24");
         window = std::make_unique<WindowCase>();
         gui().show();
-        QCOMPARE(gui().current_network, QString("decoy"));
+        QCOMPARE(gui().network(), QString("decoy"));
         SimulatedFleet fleet({"--count", "3"}, "later", "10.71.0.1/16");
         QTRY_VERIFY_WITH_TIMEOUT(offered().contains("later"), 3000);
         // The list has grown: the newcomer is selected, whatever was before.
-        QTRY_COMPARE_WITH_TIMEOUT(gui().current_network, QString("later"), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(gui().network(), QString("later"), 3000);
         QTRY_VERIFY_WITH_TIMEOUT(any_online(), 5000);
-        QCOMPARE(gui().devices.begin()->second->interface, QString("later"));
+        QCOMPARE(gui().all_devices().begin()->second->interface, QString("later"));
     }
 
     void a_saved_network_wins_at_start_and_whenever_the_list_grows()
@@ -110,26 +110,26 @@ private slots:
         lay_cable("decoy", "10.8.0.1/24");
         lay_cable("quiet", "10.9.0.1/24");
         window = std::make_unique<WindowCase>();
-        QCOMPARE(gui().current_network, QString("decoy"));
-        gui().network_combo->setCurrentIndex(gui().network_combo->findText("quiet"));
-        emit gui().network_combo->activated(gui().network_combo->currentIndex());
-        QCOMPARE(gui().settings.value("current_network").toString(), QString("quiet"));
+        QCOMPARE(gui().network(), QString("decoy"));
+        gui().network_box()->setCurrentIndex(gui().network_box()->findText("quiet"));
+        emit gui().network_box()->activated(gui().network_box()->currentIndex());
+        QCOMPARE(gui().settings().value("current_network").toString(), QString("quiet"));
         gui().close();
         window->start();
         gui().show();
-        QCOMPARE(gui().current_network, QString("quiet"));
-        gui().network_combo->setCurrentIndex(gui().network_combo->findText("decoy"));
-        QCOMPARE(gui().current_network, QString("decoy"));
+        QCOMPARE(gui().network(), QString("quiet"));
+        gui().network_box()->setCurrentIndex(gui().network_box()->findText("decoy"));
+        QCOMPARE(gui().network(), QString("decoy"));
         lay_cable("later", "10.7.0.1/24");
         QTRY_VERIFY_WITH_TIMEOUT(offered().contains("later"), 3000);
-        QCOMPARE(gui().current_network, QString("quiet"));
+        QCOMPARE(gui().network(), QString("quiet"));
     }
 
     void an_automatic_choice_is_not_remembered()
     {
         lay_cable("decoy", "10.8.0.1/24");
         window = std::make_unique<WindowCase>();
-        QVERIFY(!gui().settings.contains("current_network"));
+        QVERIFY(!gui().settings().contains("current_network"));
     }
 
     void with_two_link_local_networks_the_first_joins_and_the_second_takes_over()
@@ -137,11 +137,11 @@ private slots:
         lay_cable("decoy", "10.8.0.1/24");
         window = std::make_unique<WindowCase>();
         gui().show();
-        QCOMPARE(gui().current_network, QString("decoy"));
+        QCOMPARE(gui().network(), QString("decoy"));
         lay_cable("direct", "169.254.3.4/16");
-        QTRY_COMPARE_WITH_TIMEOUT(gui().current_network, QString("direct"), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(gui().network(), QString("direct"), 3000);
         lay_cable("directb", "169.254.9.4/16");
-        QTRY_COMPARE_WITH_TIMEOUT(gui().current_network, QString("directb"), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(gui().network(), QString("directb"), 3000);
     }
 
     void a_network_that_goes_stays_in_the_list_and_its_devices_go_offline()
@@ -168,10 +168,10 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(any_online(), 8000);
         shell("ip address del 10.71.0.1/16 dev later;"
               "ip address add 10.71.0.2/16 broadcast + dev later");
-        QTRY_COMPARE_WITH_TIMEOUT(gui().bound_address, QHostAddress("10.71.0.2"), 3000);
-        for (const auto &[id, device] : gui().devices)
+        QTRY_COMPARE_WITH_TIMEOUT(gui().bound_address(), QHostAddress("10.71.0.2"), 3000);
+        for (const auto &[id, device] : gui().all_devices())
             device->last_seen = 1;
-        gui().send_discovery_packets();
+        gui().discover();
         QTRY_VERIFY_WITH_TIMEOUT(any_online(), 5000);
     }
 
@@ -181,12 +181,12 @@ private slots:
         lay_cable("decoy", "10.8.0.1/24");
         window = std::make_unique<WindowCase>();
         gui().show();
-        const int loudspeakers = gui().network_combo->findText("later");
-        gui().network_combo->setCurrentIndex(loudspeakers);
+        const int loudspeakers = gui().network_box()->findText("later");
+        gui().network_box()->setCurrentIndex(loudspeakers);
         QTRY_VERIFY_WITH_TIMEOUT(any_online(), 8000);
-        gui().network_combo->setCurrentIndex(gui().network_combo->findText("decoy"));
+        gui().network_box()->setCurrentIndex(gui().network_box()->findText("decoy"));
         QVERIFY(!any_online());
-        gui().network_combo->setCurrentIndex(loudspeakers);
+        gui().network_box()->setCurrentIndex(loudspeakers);
         QTRY_VERIFY_WITH_TIMEOUT(any_online(), 5000);
     }
 };

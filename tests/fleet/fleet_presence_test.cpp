@@ -7,10 +7,10 @@
 
 namespace {
 
-int online_count(const Gui &gui)
+int online_count(const WindowHandle &gui)
 {
     int count = 0;
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         count += device->online;
     return count;
 }
@@ -24,7 +24,7 @@ class FleetPresenceTest : public QObject
     std::unique_ptr<SimulatedFleet> fleet;
     std::unique_ptr<WindowCase> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     Device *device_at(int index)
     {
@@ -49,8 +49,8 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
         const qint64 taken = since_start.elapsed();
         qInfo() << "24 devices online after" << taken << "ms";
-        QCOMPARE(gui().device_model.rowCount(), 24);
-        QCOMPARE(gui().network_combo->currentText(), QString("loudspeakers"));
+        QCOMPARE(gui().model().rowCount(), 24);
+        QCOMPARE(gui().network_box()->currentText(), QString("loudspeakers"));
         for (const QJsonValue &value : fleet->stats()) {
             const QJsonObject told = value.toObject();
             Device *device = gui().find_device(told.value("device_id").toString());
@@ -59,8 +59,8 @@ private slots:
             QCOMPARE(window->cell(device, "ip"), told.value("address").toString());
             QVERIFY(window->cell(device, "status").startsWith("Online"));
             QVERIFY(!window->cell(device, "product_id").isEmpty());
-            const int row = gui().find_device_row(device);
-            const QVariant picture = gui().device_model.item(row, 0)->data(Qt::DecorationRole);
+            const int row = gui().row_of(device);
+            const QVariant picture = gui().model().item(row, 0)->data(Qt::DecorationRole);
             QVERIFY(!picture.value<QIcon>().isNull());
             QVERIFY(!picture.value<QIcon>().availableSizes().isEmpty());
         }
@@ -82,7 +82,7 @@ private slots:
         fleet->fault(3, "return");
         QTRY_VERIFY_WITH_TIMEOUT(device->online, 5000);
         QVERIFY(window->cell(device, "status").startsWith("Online"));
-        QCOMPARE(gui().device_model.rowCount(), 24);
+        QCOMPARE(gui().model().rowCount(), 24);
     }
 
     void a_device_without_replies_reads_broken_net()
@@ -122,7 +122,7 @@ private slots:
         Device *device = device_at(8);
         fleet->fault(8, "change_address", {{"address", "10.71.9.9"}});
         QTRY_COMPARE_WITH_TIMEOUT(window->cell(device, "ip"), QString("10.71.9.9"), 5000);
-        QCOMPARE(gui().device_model.rowCount(), 24);
+        QCOMPARE(gui().model().rowCount(), 24);
         QVERIFY(device->online);
     }
 
@@ -140,9 +140,9 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
         Device *device = device_at(2);
         const int before = fleet->stats().at(2).toObject().value("blinks").toInt();
-        gui().device_list->selectionModel()->select(
-            gui().device_model.index(gui().find_device_row(device), 0),
-            QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        gui().view()->selectionModel()->select(gui().model().index(gui().row_of(device), 0),
+                                               QItemSelectionModel::ClearAndSelect
+                                                   | QItemSelectionModel::Rows);
         gui().identify_selected();
         QTRY_COMPARE_WITH_TIMEOUT(fleet->stats().at(2).toObject().value("blinks").toInt(),
                                   before + 1, 5000);
@@ -151,13 +151,13 @@ private slots:
     void a_burst_at_line_rate_is_received_whole()
     {
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
-        gui().discovery_timer.stop();
+        gui().discovery_timer().stop();
         QTest::qWait(400); // late answers to the last request
-        for (const auto &[id, device] : gui().devices)
+        for (const auto &[id, device] : gui().all_devices())
             device->online = false;
         fleet->ask({{"options", QJsonObject{{"spread", 0}}}});
-        gui().send_discovery_packets();
-        gui().discovery_timer.stop();
+        gui().discover();
+        gui().discovery_timer().stop();
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 3000);
         fleet->ask({{"options", QJsonObject{{"spread", 250}}}});
     }

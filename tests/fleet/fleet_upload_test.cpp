@@ -39,7 +39,7 @@ class FleetUploadTest : public QObject
     std::unique_ptr<FleetWindow> window;
     std::map<Device *, QString> ends; // how each transfer has ended
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     // Starts an upload to the devices as "Update" does, and keeps how each transfer ends.
     void update(const std::vector<Device *> &devices, const QByteArray &image)
@@ -47,7 +47,7 @@ class FleetUploadTest : public QObject
         const QString path = window->folder.filePath("image");
         write_test_file(path, image);
         window->select(devices);
-        QPushButton *button = gui().property_rows.at("firmware_version")->button;
+        QPushButton *button = gui().rows().at("firmware_version")->button;
         QVERIFY(button);
         QTRY_VERIFY(!button->rect().isEmpty()); // the row has just come up
         DialogProbe probe;
@@ -109,7 +109,7 @@ private slots:
     void cleanup()
     {
         ends.clear();
-        for (const auto &[id, device] : gui().devices)
+        for (const auto &[id, device] : gui().all_devices())
             delete std::exchange(device->uploader, nullptr);
         fleet->fault("all", "tftp", {{"clear", true}});
         fleet->fault("all", "return");
@@ -317,7 +317,7 @@ private slots:
         for (Device *device : devices)
             QVERIFY(runs_until([device] { return device->uploader->percent() >= 1; }));
         gui().close();
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
         QTest::qWait(50); // what is on its way arrives now
     }
 };

@@ -22,26 +22,26 @@ namespace {
 void show_eq(Stage &stage)
 {
     stage.select({"Main left"});
-    stage.press(stage.gui.eq_button);
-    stage.gui.eq_splitter->setSizes({330, 330});
+    stage.press(stage.gui.eq_button());
+    stage.gui.eq_splitter()->setSizes({330, 330});
     Stage::settle(300);
 }
 
 const Filter &band(const Stage &stage, int number)
 {
-    return *stage.gui.curve_widget->filters.at(number - 1);
+    return *stage.gui.curve()->filters.at(number - 1);
 }
 
 void move_to_marker(Stage &stage, int number)
 {
     const Filter &filter = band(stage, number);
-    QTest::mouseMove(stage.gui.curve_widget, {filter.marker_x, filter.marker_y});
+    QTest::mouseMove(stage.gui.curve(), {filter.marker_x, filter.marker_y});
 }
 
 void click_marker(Stage &stage, int number)
 {
     const Filter &filter = band(stage, number);
-    QTest::mouseClick(stage.gui.curve_widget, Qt::LeftButton, Qt::NoModifier,
+    QTest::mouseClick(stage.gui.curve(), Qt::LeftButton, Qt::NoModifier,
                       {filter.marker_x, filter.marker_y});
 }
 
@@ -66,7 +66,7 @@ DeppenAss *await_assistant(Stage &stage)
 {
     DeppenAss *assistant = nullptr;
     expect(runs_until([&stage, &assistant] {
-               for (const auto &[id, device] : stage.gui.devices)
+               for (const auto &[id, device] : stage.gui.all_devices())
                    assistant = device->deppen_ass ? device->deppen_ass : assistant;
                return assistant != nullptr;
            }),
@@ -87,7 +87,7 @@ void press_next(DeppenAss *assistant)
 void window_picture(Stage &stage)
 {
     stage.select({"Main left"});
-    stage.take(&stage.gui);
+    stage.take(&stage.gui.widget());
 }
 
 // The first network that qualifies is not always the right one.
@@ -96,13 +96,13 @@ void network_box(Stage &stage)
     shell("ip link add office type veth peer name office-far; ip link set office-far up; "
           "ip address add 192.168.20.15/24 broadcast + dev office; ip link set office up");
     const int offered = 2;
-    expect(runs_until([&stage] { return stage.gui.network_combo->count() == offered; }),
+    expect(runs_until([&stage] { return stage.gui.network_box()->count() == offered; }),
            "a second network");
-    stage.gui.network_combo->setCurrentText("office");
-    stage.gui.device_list->selectAll();
-    stage.gui.delete_selected_devices();
-    stage.gui.network_combo->showPopup();
-    stage.take(&stage.gui);
+    stage.gui.network_box()->setCurrentText("office");
+    stage.gui.view()->selectAll();
+    stage.gui.delete_selected();
+    stage.gui.network_box()->showPopup();
+    stage.take(&stage.gui.widget());
 }
 
 void network_info(Stage &stage)
@@ -121,31 +121,31 @@ void states(Stage &stage)
     stage.fleet.fault("Amp rack", "set",
                       {{"state", QJsonObject{{"rtp", QJsonObject{{"lock", 0}}}}}});
     stage.select({"Front fill centre"});
-    stage.press(stage.gui.identify_button);
+    stage.press(stage.gui.identify_button());
     expect(runs_until([&stage] {
                return stage.device("Front fill centre")->broken_net
                    && !stage.device("Sub 2")->online;
            }),
            "two bad states");
-    stage.gui.device_list->clearSelection();
-    stage.take(stage.gui.device_list);
+    stage.gui.view()->clearSelection();
+    stage.take(stage.gui.view());
 }
 
 void mixed_values(Stage &stage)
 {
     stage.select({"Front fill left", "Front fill centre", "Front fill right"});
-    stage.press(stage.gui.edit_button);
+    stage.press(stage.gui.edit_button());
     stage.type("ui/memo", "Spare in case 7");
-    stage.take(&stage.gui);
+    stage.take(&stage.gui.widget());
 }
 
 void value_error(Stage &stage)
 {
     stage.select({"Amp rack"});
-    stage.press(stage.gui.edit_button);
+    stage.press(stage.gui.edit_button());
     stage.type("stream/rtp/ip", "239.69.1.2");
     stage.type("stream/rtp/ip", "239.69.1");
-    stage.take_with_dialog([&stage] { stage.press(stage.gui.confirm_button); });
+    stage.take_with_dialog([&stage] { stage.press(stage.gui.confirm_button()); });
 }
 
 void offline_edit(Stage &stage)
@@ -153,46 +153,46 @@ void offline_edit(Stage &stage)
     stage.fleet.fault("Sub 2", "silent");
     expect(runs_until([&stage] { return !stage.device("Sub 2")->online; }), "an offline device");
     stage.select({"Sub 1", "Sub 2"});
-    stage.press(stage.gui.edit_button);
+    stage.press(stage.gui.edit_button());
     stage.type("ui/memo", "Polarity checked");
-    stage.take_with_dialog([&stage] { stage.press(stage.gui.confirm_button); });
+    stage.take_with_dialog([&stage] { stage.press(stage.gui.confirm_button()); });
 }
 
 void search(Stage &stage)
 {
-    QTest::keyClicks(stage.gui.search_combo->lineEdit(), "stage");
-    stage.take(&stage.gui);
+    QTest::keyClicks(stage.gui.search_box()->lineEdit(), "stage");
+    stage.take(&stage.gui.widget());
 }
 
 void eq(Stage &stage)
 {
     show_eq(stage);
-    stage.take(&stage.gui);
+    stage.take(&stage.gui.widget());
 }
 
 void eq_hover(Stage &stage)
 {
     show_eq(stage);
     move_to_marker(stage, 3);
-    stage.take(stage.gui.curve_widget);
+    stage.take(stage.gui.curve());
 }
 
 void eq_handles(Stage &stage)
 {
     show_eq(stage);
-    stage.press(stage.gui.edit_button);
+    stage.press(stage.gui.edit_button());
     Stage::settle(300);
     click_marker(stage, 3);
-    stage.take(stage.gui.curve_widget);
+    stage.take(stage.gui.curve());
 }
 
 void eq_shelf(Stage &stage)
 {
     show_eq(stage);
-    stage.press(stage.gui.edit_button);
+    stage.press(stage.gui.edit_button());
     Stage::settle(300);
     click_marker(stage, 1);
-    stage.take(stage.gui.curve_widget);
+    stage.take(stage.gui.curve());
 }
 
 void updating(Stage &stage)
@@ -211,7 +211,7 @@ void updating(Stage &stage)
     stage.select({"Sub 1", "Main left", "Sub 4", "Recording bridge"});
     update_from(stage, STAND_IN_IMAGE);
     await_update_of(stage, "Sub 1", 35);
-    stage.take(stage.gui.device_list);
+    stage.take(stage.gui.view());
 }
 
 void assistant_outdated(Stage &stage)
@@ -239,15 +239,15 @@ void meters(Stage &stage)
     const auto clips = [rack] {
         return std::count(rack->meter.overdrive.begin(), rack->meter.overdrive.end(), true) > 0;
     };
-    stage.gui.device_list->scrollToBottom();
+    stage.gui.view()->scrollToBottom();
     Stage::settle();
     expect(runs_until(clips), "overdrive");
     Stage::settle(100);
-    const QWidget *view = stage.gui.device_list->viewport();
-    const QRect first = stage.gui.device_list->visualRect(stage.cell("Surround left", "ui/name"));
+    const QWidget *view = stage.gui.view()->viewport();
+    const QRect first = stage.gui.view()->visualRect(stage.cell("Surround left", "ui/name"));
     const QPoint end(
-        stage.gui.device_list->visualRect(stage.cell("Amp rack", "status")).left() + 80,
-        stage.gui.device_list->visualRect(stage.cell("Recording bridge", "status")).bottom());
+        stage.gui.view()->visualRect(stage.cell("Amp rack", "status")).left() + 80,
+        stage.gui.view()->visualRect(stage.cell("Recording bridge", "status")).bottom());
     stage.picture = Stage::screen({view->mapToGlobal(first.topLeft()), view->mapToGlobal(end)});
 }
 
@@ -255,7 +255,7 @@ void log_window(Stage &stage)
 {
     stage.select({"Main left"});
     Device *device = stage.device("Main left");
-    QTest::keyClick(&stage.gui, Qt::Key_L, Qt::ControlModifier);
+    QTest::keyClick(&stage.gui.widget(), Qt::Key_L, Qt::ControlModifier);
     expect(runs_until([device] { return device->log_window != nullptr; }), "a log");
     device->log_window->resize(1000, 460);
     const auto await_lines = [device](int lines) {
@@ -273,10 +273,10 @@ void log_window(Stage &stage)
 
 void columns(Stage &stage)
 {
-    QHeaderView *header = stage.gui.device_list->header();
+    QHeaderView *header = stage.gui.view()->header();
     emit header->customContextMenuRequested({620, 10});
     Stage::settle(400);
-    const QRect menu = stage.gui.header_menu->geometry();
+    const QRect menu = stage.gui.header_menu()->geometry();
     const int height = 620; // all of it is as high as the screen
     stage.picture = Stage::screen({menu.topLeft(), QSize(menu.width(), height)});
 }
@@ -284,18 +284,18 @@ void columns(Stage &stage)
 void dark(Stage &stage)
 {
     stage.gui.resize(1100, 600);
-    stage.gui.property_splitter->setSizes({700, 400});
+    stage.gui.property_splitter()->setSizes({700, 400});
     show_eq(stage);
-    stage.press(stage.gui.edit_button);
+    stage.press(stage.gui.edit_button());
     Stage::settle(300);
     click_marker(stage, 3);
-    stage.take(&stage.gui);
+    stage.take(&stage.gui.widget());
 }
 
 void order(Stage &stage)
 {
     stage.show_column("Order ID");
-    stage.take(stage.gui.device_list);
+    stage.take(stage.gui.view());
 }
 
 struct Picture

@@ -24,7 +24,7 @@ struct Stage
 {
     SimulatedFleet fleet;
     FleetWindow window{fleet};
-    Gui &gui = *window.gui;
+    WindowHandle &gui = *window.gui;
     QPixmap picture = {};
 
     // The file is one of docs/guide.
@@ -32,7 +32,7 @@ struct Stage
         : fleet({"--fleet", GUIDE_FOLDER "/" + fleet_file}, "speakers")
     {
         gui.resize(1500, 720);
-        gui.property_splitter->setSizes({985, 500});
+        gui.property_splitter()->setSizes({985, 500});
         expect(runs_until([this] { return window.online_count() == fleet.count; }), "online");
         settle();
     }
@@ -66,7 +66,7 @@ struct Stage
 
     Device *device(const QString &name)
     {
-        for (const auto &[id, device] : gui.devices)
+        for (const auto &[id, device] : gui.all_devices())
             if (device->values["ui/name"].toString() == name)
                 return device;
         qFatal("no device %s", qPrintable(name));
@@ -77,11 +77,11 @@ struct Stage
     {
         Qt::KeyboardModifiers modifiers = Qt::NoModifier;
         for (const QString &name : names) {
-            const QModelIndex index = gui.device_model.index(gui.find_device_row(device(name)),
-                                                             window.column("ui/name"));
-            gui.device_list->scrollTo(index);
-            QTest::mouseClick(gui.device_list->viewport(), Qt::LeftButton, modifiers,
-                              gui.device_list->visualRect(index).center());
+            const QModelIndex index
+                = gui.model().index(gui.row_of(device(name)), window.column("ui/name"));
+            gui.view()->scrollTo(index);
+            QTest::mouseClick(gui.view()->viewport(), Qt::LeftButton, modifiers,
+                              gui.view()->visualRect(index).center());
             modifiers = Qt::ControlModifier;
         }
         settle(200);
@@ -93,12 +93,12 @@ struct Stage
     void show_column(const QString &caption, bool shown = true)
     {
         QAction *action
-            = gui.column_actions[static_cast<size_t>(gui.column_names.indexOf(caption))];
+            = gui.column_actions()[static_cast<size_t>(gui.column_names().indexOf(caption))];
         action->setChecked(!shown);
         action->setChecked(shown);
     }
 
-    Property &row(const std::string &key) { return *gui.property_rows.at(key); }
+    Property &row(const std::string &key) { return *gui.rows().at(key); }
 
     void type(const std::string &key, const QString &text)
     {
@@ -126,6 +126,6 @@ struct Stage
 
     QModelIndex cell(const QString &name, const std::string &column)
     {
-        return gui.device_model.index(gui.find_device_row(device(name)), window.column(column));
+        return gui.model().index(gui.row_of(device(name)), window.column(column));
     }
 };

@@ -11,25 +11,26 @@
 class CurveMouse
 {
 public:
-    explicit CurveMouse(Gui *its_window)
+    explicit CurveMouse(WindowHandle *its_window)
         : window(its_window)
     {
     }
 
-    CurveWidget &curve() const { return *window->curve_widget; }
+    CurveWidget &curve() const { return *window->curve(); }
 
     // Positions are the curve's own.
     void press(QPoint position) const
     {
-        QTest::mousePress(window->windowHandle(), Qt::LeftButton, {}, in_window(position));
+        QTest::mousePress(window->widget().windowHandle(), Qt::LeftButton, {}, in_window(position));
     }
     void move(QPoint position) const
     {
-        QTest::mouseMove(window->windowHandle(), in_window(position));
+        QTest::mouseMove(window->widget().windowHandle(), in_window(position));
     }
     void release(QPoint position) const
     {
-        QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, {}, in_window(position));
+        QTest::mouseRelease(window->widget().windowHandle(), Qt::LeftButton, {},
+                            in_window(position));
     }
     void click(QPoint position) const
     {
@@ -69,9 +70,9 @@ public:
     }
 
 private:
-    QPoint in_window(QPoint position) const { return curve().mapTo(window, position); }
+    QPoint in_window(QPoint position) const { return curve().mapTo(&window->widget(), position); }
 
-    Gui *window;
+    WindowHandle *window;
 };
 
 inline int drag_state(const Filter *filter)

@@ -11,7 +11,7 @@ class FakeDevice
 {
 public:
     // `address` is one of 127.0.0.0/8. The state is reported at once, as heard on the loopback.
-    FakeDevice(Gui *window, const QString &its_address, const QJsonObject &its_state)
+    FakeDevice(WindowHandle *window, const QString &its_address, const QJsonObject &its_state)
         : gui(window)
         , address(its_address)
         , state(its_state)
@@ -23,7 +23,7 @@ public:
 
     Device *record() const { return gui->find_device(state.value("device_id").toString()); }
 
-    void report() { gui->handle_device_packet(address, state, true, "lo"); }
+    void report() { gui->report(address, state, true, "lo"); }
 
     // The state with one more or changed part, reported.
     void report(const QString &part, const QString &key, const QJsonValue &value)
@@ -46,7 +46,7 @@ public:
         return received;
     }
 
-    Gui *gui;
+    WindowHandle *gui;
     QHostAddress address;
     QJsonObject state;
 

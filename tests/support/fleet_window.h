@@ -43,13 +43,13 @@ struct FleetWindow : WindowCase
     {
         gui->resize(1100, 700);
         gui->show();
-        gui->activateWindow();
+        gui->widget().activateWindow();
     }
 
     int online_count() const
     {
         int count = 0;
-        for (const auto &[id, device] : gui->devices)
+        for (const auto &[id, device] : gui->all_devices())
             count += device->online;
         return count;
     }
@@ -92,11 +92,11 @@ struct FleetWindow : WindowCase
 
     void select(const std::vector<Device *> &wanted)
     {
-        gui->device_list->clearSelection();
+        gui->view()->clearSelection();
         for (Device *one : wanted)
-            gui->device_list->selectionModel()->select(
-                gui->device_model.index(gui->find_device_row(one), 0),
-                QItemSelectionModel::Select | QItemSelectionModel::Rows);
+            gui->view()->selectionModel()->select(gui->model().index(gui->row_of(one), 0),
+                                                  QItemSelectionModel::Select
+                                                      | QItemSelectionModel::Rows);
     }
 
     // Files that a device has got since the start, oldest first.

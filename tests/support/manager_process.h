@@ -20,23 +20,23 @@
 
 // What a line of the process says: devices by the beginning of their status, the chosen network,
 // and whether a dialog waits for an answer.
-inline QJsonObject shown_state(const Gui &gui)
+inline QJsonObject shown_state(const WindowHandle &gui)
 {
-    QJsonObject state{{"network", gui.current_network},
+    QJsonObject state{{"network", gui.network()},
                       {"asks", QApplication::activeModalWidget() != nullptr}};
-    const auto found = std::find(gui.column_ids.begin(), gui.column_ids.end(), "status");
-    const int column = static_cast<int>(found - gui.column_ids.begin());
+    const auto found = std::find(gui.column_ids().begin(), gui.column_ids().end(), "status");
+    const int column = static_cast<int>(found - gui.column_ids().begin());
     for (const char *status : {"Online", "Offline", "Broken net"}) {
         int count = 0;
-        for (int row = 0; row < gui.device_model.rowCount(); ++row)
-            count += gui.device_model.item(row, column)->text().startsWith(status);
+        for (int row = 0; row < gui.model().rowCount(); ++row)
+            count += gui.model().item(row, column)->text().startsWith(status);
         state.insert(status, count);
     }
     return state;
 }
 
 // A line is the caption of a command of the device menu; the end of the input closes the window.
-inline void take_orders(Gui &gui, QSocketNotifier &input)
+inline void take_orders(WindowHandle &gui, QSocketNotifier &input)
 {
     char line[200] = {};
     if (read(STDIN_FILENO, line, sizeof line - 1) <= 0) {
@@ -44,7 +44,7 @@ inline void take_orders(Gui &gui, QSocketNotifier &input)
         gui.close();
         return;
     }
-    for (QAction *action : gui.device_menu->actions())
+    for (QAction *action : gui.device_menu()->actions())
         if (action->text() + "\n" == line)
             action->trigger();
 }
@@ -59,20 +59,20 @@ inline int run_manager_process(int argc, char **argv, const QString &folder)
     register_resources();
     build_catalogue();
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder);
-    Gui gui;
+    WindowHandle gui;
     gui.show();
 
     QByteArray told;
     QTimer teller;
-    QObject::connect(&teller, &QTimer::timeout, &gui, [&told, &gui] {
+    QObject::connect(&teller, &QTimer::timeout, &gui.widget(), [&told, &gui] {
         const QByteArray line = QJsonDocument(shown_state(gui)).toJson(QJsonDocument::Compact);
-        if (line != told && !gui.closed)
+        if (line != told && !gui.is_closed())
             std::printf("%s\n", line.constData()), std::fflush(stdout);
         told = line;
     });
     teller.start(20);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &gui,
+    QObject::connect(&input, &QSocketNotifier::activated, &gui.widget(),
                      [&gui, &input] { take_orders(gui, input); });
     return QApplication::exec();
 }

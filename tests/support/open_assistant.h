@@ -15,7 +15,7 @@ struct OpenAssistant
     // The device whose assistant is open, null when there is none.
     Device *helped() const
     {
-        for (const auto &[id, device] : window.gui->devices)
+        for (const auto &[id, device] : window.gui->all_devices())
             if (device->deppen_ass)
                 return device;
         return nullptr;

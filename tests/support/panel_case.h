@@ -26,9 +26,9 @@ struct PanelCase : WindowCase
     {
         gui->resize(1100, 700);
         gui->show();
-        gui->activateWindow();
+        gui->widget().activateWindow();
         // Devices here report when the test says so, and must not go offline in between.
-        gui->discovery_timer.stop();
+        gui->discovery_timer().stop();
     }
 
     ~PanelCase() { devices.clear(); }
@@ -56,32 +56,31 @@ struct PanelCase : WindowCase
     {
         Qt::KeyboardModifiers modifiers = Qt::NoModifier;
         for (const int number : numbers) {
-            const int row
-                = gui->find_device_row(devices[static_cast<std::size_t>(number)]->record());
-            const QModelIndex index = gui->device_model.index(row, 0);
-            gui->device_list->scrollTo(index);
-            QTest::mouseClick(gui->device_list->viewport(), Qt::LeftButton, modifiers,
-                              gui->device_list->visualRect(index).center());
+            const int row = gui->row_of(devices[static_cast<std::size_t>(number)]->record());
+            const QModelIndex index = gui->model().index(row, 0);
+            gui->view()->scrollTo(index);
+            QTest::mouseClick(gui->view()->viewport(), Qt::LeftButton, modifiers,
+                              gui->view()->visualRect(index).center());
             modifiers = Qt::ControlModifier;
         }
     }
 
-    Property &row(const std::string &key) { return *gui->property_rows.at(key); }
+    Property &row(const std::string &key) { return *gui->rows().at(key); }
     bool is_shown(const std::string &key)
     {
         return row(key).holder && row(key).holder->isVisible();
     }
 
-    void press_edit() { QTest::mouseClick(gui->edit_button, Qt::LeftButton); }
-    void press_confirm() { QTest::mouseClick(gui->confirm_button, Qt::LeftButton); }
-    void press_cancel() { QTest::mouseClick(gui->cancel_button, Qt::LeftButton); }
+    void press_edit() { QTest::mouseClick(gui->edit_button(), Qt::LeftButton); }
+    void press_confirm() { QTest::mouseClick(gui->confirm_button(), Qt::LeftButton); }
+    void press_cancel() { QTest::mouseClick(gui->cancel_button(), Qt::LeftButton); }
 
     // Replaces a field's text by typing.
     void type(const std::string &key, const QString &text)
     {
         Property &prop = row(key);
         QWidget *editor = prop.line_edit ? static_cast<QWidget *>(prop.line_edit) : prop.spinner;
-        gui->property_scroll->ensureWidgetVisible(editor);
+        gui->property_scroll()->ensureWidgetVisible(editor);
         editor->setFocus();
         QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClicks(editor, text);

@@ -1,10 +1,10 @@
 // The main function of tests that open the real window, and a window with settings of its own.
 #pragma once
 
-#include "gui/gui.h"
 #include "gui/program_names.h"
 #include "model/meta.h"
 #include "support/private_network.h"
+#include "support/window_handle.h"
 
 #include <QApplication>
 #include <QTemporaryDir>
@@ -17,7 +17,7 @@
 struct WindowCase
 {
     QTemporaryDir folder;
-    std::unique_ptr<Gui> gui;
+    std::unique_ptr<WindowHandle> gui;
 
     WindowCase() { start(); }
 
@@ -25,20 +25,20 @@ struct WindowCase
     {
         gui.reset();
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-        gui = std::make_unique<Gui>();
+        gui = std::make_unique<WindowHandle>();
     }
 
     // A report as a device at `address` would send it.
     Device *report(const QString &address, const QJsonObject &object, bool live = true)
     {
-        gui->handle_device_packet(QHostAddress(address), object, live, gui->current_network);
+        gui->report(QHostAddress(address), object, live, gui->network());
         return gui->find_device(object.value("device_id").toString());
     }
 
     int column(const std::string &id) const
     {
-        for (size_t i = 0; i < gui->column_ids.size(); ++i)
-            if (gui->column_ids[i] == id)
+        for (size_t i = 0; i < gui->column_ids().size(); ++i)
+            if (gui->column_ids()[i] == id)
                 return static_cast<int>(i);
         return -1;
     }
@@ -46,8 +46,7 @@ struct WindowCase
     // What the list shows for a device in a column.
     QString cell(Device *device, const std::string &id) const
     {
-        const QStandardItem *item
-            = gui->device_model.item(gui->find_device_row(device), column(id));
+        const QStandardItem *item = gui->model().item(gui->row_of(device), column(id));
         return item ? item->text() : "no item";
     }
 };

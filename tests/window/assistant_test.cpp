@@ -60,7 +60,7 @@ class AssistantTest : public QObject
     std::unique_ptr<PanelCase> window;
     std::vector<std::unique_ptr<Peer>> peers;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
     FakeDevice &fake(int number = 0) { return *window->devices[size_t(number)]; }
     Device *device(int number = 0) { return fake(number).record(); }
     Peer &peer(int number = 0) { return *peers[size_t(number)]; }
@@ -85,7 +85,7 @@ class AssistantTest : public QObject
     void go_offline(int number = 0)
     {
         device(number)->online = false;
-        gui().update_device_properties(device(number));
+        gui().update(device(number));
         QCoreApplication::processEvents();
     }
 
@@ -93,7 +93,7 @@ class AssistantTest : public QObject
     DeppenAss *dialog()
     {
         DeppenAss *open = nullptr;
-        for (const auto &[id, one] : gui().devices)
+        for (const auto &[id, one] : gui().all_devices())
             if (one->deppen_ass)
                 open = one->deppen_ass;
         return open;
@@ -182,9 +182,9 @@ class AssistantTest : public QObject
 
     void select_row(int number)
     {
-        gui().device_list->selectionModel()->select(
-            gui().device_model.index(gui().find_device_row(device(number)), 0),
-            QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        gui().view()->selectionModel()->select(gui().model().index(gui().row_of(device(number)), 0),
+                                               QItemSelectionModel::ClearAndSelect
+                                                   | QItemSelectionModel::Rows);
     }
 
     static void every_page()
@@ -248,7 +248,7 @@ private slots:
     {
         fake().state.insert("product_id", 0);
         go_offline();
-        gui().handle_device_packet(fake().address, fake().state, false, "lo");
+        gui().report(fake().address, fake().state, false, "lo");
         QCOMPARE(page(), -1);
     }
 
@@ -256,7 +256,7 @@ private slots:
     {
         tell(OUTDATED);
         QVERIFY(open_dialog().isModal());
-        QCOMPARE(open_dialog().parent(), &gui());
+        QVERIFY(open_dialog().parent() == &gui().widget());
         QCOMPARE(open_dialog().size(), QSize(400, 200));
         QCOMPARE(open_dialog().windowTitle(), QString());
         QVERIFY(open_dialog().findChild<QLabel *>()->wordWrap());
@@ -356,7 +356,7 @@ private slots:
             tell(reports.at(event));
         QCOMPARE(page(), expected);
         // And it stays there with the same news.
-        gui().update_device_properties(device());
+        gui().update(device());
         QCoreApplication::processEvents();
         QCOMPARE(page(), expected);
     }
@@ -379,7 +379,7 @@ private slots:
         device()->assistant_dismissed = true; // none opens by itself
         tell(told);
         device()->online = online;
-        auto *made = new DeppenAss(&gui(), device());
+        DeppenAss *made = gui().make_assistant(device());
         made->show();
         QCOMPARE(page(), expected);
     }
@@ -510,12 +510,12 @@ private slots:
             go_offline();
             open_dialog().close();
             select_row(0);
-            gui().delete_selected_devices();
+            gui().delete_selected();
             open->reject();
         };
         press("Next");
         QCOMPARE(probe.texts.size(), 1);
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
     }
 
     void back_starts_the_choice_anew()
@@ -647,8 +647,8 @@ private slots:
         fake(1).report();
         QVERIFY(device(1)->deppen_ass);
         select_row(0);
-        gui().delete_selected_devices();
-        QCOMPARE(gui().devices.size(), size_t(1));
+        gui().delete_selected();
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         emit left->update_props();
         QCoreApplication::processEvents();
         QVERIFY(!left.isNull());        // stays with the window
@@ -701,7 +701,7 @@ private slots:
         tell(OUTDATED, 1);
         QVERIFY(!device(0)->deppen_ass);
         QVERIFY(device(1)->deppen_ass);
-        QCOMPARE(gui().findChildren<DeppenAss *>().size(), 1);
+        QCOMPARE(gui().widget().findChildren<DeppenAss *>().size(), 1);
         leave(open_dialog(), BY_CLOSING);
         QCOMPARE(page(), -1);
         fake(1).report(); // has had its turn
@@ -721,9 +721,9 @@ private slots:
         QFETCH(int, wanted);
         add_device();
         reach(wanted);
-        gui().device_list->selectAll();
-        gui().delete_selected_devices();
-        QCOMPARE(gui().devices.size(), size_t(1));
+        gui().view()->selectAll();
+        gui().delete_selected();
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         QVERIFY(dialog());
         QCOMPARE(page(), wanted);
     }
@@ -737,7 +737,7 @@ private slots:
         const QPointer<DeppenAss> open = dialog();
         emit open->update_props();
         gui().close();
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
         QVERIFY(!open->isVisible());
         QCoreApplication::processEvents();
         QApplication::closeAllWindows();
@@ -750,11 +750,11 @@ private slots:
         add_device();
         gui().open_log(device(1));
         reach(PAGE_UPDATING);
-        QTimer::singleShot(0, &gui(), &QWidget::close);
+        QTimer::singleShot(0, &gui().widget(), &QWidget::close);
         QTimer::singleShot(20, qApp, &QApplication::closeAllWindows);
         QTimer::singleShot(40, qApp, &QCoreApplication::quit);
         QApplication::exec();
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
     }
 
     void a_window_destroyed_with_an_open_assistant_is_clean()

@@ -53,24 +53,23 @@ int run_program(int argc, char **argv)
     register_resources();
     build_catalogue();
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, argv[2]);
-    Gui gui;
+    WindowHandle gui;
     gui.show();
     QByteArray found = "found";
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         found += " " + id.toUtf8();
     std::printf("%s\n", found.constData());
     std::fflush(stdout);
 
     QTimer changes;
-    QObject::connect(&changes, &QTimer::timeout, &gui, [&gui] {
-        const int most = std::min(int(gui.devices.size()) + 1, MOST_DEVICES);
-        gui.handle_device_packet(QHostAddress("10.0.0.1"),
-                                 changing_report(QRandomGenerator::global()->bounded(most)), false,
-                                 QString());
+    QObject::connect(&changes, &QTimer::timeout, &gui.widget(), [&gui] {
+        const int most = std::min(int(gui.all_devices().size()) + 1, MOST_DEVICES);
+        gui.report(QHostAddress("10.0.0.1"),
+                   changing_report(QRandomGenerator::global()->bounded(most)), false, QString());
     });
     changes.start(1);
     // Seldom enough kills would fall near a save that comes twice a second.
-    gui.cache_timer.setInterval(20);
+    gui.cache_timer().setInterval(20);
     return QApplication::exec();
 }
 

@@ -21,11 +21,11 @@ class CommandsTest : public QObject
 
     std::unique_ptr<PanelCase> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     QAction *action(const QString &caption)
     {
-        for (QAction *menu : gui().menuBar()->actions())
+        for (QAction *menu : gui().widget().menuBar()->actions())
             for (QAction *entry : menu->menu()->actions())
                 if (entry->text() == caption)
                     return entry;
@@ -43,9 +43,9 @@ private slots:
         FakeDevice &other = window->add({});
         second.record()->online = false;
         window->select({0, 1});
-        QVERIFY(gui().identify_button->isEnabled());
-        QTest::mouseClick(gui().identify_button, Qt::LeftButton);
-        QTest::mouseClick(gui().identify_button, Qt::LeftButton);
+        QVERIFY(gui().identify_button()->isEnabled());
+        QTest::mouseClick(gui().identify_button(), Qt::LeftButton);
+        QTest::mouseClick(gui().identify_button(), Qt::LeftButton);
         QTRY_COMPARE(first.commands(), QList<QJsonObject>({BLINK, BLINK}));
         QTRY_COMPARE(second.commands(), QList<QJsonObject>({BLINK, BLINK}));
         QVERIFY(other.commands().isEmpty());
@@ -54,12 +54,12 @@ private slots:
     void identify_is_enabled_while_a_selected_device_is_online()
     {
         FakeDevice &device = window->add({});
-        QVERIFY(!gui().identify_button->isEnabled());
+        QVERIFY(!gui().identify_button()->isEnabled());
         device.record()->online = false;
         window->select({0});
-        QVERIFY(!gui().identify_button->isEnabled());
+        QVERIFY(!gui().identify_button()->isEnabled());
         device.report();
-        QVERIFY(gui().identify_button->isEnabled());
+        QVERIFY(gui().identify_button()->isEnabled());
     }
 
     void a_failed_identify_shows_nowhere()
@@ -68,7 +68,7 @@ private slots:
         window->select({0});
         device.record()->interface = "gone";
         DialogProbe probe;
-        QTest::mouseClick(gui().identify_button, Qt::LeftButton);
+        QTest::mouseClick(gui().identify_button(), Qt::LeftButton);
         QCoreApplication::processEvents();
         QVERIFY(probe.titles.isEmpty());
     }
@@ -81,8 +81,8 @@ private slots:
         window->select({0, 1, 2});
         third.record()->interface = "gone";
         DialogProbe probe;
-        QVERIFY(QTest::qWaitForWindowActive(&gui()));
-        QTest::keyClick(&gui(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
+        QTest::keyClick(&gui().widget(), Qt::Key_R, Qt::ControlModifier);
         QTRY_COMPARE(first.commands(), QList<QJsonObject>({PURGE}));
         QTRY_COMPARE(second.commands(), QList<QJsonObject>({PURGE}));
         QVERIFY(third.commands().isEmpty());
@@ -119,11 +119,11 @@ private slots:
         device.record()->interface = "gone";
         DialogProbe probe;
         probe.answer = [this](QDialog *dialog) {
-            gui().delete_selected_devices();
+            gui().delete_selected();
             DialogProbe::press_default(dialog);
         };
         gui().purge_sessions();
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
     }
 
     void about_tells_name_version_and_makers()
@@ -155,8 +155,8 @@ private slots:
         QCOMPARE(lines.size(), 4);
         QCOMPARE(lines.at(0), QString("VELMARK Network Manager"));
         QCOMPARE(lines.at(1), QString("Version v1.6.2"));
-        QVERIFY(gui().findChildren<QDialog *>().isEmpty()
-                || gui().findChildren<QDialog *>().first()->isHidden());
+        QVERIFY(gui().widget().findChildren<QDialog *>().isEmpty()
+                || gui().widget().findChildren<QDialog *>().first()->isHidden());
     }
 };
 

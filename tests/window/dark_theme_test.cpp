@@ -59,11 +59,11 @@ class DarkThemeTest : public QObject
 
     QImage cell_picture(int device, const std::string &column)
     {
-        const QImage list = picture_of(window->gui->device_list->viewport());
-        const int row = window->gui->find_device_row(
-            window->devices[static_cast<std::size_t>(device)]->record());
-        return list.copy(window->gui->device_list->visualRect(
-            window->gui->device_model.index(row, window->column(column))));
+        const QImage list = picture_of(window->gui->view()->viewport());
+        const int row
+            = window->gui->row_of(window->devices[static_cast<std::size_t>(device)]->record());
+        return list.copy(window->gui->view()->visualRect(
+            window->gui->model().index(row, window->column(column))));
     }
 
     void expect_readable_cells()
@@ -85,9 +85,9 @@ class DarkThemeTest : public QObject
     // A caption has no ground of its own: it is read where it stands.
     void expect_readable_captions()
     {
-        QWidget *content = window->gui->property_scroll->widget();
+        QWidget *content = window->gui->property_scroll()->widget();
         const QImage rows = picture_of(content);
-        for (const auto &[key, prop] : window->gui->property_rows) {
+        for (const auto &[key, prop] : window->gui->rows()) {
             if (!prop->caption || !prop->caption->isVisible() || prop->caption->text().isEmpty())
                 continue;
             const QRect place(prop->caption->mapTo(content, QPoint(0, 0)), prop->caption->size());
@@ -104,7 +104,7 @@ private slots:
     {
         open_window();
         QFETCH(bool, is_dark);
-        QCOMPARE(window->gui->dark_theme, is_dark);
+        QCOMPARE(window->gui->is_dark(), is_dark);
     }
 
     void cells_can_be_read_selected_and_not_data() { desktop_rows(); }
@@ -118,7 +118,7 @@ private slots:
     void cells_with_marks_of_a_search_can_be_read()
     {
         open_window();
-        window->gui->search_combo->setEditText("fill");
+        window->gui->search_box()->setEditText("fill");
         for (const int device : {0, 1}) { // selected and not
             const QImage mark = marked_part(cell_picture(device, "ui/name"));
             QVERIFY(mark.width() > 8 && mark.height() > 8);
@@ -155,12 +155,12 @@ private slots:
     void buttons_and_boxes_can_be_read()
     {
         open_window();
-        expect_contrast(window->gui->edit_button, READABLE);
-        expect_contrast(window->gui->identify_button, READABLE);
-        expect_contrast(window->gui->eq_button, READABLE);
-        expect_contrast(window->gui->search_combo, VISIBLE); // holds a hint only
-        window->gui->search_combo->setEditText("stage");
-        expect_contrast(window->gui->search_combo, READABLE);
+        expect_contrast(window->gui->edit_button(), READABLE);
+        expect_contrast(window->gui->identify_button(), READABLE);
+        expect_contrast(window->gui->eq_button(), READABLE);
+        expect_contrast(window->gui->search_box(), VISIBLE); // holds a hint only
+        window->gui->search_box()->setEditText("stage");
+        expect_contrast(window->gui->search_box(), READABLE);
     }
 
     void a_log_can_be_read_in_black_and_in_red_data() { desktop_rows(); }

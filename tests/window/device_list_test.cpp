@@ -12,11 +12,11 @@ namespace {
 
 constexpr int SORT_ROLE = 258;
 
-QStringList shown_ids(const Gui &gui)
+QStringList shown_ids(const WindowHandle &gui)
 {
     QStringList ids;
-    for (int row = 0; row < gui.device_model.rowCount(); ++row)
-        ids.append(gui.device_model.item(row, 0)->data(257).toString());
+    for (int row = 0; row < gui.model().rowCount(); ++row)
+        ids.append(gui.model().item(row, 0)->data(257).toString());
     return ids;
 }
 
@@ -54,36 +54,36 @@ private slots:
 
     void the_first_start_shows_seven_of_83_columns()
     {
-        const Gui &gui = *window->gui;
-        QCOMPARE(gui.column_ids.size(), size_t(83));
-        QCOMPARE(gui.column_names.size(), 83);
-        QCOMPARE(gui.column_actions.size(), size_t(83));
-        QCOMPARE(gui.device_model.columnCount(), 83);
+        const WindowHandle &gui = *window->gui;
+        QCOMPARE(gui.column_ids().size(), size_t(83));
+        QCOMPARE(gui.column_names().size(), 83);
+        QCOMPARE(gui.column_actions().size(), size_t(83));
+        QCOMPARE(gui.model().columnCount(), 83);
         QStringList shown;
         for (int column = 0; column < 83; ++column)
-            if (!gui.device_list->isColumnHidden(column))
-                shown.append(gui.device_model.horizontalHeaderItem(column)->text());
+            if (!gui.view()->isColumnHidden(column))
+                shown.append(gui.model().horizontalHeaderItem(column)->text());
         QCOMPARE(shown,
                  QStringList({"Product", "Name", "Location", "AES67 Clock Status", "Metering", "IP",
                               "Status"}));
-        QCOMPARE(gui.device_list->header()->sortIndicatorSection(), 0);
-        QCOMPARE(gui.device_list->header()->sortIndicatorOrder(), Qt::AscendingOrder);
+        QCOMPARE(gui.view()->header()->sortIndicatorSection(), 0);
+        QCOMPARE(gui.view()->header()->sortIndicatorOrder(), Qt::AscendingOrder);
     }
 
     void a_report_makes_a_filled_row()
     {
         Device *device = window->report("10.0.0.5", loudspeaker_report("a", 3, "Centre"));
-        QCOMPARE(window->gui->device_model.rowCount(), 1);
+        QCOMPARE(window->gui->model().rowCount(), 1);
         QCOMPARE(window->cell(device, "product_id"), QString("VELMARK TriPoint 10 dp"));
         QCOMPARE(window->cell(device, "ui/name"), QString("Centre"));
         QCOMPARE(window->cell(device, "ui/loc"), QString("Stage"));
         QCOMPARE(window->cell(device, "rtp/lock"), QString("locked"));
         QCOMPARE(window->cell(device, "ip"), QString("10.0.0.5"));
         QCOMPARE(window->cell(device, "status"), QString("Online"));
-        const QStandardItem *item = window->gui->device_model.item(0, 0);
+        const QStandardItem *item = window->gui->model().item(0, 0);
         QCOMPARE(item->data(259).toString(), QString(":/icons/TriPoint.png"));
         QVERIFY(!item->data(Qt::DecorationRole).value<QIcon>().isNull());
-        const QStandardItem *meter = window->gui->device_model.item(0, window->column("meter"));
+        const QStandardItem *meter = window->gui->model().item(0, window->column("meter"));
         QCOMPARE(meter->data(259).value<MeterObject *>(), &device->meter);
     }
 
@@ -107,7 +107,7 @@ private slots:
 
     void the_ip_column_sorts_as_text()
     {
-        window->gui->device_list->sortByColumn(window->column("ip"), Qt::AscendingOrder);
+        window->gui->view()->sortByColumn(window->column("ip"), Qt::AscendingOrder);
         window->report("10.0.0.9", loudspeaker_report("a"));
         window->report("10.0.0.10", loudspeaker_report("b"));
         QCOMPARE(shown_ids(*window->gui), QStringList({"b", "a"}));
@@ -115,7 +115,7 @@ private slots:
 
     void new_rows_land_in_place_in_descending_order_too()
     {
-        window->gui->device_list->sortByColumn(window->column("ui/name"), Qt::DescendingOrder);
+        window->gui->view()->sortByColumn(window->column("ui/name"), Qt::DescendingOrder);
         int address = 1;
         for (const char *name : {"m", "z", "a", "m", "q"}) {
             const QString number = QString::number(address++);
@@ -126,28 +126,28 @@ private slots:
 
     void a_changed_key_moves_the_row_and_the_row_is_found_again()
     {
-        window->gui->device_list->sortByColumn(window->column("ui/name"), Qt::AscendingOrder);
+        window->gui->view()->sortByColumn(window->column("ui/name"), Qt::AscendingOrder);
         Device *first = window->report("10.0.0.1", loudspeaker_report("1", 3, "a"));
         Device *second = window->report("10.0.0.2", loudspeaker_report("2", 3, "b"));
         window->report("10.0.0.1", loudspeaker_report("1", 3, "c"));
         QCOMPARE(shown_ids(*window->gui), QStringList({"2", "1"}));
-        QCOMPARE(window->gui->find_device_row(first), 1);
-        QCOMPARE(window->gui->find_device_row(second), 0);
+        QCOMPARE(window->gui->row_of(first), 1);
+        QCOMPARE(window->gui->row_of(second), 0);
         QCOMPARE(window->cell(first, "ui/name"), QString("c"));
     }
 
     void the_insertion_agrees_with_the_toolkits_own_sorting()
     {
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         for (const Qt::SortOrder order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
-            gui.device_list->sortByColumn(window->column("ui/name"), order);
+            gui.view()->sortByColumn(window->column("ui/name"), order);
             for (int i = 0; i < 60; ++i) {
                 const QString id = QString("%1-%2").arg(order).arg(i);
                 window->report("10.0.1." + QString::number(i),
                                loudspeaker_report(id, 3, QString::number(i * 7 % 11)));
                 const QStringList before = shown_ids(gui);
-                gui.device_list->sortByColumn(-1, Qt::AscendingOrder);
-                gui.device_list->sortByColumn(window->column("ui/name"), order);
+                gui.view()->sortByColumn(-1, Qt::AscendingOrder);
+                gui.view()->sortByColumn(window->column("ui/name"), order);
                 QCOMPARE(before, shown_ids(gui));
             }
         }
@@ -156,8 +156,8 @@ private slots:
     void an_unchanged_report_emits_nothing()
     {
         window->report("10.0.0.1", loudspeaker_report("1"));
-        QSignalSpy changes(&window->gui->device_model, &QAbstractItemModel::dataChanged);
-        QSignalSpy layouts(&window->gui->device_model, &QAbstractItemModel::layoutChanged);
+        QSignalSpy changes(&window->gui->model(), &QAbstractItemModel::dataChanged);
+        QSignalSpy layouts(&window->gui->model(), &QAbstractItemModel::layoutChanged);
         window->report("10.0.0.1", loudspeaker_report("1"));
         QCOMPARE(changes.count(), 0);
         QCOMPARE(layouts.count(), 0);
@@ -166,7 +166,7 @@ private slots:
     void a_changed_row_emits_once()
     {
         window->report("10.0.0.1", loudspeaker_report("1"));
-        QSignalSpy changes(&window->gui->device_model, &QAbstractItemModel::dataChanged);
+        QSignalSpy changes(&window->gui->model(), &QAbstractItemModel::dataChanged);
         QJsonObject report = loudspeaker_report("1", 4, "Other");
         report.insert("rtp", QJsonObject{{"lock", 0}});
         window->report("10.0.0.1", report);
@@ -175,9 +175,9 @@ private slots:
 
     void a_lacking_key_leaves_the_cell_empty_and_later_as_it_was()
     {
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         const int bank = window->column("dsp/bank");
-        gui.device_list->setColumnHidden(bank, false);
+        gui.view()->setColumnHidden(bank, false);
         Device *module = window->report("10.0.0.1", loudspeaker_report("1", 1000));
         QCOMPARE(window->cell(module, "dsp/bank"), QString());
         Device *device = window->report("10.0.0.2", loudspeaker_report("2", 3));
@@ -188,66 +188,66 @@ private slots:
 
     void a_shown_column_fills_at_once_for_all()
     {
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         Device *first = window->report("10.0.0.1", loudspeaker_report("1"));
         Device *second = window->report("10.0.0.2", loudspeaker_report("2"));
         QCOMPARE(window->cell(first, "dsp/preset"), QString());
         const auto preset = static_cast<size_t>(window->column("dsp/preset"));
         gui.show_column_menu(QPoint(1, 1));
-        QVERIFY(!gui.column_actions[preset]->isChecked());
-        gui.column_actions[preset]->trigger();
-        QVERIFY(!gui.device_list->isColumnHidden(window->column("dsp/preset")));
+        QVERIFY(!gui.column_actions()[preset]->isChecked());
+        gui.column_actions()[preset]->trigger();
+        QVERIFY(!gui.view()->isColumnHidden(window->column("dsp/preset")));
         QCOMPARE(window->cell(first, "dsp/preset"), QString("Flat"));
         QCOMPARE(window->cell(second, "dsp/preset"), QString("Flat"));
-        gui.header_menu->close();
+        gui.header_menu()->close();
     }
 
     void widths_fit_the_widest_row_and_are_measured_once_for_many_changes()
     {
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         for (int i = 0; i < 200; ++i)
             window->report(QString("10.0.%1.1").arg(i), loudspeaker_report(QString::number(i)));
         const int column = window->column("ui/name");
         QTest::qWait(50); // lets the frame that measures pass
-        const int before = gui.device_list->columnWidth(column);
-        const int measured = gui.device_list->measurements();
+        const int before = gui.view()->columnWidth(column);
+        const int measured = gui.view()->measurements();
         for (int i = 0; i < 50; ++i) {
             window->report("10.0.7.1", loudspeaker_report("7", 3, QString("W").repeated(5 + i)));
             QApplication::processEvents(QEventLoop::AllEvents, 1);
         }
-        QTRY_VERIFY(gui.device_list->columnWidth(column) > before);
-        const QStandardItem *item = gui.device_model.item(7, column);
+        QTRY_VERIFY(gui.view()->columnWidth(column) > before);
+        const QStandardItem *item = gui.model().item(7, column);
         QVERIFY(item != nullptr);
-        QTRY_VERIFY(gui.device_list->columnWidth(column)
-                    >= gui.device_list->fontMetrics().horizontalAdvance(QString("W").repeated(54)));
+        QTRY_VERIFY(gui.view()->columnWidth(column)
+                    >= gui.view()->fontMetrics().horizontalAdvance(QString("W").repeated(54)));
         // 82 columns at most 8 of them shown: fifty changes may not cost fifty rounds.
-        QVERIFY(gui.device_list->measurements() - measured < 50 * 7);
+        QVERIFY(gui.view()->measurements() - measured < 50 * 7);
         window->report("10.0.7.1", loudspeaker_report("7", 3, "w"));
-        QTRY_COMPARE(gui.device_list->columnWidth(column), before);
+        QTRY_COMPARE(gui.view()->columnWidth(column), before);
     }
 
     void only_selected_visible_rows_are_selected_devices()
     {
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         Device *first = window->report("10.0.0.1", loudspeaker_report("1"));
         Device *second = window->report("10.0.0.2", loudspeaker_report("2"));
-        gui.device_list->selectAll();
+        gui.view()->selectAll();
         QCOMPARE(gui.selected_devices(), (std::vector<Device *>{first, second}));
-        gui.device_list->setRowHidden(0, QModelIndex(), true);
+        gui.view()->setRowHidden(0, QModelIndex(), true);
         QCOMPARE(gui.selected_devices(), (std::vector<Device *>{second}));
-        QVERIFY(gui.is_device_selected(first));
+        QVERIFY(gui.is_selected(first));
     }
 
     void identify_follows_the_presence_of_the_selection()
     {
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         window->report("10.0.0.1", loudspeaker_report("1"), false);
-        gui.device_list->selectAll();
-        QVERIFY(!gui.identify_button->isEnabled());
+        gui.view()->selectAll();
+        QVERIFY(!gui.identify_button()->isEnabled());
         window->report("10.0.0.1", loudspeaker_report("1"));
-        QVERIFY(gui.identify_button->isEnabled());
+        QVERIFY(gui.identify_button()->isEnabled());
         window->report("10.0.0.1", loudspeaker_report("1"), false);
-        QVERIFY(!gui.identify_button->isEnabled());
+        QVERIFY(!gui.identify_button()->isEnabled());
     }
 
     void going_offline_clears_levels_and_broken_net()
@@ -256,10 +256,10 @@ private slots:
         device->meter.set_levels({70}, {});
         device->broken_net = true;
         device->assistant_dismissed = true;
-        window->gui->update_device_properties(device);
+        window->gui->update(device);
         QCOMPARE(window->cell(device, "status"), QString("Broken net"));
         device->online = false;
-        window->gui->update_device_properties(device);
+        window->gui->update(device);
         QCOMPARE(window->cell(device, "status"), QString("Offline"));
         QVERIFY(!device->broken_net);
         QVERIFY(!device->assistant_dismissed);
@@ -269,20 +269,20 @@ private slots:
     // A list by status is sorted anew when devices come or go: for all that go together once.
     void a_fleet_that_falls_silent_is_sorted_once()
     {
-        Gui &gui = *window->gui;
-        gui.discovery_timer.stop();
-        gui.device_list->sortByColumn(window->column("status"), Qt::AscendingOrder);
+        WindowHandle &gui = *window->gui;
+        gui.discovery_timer().stop();
+        gui.view()->sortByColumn(window->column("status"), Qt::AscendingOrder);
         report_many(40);
-        QSignalSpy sortings(&gui.device_model, &QAbstractItemModel::layoutChanged);
-        for (const auto &[id, device] : gui.devices)
+        QSignalSpy sortings(&gui.model(), &QAbstractItemModel::layoutChanged);
+        for (const auto &[id, device] : gui.all_devices())
             device->last_seen -= id < "20" ? 0 : 5000; // those that stand last
-        gui.send_discovery_packets();
+        gui.discover();
         QVERIFY2(sortings.count() <= 2, qPrintable(QString::number(sortings.count())));
-        QVERIFY(gui.is_list_sorted());
+        QVERIFY(gui.is_sorted());
         QCOMPARE(window->cell(gui.find_device("30"), "status"), QString("Offline"));
-        gui.device_list->sortByColumn(window->column("status"), Qt::DescendingOrder);
+        gui.view()->sortByColumn(window->column("status"), Qt::DescendingOrder);
         sortings.clear();
-        gui.on_network_changed();
+        gui.network_changed();
         QVERIFY2(sortings.count() <= 2, qPrintable(QString::number(sortings.count())));
         QCOMPARE(window->cell(gui.find_device("10"), "status"), QString("Offline"));
     }
@@ -298,26 +298,25 @@ private slots:
     void deleting_many_changes_the_selection_a_few_times_at_most()
     {
         QFETCH(int, every);
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         report_many(60);
         QStringList kept;
         QItemSelection chosen;
         for (int row = 0; row < 60; ++row) {
-            const QModelIndex index = gui.device_model.index(row, 0);
+            const QModelIndex index = gui.model().index(row, 0);
             if (row % every == 0)
                 chosen.select(index, index);
             else
                 kept.append(shown_ids(gui).at(row));
         }
-        gui.device_list->selectionModel()->select(
+        gui.view()->selectionModel()->select(
             chosen, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-        QSignalSpy changes(gui.device_list->selectionModel(),
-                           &QItemSelectionModel::selectionChanged);
-        gui.delete_selected_devices();
+        QSignalSpy changes(gui.view()->selectionModel(), &QItemSelectionModel::selectionChanged);
+        gui.delete_selected();
         QCOMPARE(shown_ids(gui), kept);
-        QCOMPARE(gui.devices.size(), size_t(kept.size()));
+        QCOMPARE(gui.all_devices().size(), size_t(kept.size()));
         for (const QString &id : kept)
-            QVERIFY(gui.find_device_row(gui.find_device(id)) == kept.indexOf(id));
+            QVERIFY(gui.row_of(gui.find_device(id)) == kept.indexOf(id));
         QVERIFY2(changes.count() <= 3, qPrintable(QString::number(changes.count())));
     }
 
@@ -332,20 +331,20 @@ private slots:
     void after_a_deletion_nothing_is_selected()
     {
         QFETCH(int, last);
-        Gui &gui = *window->gui;
+        WindowHandle &gui = *window->gui;
         report_many(10);
         const auto click = [&gui](int row, Qt::KeyboardModifiers modifiers) {
-            const QModelIndex index = gui.device_model.index(row, 0);
-            gui.device_list->scrollTo(index);
-            QTest::mouseClick(gui.device_list->viewport(), Qt::LeftButton, modifiers,
-                              gui.device_list->visualRect(index).center());
+            const QModelIndex index = gui.model().index(row, 0);
+            gui.view()->scrollTo(index);
+            QTest::mouseClick(gui.view()->viewport(), Qt::LeftButton, modifiers,
+                              gui.view()->visualRect(index).center());
         };
         click(3, {});
         click(last, Qt::ShiftModifier);
         QCOMPARE(gui.selected_devices().size(), size_t(last - 2));
-        gui.delete_selected_devices();
+        gui.delete_selected();
         QVERIFY(gui.selected_devices().empty());
-        QCOMPARE(gui.devices.size(), size_t(12 - last));
+        QCOMPARE(gui.all_devices().size(), size_t(12 - last));
     }
 
     void an_unreadable_icon_is_an_empty_one()
@@ -356,13 +355,13 @@ private slots:
     void a_metering_frame_repaints_nothing_but_meters()
     {
         Device *device = window->report("10.0.0.1", loudspeaker_report("1"));
-        QSignalSpy changes(&window->gui->device_model, &QAbstractItemModel::dataChanged);
-        window->gui->handle_datagram(
+        QSignalSpy changes(&window->gui->model(), &QAbstractItemModel::dataChanged);
+        window->gui->deliver(
             QHostAddress("10.0.0.1"),
             R"({"command":"broadcast_info","device_id":"1","metering":{"channel_peaks":[35]}})");
         QCOMPARE(device->meter.levels, (std::vector<float>{-35.0F}));
         QCOMPARE(changes.count(), 0);
-        QCOMPARE(window->gui->device_model.item(0, 0)->data(SORT_ROLE).type(), QVariant::LongLong);
+        QCOMPARE(window->gui->model().item(0, 0)->data(SORT_ROLE).type(), QVariant::LongLong);
     }
 };
 

@@ -29,11 +29,11 @@ class DispatchTest : public QObject
 
     std::unique_ptr<WindowCase> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     void receive(const QString &address, const QByteArray &datagram)
     {
-        gui().handle_datagram(QHostAddress(address), datagram);
+        gui().deliver(QHostAddress(address), datagram);
     }
 
     void reply(const QString &address) { receive(address, R"({"seq":1,"status":"ok"})"); }
@@ -62,21 +62,21 @@ private slots:
         object.insert("product", "OTHER");
         receive("10.0.0.1", bytes_of(object));
         receive("10.0.0.1", bytes_of(loudspeaker_report("")));
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
         receive("10.0.0.1", bytes_of(loudspeaker_report("a")));
-        QCOMPARE(gui().devices.size(), size_t(1));
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         QCOMPARE(debug_lines.filter("Found new device").size(), 1);
     }
 
     void a_sender_of_ever_new_ids_fills_no_memory()
     {
         receive("10.0.0.1", bytes_of(loudspeaker_report("a")));
-        while (gui().devices.size() < size_t{MOST_DEVICES})
-            gui().devices[QString::number(gui().devices.size())] = new Device;
+        while (gui().all_devices().size() < size_t{MOST_DEVICES})
+            gui().all_devices()[QString::number(gui().all_devices().size())] = new Device;
         debug_lines.clear();
         receive("10.0.0.2", bytes_of(loudspeaker_report("b")));
-        QCOMPARE(gui().devices.size(), size_t{MOST_DEVICES});
-        QCOMPARE(gui().device_model.rowCount(), 1);
+        QCOMPARE(gui().all_devices().size(), size_t{MOST_DEVICES});
+        QCOMPARE(gui().model().rowCount(), 1);
         QCOMPARE(debug_lines.filter("too many devices").size(), 1);
         // Those that are known go on as before.
         gui().find_device("a")->online = false;
@@ -88,7 +88,7 @@ private slots:
     {
         receive("10.0.0.1",
                 R"({"command":"broadcast_info","device_id":"a","metering":{"channel_peaks":[1]}})");
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
     }
 
     void metering_keeps_no_device_online()
@@ -98,7 +98,7 @@ private slots:
         receive("10.0.0.1",
                 R"({"command":"broadcast_info","device_id":"a","metering":{"channel_peaks":[1]}})");
         QCOMPARE(device->last_seen, qint64(5));
-        gui().send_discovery_packets();
+        gui().discover();
         QVERIFY(!device->online);
     }
 
@@ -159,7 +159,7 @@ private slots:
         Device *device = window->report("10.0.0.1", loudspeaker_report("a"));
         window->report("10.0.0.2", loudspeaker_report("a"));
         window->report("10.0.0.1", loudspeaker_report("a"));
-        QCOMPARE(gui().devices.size(), size_t(1));
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         QCOMPARE(device->address, QHostAddress("10.0.0.1"));
         QCOMPARE(debug_lines.filter("apparently changing fromaddress").size(), 2);
     }
@@ -168,7 +168,7 @@ private slots:
     {
         Device *cached = window->report("10.0.0.1", loudspeaker_report("a", 3, "Old"), false);
         cached->upload_error = "not updating";
-        gui().update_device_properties(cached);
+        gui().update(cached);
         QCOMPARE(window->cell(cached, "status"), QString("Offline / not updating"));
         Device *live = window->report("10.0.0.9", loudspeaker_report("a", 3, "Old"));
         QCOMPARE(live, cached);
@@ -190,10 +190,10 @@ private slots:
     {
         Device *device = window->report("10.0.0.1", loudspeaker_report("a"));
         device->last_seen -= 1500;
-        gui().send_discovery_packets();
+        gui().discover();
         QVERIFY(device->online);
         device->last_seen -= 600;
-        gui().send_discovery_packets();
+        gui().discover();
         QCOMPARE(window->cell(device, "status"), QString("Offline"));
         window->report("10.0.0.1", loudspeaker_report("a"));
         QCOMPARE(window->cell(device, "status"), QString("Online"));
@@ -211,7 +211,7 @@ private slots:
     void a_wrong_checksum_is_told_as_the_number_it_carried()
     {
         receive("10.0.0.1", bytes_of(loudspeaker_report("a")) + "\n//#000000ff");
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
         QCOMPARE(debug_lines.size(), 1);
         QVERIFY(debug_lines.front().contains("invalid CRC"));
         QVERIFY(debug_lines.front().contains("255"));
@@ -243,7 +243,7 @@ private slots:
         const QJsonObject report = known->last_report;
         debug_lines.clear();
         receive("10.0.0.66", datagram);
-        QCOMPARE(gui().devices.size(), size_t(1));
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         QCOMPARE(known->last_report, report);
         QCOMPARE(known->address, QHostAddress("10.0.0.1"));
         QVERIFY(debug_lines.size() <= 1);
@@ -265,16 +265,16 @@ private slots:
         report.insert("streams", QJsonObject{{"list", QJsonArray{1, "x", QJsonArray()}}});
         Device *device = window->report("10.0.0.1", report);
         QCOMPARE(window->cell(device, "status"), QString("Online"));
-        for (size_t column = 0; column < gui().column_ids.size(); ++column)
-            gui().device_list->setColumnHidden(static_cast<int>(column), false);
-        gui().update_device_properties(device);
-        QCOMPARE(gui().device_model.rowCount(), 1);
+        for (size_t column = 0; column < gui().column_ids().size(); ++column)
+            gui().view()->setColumnHidden(static_cast<int>(column), false);
+        gui().update(device);
+        QCOMPARE(gui().model().rowCount(), 1);
     }
 
     void a_change_of_network_takes_all_offline()
     {
         Device *device = window->report("10.0.0.1", loudspeaker_report("a"));
-        gui().on_network_changed();
+        gui().network_changed();
         QVERIFY(!device->online);
         QCOMPARE(window->cell(device, "status"), QString("Offline"));
     }
@@ -283,8 +283,8 @@ private slots:
     {
         gui().add_dummy_device();
         gui().add_dummy_device();
-        QCOMPARE(gui().devices.size(), size_t(2));
-        Device *dummy = gui().devices.begin()->second;
+        QCOMPARE(gui().all_devices().size(), size_t(2));
+        Device *dummy = gui().all_devices().begin()->second;
         QVERIFY(!dummy->online);
         QVERIFY(QRegularExpression("^[0-9a-f]{32}$").match(dummy->device_id).hasMatch());
         QCOMPARE(window->cell(dummy, "ui/name"), QString("Offline dummy device"));
@@ -297,18 +297,17 @@ private slots:
         window->report("10.0.0.1", loudspeaker_report("a"));
         window->report("10.0.0.2", loudspeaker_report("b"));
         window->report("10.0.0.3", loudspeaker_report("c"));
-        gui().device_list->selectAll();
-        gui().device_list->selectionModel()->select(gui().device_model.index(1, 0),
-                                                    QItemSelectionModel::Deselect
-                                                        | QItemSelectionModel::Rows);
-        gui().delete_selected_devices();
-        QCOMPARE(gui().devices.size(), size_t(1));
-        QCOMPARE(gui().device_model.rowCount(), 1);
-        QCOMPARE(gui().devices.begin()->first, QString("b"));
+        gui().view()->selectAll();
+        gui().view()->selectionModel()->select(
+            gui().model().index(1, 0), QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+        gui().delete_selected();
+        QCOMPARE(gui().all_devices().size(), size_t(1));
+        QCOMPARE(gui().model().rowCount(), 1);
+        QCOMPARE(gui().all_devices().begin()->first, QString("b"));
         debug_lines.clear();
         window->report("10.0.0.1", loudspeaker_report("a"));
         QCOMPARE(debug_lines.filter("Found new device").size(), 1);
-        QCOMPARE(gui().device_model.rowCount(), 2);
+        QCOMPARE(gui().model().rowCount(), 2);
     }
 
     void a_window_may_go_without_having_been_closed()

@@ -13,24 +13,24 @@ using Step = std::function<void(PanelCase &)>;
 
 void click_in_list(PanelCase &window, QPoint position)
 {
-    QTest::mouseClick(window.gui->device_list->viewport(), Qt::LeftButton, {}, position);
+    QTest::mouseClick(window.gui->view()->viewport(), Qt::LeftButton, {}, position);
 }
 
 void click_on_empty_part(PanelCase &window)
 {
-    const QRect view = window.gui->device_list->viewport()->rect();
+    const QRect view = window.gui->view()->viewport()->rect();
     click_in_list(window, view.bottomLeft() + QPoint(20, -20));
 }
 
 void press_arrow_down(PanelCase &window)
 {
-    window.gui->device_list->setFocus();
-    QTest::keyClick(window.gui->device_list, Qt::Key_Down);
+    window.gui->view()->setFocus();
+    QTest::keyClick(window.gui->view(), Qt::Key_Down);
 }
 
 void sort_by_clicking_a_head(PanelCase &window)
 {
-    QHeaderView *header = window.gui->device_list->header();
+    QHeaderView *header = window.gui->view()->header();
     const int place = header->sectionViewportPosition(window.column("ui/name")) + 20;
     QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, {place, 5});
     QCOMPARE(header->sortIndicatorSection(), window.column("ui/name"));
@@ -40,8 +40,8 @@ void go_offline(PanelCase &window)
 {
     Device *device = window.devices[1]->record();
     device->last_seen -= 5000;
-    window.gui->send_discovery_packets();
-    window.gui->discovery_timer.stop();
+    window.gui->discover();
+    window.gui->discovery_timer().stop();
     QVERIFY(!device->online);
 }
 
@@ -65,7 +65,7 @@ private slots:
         window->select({1});
         window->press_edit();
         window->type("ui/name", "New name");
-        QVERIFY(window->gui->editing);
+        QVERIFY(window->gui->is_editing());
         QVERIFY(window->row("ui/name").edited);
     }
     void cleanup() { window.reset(); }
@@ -78,9 +78,8 @@ private slots:
         QTest::newRow("an arrow key in the list") << Step(press_arrow_down);
         QTest::newRow("a further row") << Step([](PanelCase &it) { it.select({1, 2}); });
         QTest::newRow("a search") << Step(
-            [](PanelCase &it) { it.gui->search_combo->setEditText("nobody"); });
-        QTest::newRow("the Delete key")
-            << Step([](PanelCase &it) { it.gui->delete_selected_devices(); });
+            [](PanelCase &it) { it.gui->search_box()->setEditText("nobody"); });
+        QTest::newRow("the Delete key") << Step([](PanelCase &it) { it.gui->delete_selected(); });
         QTest::newRow("closing") << Step([](PanelCase &it) { it.gui->close(); });
     }
     void these_drop_it_without_a_word()
@@ -92,9 +91,9 @@ private slots:
         QVERIFY(probe.titles.isEmpty());
         for (const auto &device : window->devices)
             QVERIFY(device->commands().isEmpty());
-        if (window->gui->closed)
+        if (window->gui->is_closed())
             return;
-        QVERIFY(!window->gui->editing);
+        QVERIFY(!window->gui->is_editing());
         QVERIFY(!window->row("ui/name").edited);
     }
 
@@ -111,8 +110,8 @@ private slots:
         QTest::newRow("sorting anew") << Step(sort_by_clicking_a_head);
         QTest::newRow("going offline") << Step(go_offline);
         QTest::newRow("another network") << Step([](PanelCase &it) {
-            it.gui->network_combo->addItem("elsewhere");
-            it.gui->network_combo->setCurrentText("elsewhere");
+            it.gui->network_box()->addItem("elsewhere");
+            it.gui->network_box()->setCurrentText("elsewhere");
         });
         QTest::newRow("a column shown")
             << Step([](PanelCase &it) { it.gui->toggle_column(size_t(it.column("ui/memo"))); });
@@ -124,7 +123,7 @@ private slots:
         DialogProbe probe;
         step(*window);
         QVERIFY(probe.titles.isEmpty());
-        QVERIFY(window->gui->editing);
+        QVERIFY(window->gui->is_editing());
         QVERIFY(window->row("ui/name").edited);
         QCOMPARE(window->row("ui/name").line_edit->text(), QString("New name"));
         QCOMPARE(window->gui->selected_devices(),

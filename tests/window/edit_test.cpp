@@ -35,14 +35,14 @@ private slots:
         window->add({});
         window->select({0});
         window->press_edit();
-        QVERIFY(window->gui->editing);
-        QVERIFY(!window->gui->edit_button->isEnabled());
-        QVERIFY(window->gui->confirm_button->isEnabled());
-        QVERIFY(window->gui->cancel_button->isEnabled());
+        QVERIFY(window->gui->is_editing());
+        QVERIFY(!window->gui->edit_button()->isEnabled());
+        QVERIFY(window->gui->confirm_button()->isEnabled());
+        QVERIFY(window->gui->cancel_button()->isEnabled());
         window->press_confirm();
-        QVERIFY(!window->gui->editing);
-        QVERIFY(window->gui->edit_button->isEnabled());
-        QVERIFY(!window->gui->confirm_button->isEnabled());
+        QVERIFY(!window->gui->is_editing());
+        QVERIFY(window->gui->edit_button()->isEnabled());
+        QVERIFY(!window->gui->confirm_button()->isEnabled());
         QVERIFY(sent_to(0).isEmpty());
         QVERIFY(probe.texts.isEmpty());
     }
@@ -57,8 +57,8 @@ private slots:
         window->press_confirm();
         QCOMPARE(sent_to(0), QList<QJsonObject>{set_params(dsp("level", 4))});
         QVERIFY(sent_to(1).isEmpty());
-        QVERIFY(window->gui->discovery_timer.isActive());
-        QVERIFY(window->gui->discovery_timer.interval() <= 10);
+        QVERIFY(window->gui->discovery_timer().isActive());
+        QVERIFY(window->gui->discovery_timer().interval() <= 10);
 
         device(0).report("dsp", "level", 4);
         window->press_edit();
@@ -70,8 +70,8 @@ private slots:
     {
         for (int i = 0; i < 200; ++i)
             window->add(dsp("level", i % 2 ? 4 : 2));
-        window->gui->device_list->setFocus();
-        QTest::keyClick(window->gui->device_list, Qt::Key_A, Qt::ControlModifier);
+        window->gui->view()->setFocus();
+        QTest::keyClick(window->gui->view(), Qt::Key_A, Qt::ControlModifier);
         QCOMPARE(window->gui->selected_devices().size(), std::size_t{200});
         window->press_edit();
         window->pick("dsp/level", "0 dB");
@@ -180,11 +180,11 @@ private slots:
                  QStringList("Field 'Name' has an invalid value: text too long (allows up to 127 "
                              "bytes, but got 128 bytes).\nEither correct it, or cancel editing."));
         QVERIFY(!Qt::mightBeRichText(probe.texts.value(0))); // the line feed breaks the line
-        QVERIFY(window->gui->editing);
+        QVERIFY(window->gui->is_editing());
         QVERIFY(sent_to(0).isEmpty());
         window->type("ui/name", QString(127, 'x'));
         window->press_confirm();
-        QVERIFY(!window->gui->editing);
+        QVERIFY(!window->gui->is_editing());
         QCOMPARE(probe.texts.size(), 1);
     }
 
@@ -197,7 +197,7 @@ private slots:
         window->type("stream/rtp/ip", "1.2.3");
         window->press_confirm();
         QVERIFY(probe.texts.isEmpty());
-        QVERIFY(!window->gui->editing);
+        QVERIFY(!window->gui->is_editing());
         QVERIFY(sent_to(0).isEmpty());
     }
 
@@ -250,7 +250,7 @@ private slots:
         window->pick("dsp/level", "+3 dB");
         window->press_confirm();
         QCOMPARE(probe.texts, QStringList("<b></b>127.0.0.11: network not found"));
-        QVERIFY(!window->gui->editing);
+        QVERIFY(!window->gui->is_editing());
         QCOMPARE(sent_to(1).size(), 1);
         QCOMPARE(window->row("dsp/level").combo->currentText(), QString("-9 dB"));
     }
@@ -279,7 +279,7 @@ private slots:
         window->press_edit();
         window->type("ui/name", "lost");
         window->select({1});
-        QVERIFY(!window->gui->editing);
+        QVERIFY(!window->gui->is_editing());
         QVERIFY(!window->row("ui/name").edited);
         QCOMPARE(window->row("ui/name").line_edit->text(), QString("Left"));
     }
@@ -289,9 +289,9 @@ private slots:
         window->add({});
         window->select({0});
         ValueSpinner *delay = window->row("dsp/delay").spinner;
-        window->gui->property_scroll->ensureWidgetVisible(delay);
+        window->gui->property_scroll()->ensureWidgetVisible(delay);
         QTest::mouseClick(delay, Qt::LeftButton);
-        QVERIFY(window->gui->editing);
+        QVERIFY(window->gui->is_editing());
         QTRY_VERIFY(delay->hasFocus());
         QVERIFY(!window->row("rtp/lock").line_edit);
         QVERIFY(!window->row("firmware_version").line_edit->isEnabled());
@@ -410,7 +410,7 @@ private slots:
         window->add({});
         window->select({0});
         QCoreApplication::processEvents();
-        QScrollBar *bar = window->gui->property_scroll->verticalScrollBar();
+        QScrollBar *bar = window->gui->property_scroll()->verticalScrollBar();
         QTRY_VERIFY(bar->maximum() > 100);
         bar->setValue(100);
         window->press_edit();
@@ -440,8 +440,8 @@ private slots:
         QJsonObject backup = loudspeaker_report("x");
         backup.insert("dsp", QJsonObject{{"delay", 2000}, {"bank", 3}, {"preset", 2}});
         window->gui->restore_backup(backup, PF_BACKUP);
-        QVERIFY(window->gui->editing);
-        QVERIFY(!window->gui->edit_button->isEnabled());
+        QVERIFY(window->gui->is_editing());
+        QVERIFY(!window->gui->edit_button()->isEnabled());
         QVERIFY(sent_to(0).isEmpty());
         QCOMPARE(window->row("dsp/delay").spinner->text(), QString("935.000 m"));
         QCOMPARE(window->row("dsp/preset").combo->currentText(), QString("Low-Boost in-wall"));
@@ -464,7 +464,7 @@ private slots:
         QVERIFY(!address.edited);
         window->press_confirm();
         QVERIFY(probe.texts.isEmpty());
-        QVERIFY(!window->gui->editing);
+        QVERIFY(!window->gui->is_editing());
         QVERIFY(sent_to(0).isEmpty());
     }
 

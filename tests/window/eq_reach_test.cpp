@@ -42,11 +42,11 @@ class EqReachTest : public QObject
         window->gui->resize(size.width() + 500, size.height() + 300);
         window->add({{"dsp", dsp}});
         window->select({0});
-        window->gui->eq_button->setChecked(true);
-        window->gui->property_splitter->setSizes({size.width(), 500});
-        window->gui->eq_splitter->setSizes({200, size.height()});
+        window->gui->eq_button()->setChecked(true);
+        window->gui->property_splitter()->setSizes({size.width(), 500});
+        window->gui->eq_splitter()->setSizes({200, size.height()});
         window->press_edit();
-        window->gui->curve_widget->grab(); // markers are hit where they were last painted
+        window->gui->curve()->grab(); // markers are hit where they were last painted
     }
 
     void size_rows()
@@ -121,7 +121,7 @@ private slots:
         const auto *peak = dynamic_cast<const FilterPEQ *>(mouse.filter(1));
         QVERIFY(peak != nullptr);
         mouse.click(mouse.marker(1));
-        window->gui->curve_widget->grab();
+        window->gui->curve()->grab();
         const struct
         {
             const char *name;
@@ -152,7 +152,7 @@ private slots:
         mouse.drag(spot, spot + QPoint(80, 40));
         QVERIFY(window->row("dsp/eq0/freq").edited);
         QVERIFY(!window->row("dsp/eq1/freq").edited);
-        window->gui->curve_widget->grab();
+        window->gui->curve()->grab();
         mouse.drag(spot, spot - QPoint(80, 40));
         QVERIFY(window->row("dsp/eq1/freq").edited);
     }

@@ -51,9 +51,9 @@ struct EqCase : PanelCase
 {
     EqCase()
     {
-        QTest::mouseClick(gui->eq_button, Qt::LeftButton);
+        QTest::mouseClick(gui->eq_button(), Qt::LeftButton);
         // A move to where the pointer stands already is none.
-        QTest::mouseMove(gui->windowHandle(), {1, 1});
+        QTest::mouseMove(gui->widget().windowHandle(), {1, 1});
     }
 
     CurveMouse mouse() const { return CurveMouse(gui.get()); }
@@ -64,7 +64,7 @@ struct EqCase : PanelCase
     void confirm()
     {
         press_confirm();
-        gui->discovery_timer.stop();
+        gui->discovery_timer().stop();
     }
 };
 
@@ -77,9 +77,9 @@ class EqWindowTest : public QObject
     std::unique_ptr<EqCase> window;
     std::mt19937 random;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
     CurveMouse mouse() { return window->mouse(); }
-    CurveWidget &curve() { return *gui().curve_widget; }
+    CurveWidget &curve() { return *gui().curve(); }
     FakeDevice &device(int number) { return *window->devices[static_cast<std::size_t>(number)]; }
 
     int any(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
@@ -232,16 +232,16 @@ void EqWindowTest::the_curve_first_shows_in_half_of_the_room()
 {
     const auto halves = [this] {
         QCoreApplication::processEvents();
-        const QList<int> sizes = gui().eq_splitter->sizes();
+        const QList<int> sizes = gui().eq_splitter()->sizes();
         return sizes.size() == 2 && std::abs(sizes[0] - sizes[1]) <= 1 && sizes[0] > 100;
     };
     QVERIFY(curve().isVisible());
     QVERIFY(halves());
-    QCOMPARE(gui().eq_splitter->widget(1), &curve());
-    QTest::mouseClick(gui().eq_button, Qt::LeftButton);
+    QCOMPARE(gui().eq_splitter()->widget(1), &curve());
+    QTest::mouseClick(gui().eq_button(), Qt::LeftButton);
     QVERIFY(!curve().isVisible());
-    QCOMPARE(gui().eq_splitter->count(), 1);
-    QTest::mouseClick(gui().eq_button, Qt::LeftButton);
+    QCOMPARE(gui().eq_splitter()->count(), 1);
+    QTest::mouseClick(gui().eq_button(), Qt::LeftButton);
     QVERIFY(curve().isVisible());
     QVERIFY(halves());
     // Restored before the window first shows.
@@ -366,7 +366,7 @@ void EqWindowTest::stubs_pulled_together_send_no_q()
     QCOMPARE(gain, 6.0);
     window->confirm();
     QVERIFY(sent_to(0).isEmpty());
-    QVERIFY(!gui().editing);
+    QVERIFY(!gui().is_editing());
 }
 
 void EqWindowTest::a_refresh_after_a_drag_takes_the_band_anew()
@@ -395,7 +395,7 @@ void EqWindowTest::a_drag_is_not_followed_by_a_refresh()
     for (int step = 1; step <= 20; ++step) {
         mouse().move(strip + QPoint(step, 0));
         shown.report("dsp", "eq0", eq_band(EQ_PEQ, 1000 + step, 1.0, 3.0));
-        QVERIFY(!gui().panel_timer.isActive());
+        QVERIFY(!gui().panel_timer().isActive());
         QCoreApplication::processEvents();
         QCOMPARE(curve().filters, filters);
         QCOMPARE(curve().active_index, 0);
@@ -432,7 +432,7 @@ void EqWindowTest::a_band_stays_hovered_while_reports_say_the_same()
         QCoreApplication::processEvents();
     }
     shown.report("ui", "name", "Another name");
-    QTRY_VERIFY(!gui().panel_timer.isActive());
+    QTRY_VERIFY(!gui().panel_timer().isActive());
     QCOMPARE(curve().hover_index, 2);
     QCOMPARE(curve().filters, filters);
     QCOMPARE(curve().grid->responses_computed, responses);
@@ -493,21 +493,21 @@ void EqWindowTest::a_device_without_equaliser_closes_the_view()
     QVERIFY(curve().isVisible());
     window->select({1});
     QVERIFY(!curve().has_curve);
-    QVERIFY(!gui().eq_button->isChecked());
-    QCOMPARE(gui().eq_splitter->count(), 1);
+    QVERIFY(!gui().eq_button()->isChecked());
+    QCOMPARE(gui().eq_splitter()->count(), 1);
     gui().close();
-    QCOMPARE(gui().settings.value("eq_visible").toBool(), false);
+    QCOMPARE(gui().settings().value("eq_visible").toBool(), false);
 }
 
 void EqWindowTest::without_a_selection_the_curve_stays()
 {
     show_device(all_types());
     const QList<Filter *> filters = curve().filters;
-    gui().device_list->clearSelection();
+    gui().view()->clearSelection();
     QVERIFY(gui().selected_devices().empty());
     gui().refresh_eq_view();
     QVERIFY(curve().has_curve);
-    QVERIFY(gui().eq_button->isChecked());
+    QVERIFY(gui().eq_button()->isChecked());
     QCOMPARE(curve().filters, filters);
 }
 
@@ -627,10 +627,10 @@ void EqWindowTest::odd_sizes_in_the_window_do_no_harm()
     }
     mouse().release({0, 0});
     window->press_cancel();
-    gui().eq_splitter->setSizes({1000, 0});
+    gui().eq_splitter()->setSizes({1000, 0});
     shown.report("dsp", "eq0", eq_band(EQ_PEQ, 50, 1.0, 6.0));
     QTRY_COMPARE(mouse().filter(1)->freq, 50.0F);
-    gui().eq_splitter->setSizes({1000, 1000});
+    gui().eq_splitter()->setSizes({1000, 1000});
     QCoreApplication::processEvents();
     QCOMPARE(curve().lines.magnitude.size(), static_cast<std::size_t>(curve().width()));
 }
@@ -640,7 +640,7 @@ void EqWindowTest::pictures_to_look_at()
     const QString folder = qEnvironmentVariable("CURVE_PICTURES");
     const auto save = [this, folder](const QString &name) {
         QCoreApplication::processEvents();
-        const QPixmap picture = gui().grab();
+        const QPixmap picture = gui().widget().grab();
         QVERIFY(!picture.isNull());
         if (!folder.isEmpty())
             QVERIFY(picture.save(folder + "/window-" + name + ".png"));

@@ -32,57 +32,57 @@ private slots:
 
     void everything_is_painted_with_twice_the_pixels()
     {
-        const QPixmap picture = window->gui->grab();
+        const QPixmap picture = window->gui->widget().grab();
         QCOMPARE(picture.devicePixelRatio(), 2.0);
-        QCOMPARE(picture.size(), window->gui->size() * 2);
+        QCOMPARE(picture.size(), window->gui->widget().size() * 2);
     }
 
     void the_first_window_fits_the_screen()
     {
         const WindowCase fresh;
         const QSize screen = QGuiApplication::primaryScreen()->geometry().size();
-        QVERIFY(fresh.gui->width() <= std::max(screen.width(), 600));
-        QVERIFY(fresh.gui->height() <= screen.height());
+        QVERIFY(fresh.gui->widget().width() <= std::max(screen.width(), 600));
+        QVERIFY(fresh.gui->widget().height() <= screen.height());
     }
 
     void pictures_of_products_have_a_point_for_every_pixel()
     {
-        const int row = window->gui->find_device_row(window->devices[0]->record());
+        const int row = window->gui->row_of(window->devices[0]->record());
         const QIcon icon
-            = window->gui->device_model.item(row, 0)->data(Qt::DecorationRole).value<QIcon>();
-        const int wanted = window->gui->device_list->iconSize().width() * 2;
+            = window->gui->model().item(row, 0)->data(Qt::DecorationRole).value<QIcon>();
+        const int wanted = window->gui->view()->iconSize().width() * 2;
         QVERIFY(icon.availableSizes().constFirst().width() >= wanted);
     }
 
     // Their size counts the scale factor itself, and is scaled once more.
     void pictures_of_products_grow_twice()
     {
-        QCOMPARE(window->gui->device_list->iconSize(), QSize(64, 64));
+        QCOMPARE(window->gui->view()->iconSize(), QSize(64, 64));
     }
 
     void no_caption_and_no_button_is_cut()
     {
-        window->gui->property_splitter->setSizes({800, 700});
-        for (const auto &[key, prop] : window->gui->property_rows)
+        window->gui->property_splitter()->setSizes({800, 700});
+        for (const auto &[key, prop] : window->gui->rows())
             if (prop->caption && prop->caption->isVisible())
                 QVERIFY2(prop->caption->width() >= prop->caption->sizeHint().width()
                              && prop->caption->height() >= prop->caption->sizeHint().height(),
                          key.c_str());
         for (const QPushButton *button :
-             {window->gui->edit_button, window->gui->identify_button, window->gui->eq_button})
+             {window->gui->edit_button(), window->gui->identify_button(), window->gui->eq_button()})
             QVERIFY2(button->width() >= button->sizeHint().width(), qPrintable(button->text()));
     }
 
     void rows_of_the_list_are_as_high_as_their_pictures()
     {
-        const QModelIndex index = window->gui->device_model.index(0, 0);
-        QVERIFY(window->gui->device_list->visualRect(index).height()
-                >= window->gui->device_list->iconSize().height());
+        const QModelIndex index = window->gui->model().index(0, 0);
+        QVERIFY(window->gui->view()->visualRect(index).height()
+                >= window->gui->view()->iconSize().height());
     }
 
     void markers_are_hit_where_they_are_painted()
     {
-        window->gui->eq_button->setChecked(true);
+        window->gui->eq_button()->setChecked(true);
         QTest::qWait(0);
         window->press_edit();
         const CurveMouse mouse(window->gui.get());

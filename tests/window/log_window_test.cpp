@@ -28,7 +28,7 @@ class LogWindowTest : public QObject
 
     std::unique_ptr<PanelCase> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     FakeDevice &device_with_log()
     {
@@ -42,8 +42,7 @@ class LogWindowTest : public QObject
 
     void stream(FakeDevice &device, double position, const QByteArray &text)
     {
-        gui().handle_datagram(device.address,
-                              log_datagram(device.record()->device_id, position, text));
+        gui().deliver(device.address, log_datagram(device.record()->device_id, position, text));
     }
 
     QLineEdit *console(FakeDevice &device)
@@ -106,10 +105,10 @@ private slots:
         gui().identify_selected();
         QVERIFY(device.record()->log_view->toPlainText().startsWith(
             "Sending JSON: {\"api_version\":6,\"command\":\"blink_leds\",\"seq\":1}\n"));
-        gui().handle_datagram(device.address, R"({"seq":1,"status":"ok"})");
+        gui().deliver(device.address, R"({"seq":1,"status":"ok"})");
         // Replies count on the selected network only; this device was heard on another.
-        device.record()->interface = gui().current_network;
-        gui().handle_datagram(device.address, R"({"seq":1,"status":"ok"})");
+        device.record()->interface = gui().network();
+        gui().deliver(device.address, R"({"seq":1,"status":"ok"})");
         QVERIFY(device.record()->log_view->toPlainText().endsWith(
             "Received JSON: {\"seq\":1,\"status\":\"ok\"}\n"));
     }
@@ -203,10 +202,9 @@ private slots:
             for (const QByteArray &attachment :
                  {QByteArray(), QByteArray("\x05", 1), QByteArray("\xff\xff!", 3),
                   QByteArray("\x01\x00!", 3), QByteArray("\x00\x00", 2)})
-                gui().handle_datagram(device.address,
-                                      "{\"command\":\"raw_log\",\"device_id\":\"" + id
-                                          + "\",\"pos\":" + position + "}" + QByteArray(1, '\0')
-                                          + attachment);
+                gui().deliver(device.address,
+                              "{\"command\":\"raw_log\",\"device_id\":\"" + id + "\",\"pos\":"
+                                  + position + "}" + QByteArray(1, '\0') + attachment);
         QVERIFY(device.record()->log_view->toPlainText().contains("!"));
     }
 
@@ -231,9 +229,9 @@ private slots:
         FakeDevice &device = device_with_log();
         QCOMPARE(QApplication::activeWindow(), device.record()->log_window);
         stream(device, 0, QByteArray(65000, '\n'));
-        QVERIFY(!gui().log_appender.is_empty());
+        QVERIFY(!gui().are_logs_shown());
         QTest::keyClick(device.record()->log_view, Qt::Key_K, Qt::ControlModifier);
-        QVERIFY(gui().log_appender.is_empty());
+        QVERIFY(gui().are_logs_shown());
         stream(device, 65000, "new\n");
         QCOMPARE(device.record()->log_view->toPlainText(), QString("new\n"));
     }
@@ -243,7 +241,7 @@ private slots:
         FakeDevice &device = device_with_log();
         stream(device, 0, QByteArray(65000, '\n'));
         device.record()->log_window->close();
-        QTRY_VERIFY(gui().log_appender.is_empty());
+        QTRY_VERIFY(gui().are_logs_shown());
         gui().open_log(device.record());
         stream(device, 65000, "new\n");
         QCOMPARE(device.record()->log_view->toPlainText(), QString("new\n"));
@@ -254,7 +252,7 @@ private slots:
         FakeDevice &device = device_with_log();
         QPointer<QWidget> log = device.record()->log_window;
         stream(device, 0, "one\n");
-        gui().delete_selected_devices();
+        gui().delete_selected();
         QVERIFY(log.isNull());
         QCoreApplication::processEvents();
         QVERIFY(device.commands().isEmpty());
@@ -272,7 +270,7 @@ private slots:
         QApplication::closeAllWindows();
         QCoreApplication::processEvents();
         QVERIFY(first.commands().isEmpty() && second.commands().isEmpty());
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
     }
 
     void a_window_destroyed_unclosed_with_logs_open_is_clean()

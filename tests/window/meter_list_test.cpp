@@ -91,22 +91,19 @@ class MeterListTest : public QObject
     std::unique_ptr<CountingDelegate> others;
     std::unique_ptr<CountingMeterDelegate> meters;
 
-    Gui &gui() { return *window->gui; }
-    DeviceListView *list() { return gui().device_list; }
+    WindowHandle &gui() { return *window->gui; }
+    DeviceListView *list() { return gui().view(); }
     int meter_column() { return window->column("meter"); }
-    QRect cell(int row)
-    {
-        return list()->visualRect(gui().device_model.index(row, meter_column()));
-    }
+    QRect cell(int row) { return list()->visualRect(gui().model().index(row, meter_column())); }
 
     void show_list(int height)
     {
         gui().resize(1100, height);
         gui().show();
-        QVERIFY(QTest::qWaitForWindowExposed(&gui()));
+        QVERIFY(QTest::qWaitForWindowExposed(&gui().widget()));
         // The list measures and sorts itself in its own time.
         QTest::qWait(100);
-        list()->scrollTo(gui().device_model.index(0, meter_column()));
+        list()->scrollTo(gui().model().index(0, meter_column()));
         QCoreApplication::processEvents();
         paints.clear();
     }
@@ -114,7 +111,7 @@ class MeterListTest : public QObject
     std::set<int> rows_in_view()
     {
         std::set<int> rows;
-        for (int row = 0; row < gui().device_model.rowCount(); ++row)
+        for (int row = 0; row < gui().model().rowCount(); ++row)
             if (cell(row).intersects(list()->viewport()->rect()))
                 rows.insert(row);
         return rows;
@@ -124,16 +121,15 @@ class MeterListTest : public QObject
     void hear_and_tick(int round)
     {
         for (int device = 0; device < COUNT; ++device)
-            gui().handle_datagram(address_of(device),
-                                  frame(id_of(device), peaks_of(device, round)));
-        gui().on_meter_tick();
+            gui().deliver(address_of(device), frame(id_of(device), peaks_of(device, round)));
+        gui().meter_tick();
         QCoreApplication::processEvents();
     }
 
     size_t allocations_of_a_tick()
     {
         const size_t before = allocations;
-        gui().on_meter_tick();
+        gui().meter_tick();
         const size_t after = allocations;
         QCoreApplication::processEvents();
         return after - before;
@@ -144,8 +140,8 @@ private slots:
     {
         window = std::make_unique<WindowCase>();
         // Ticks come when a test says so, and nobody goes offline in between.
-        gui().meter_timer.stop();
-        gui().discovery_timer.stop();
+        gui().meter_timer().stop();
+        gui().discovery_timer().stop();
         for (int device = 0; device < COUNT; ++device)
             window->report(address_of(device).toString(), loudspeaker_report(id_of(device)));
         others = std::make_unique<CountingDelegate>(paints);
@@ -157,7 +153,7 @@ private slots:
     {
         list()->showColumn(meter_column());
         list()->verticalScrollBar()->setValue(0);
-        for (int row = 0; row < gui().device_model.rowCount(); ++row)
+        for (int row = 0; row < gui().model().rowCount(); ++row)
             list()->setRowHidden(row, {}, false);
     }
     void cleanupTestCase()
@@ -231,7 +227,7 @@ private slots:
         Device *device = gui().find_device(id_of(0));
         device->meter.set_levels({70}, {});
         device->meter.set_levels({0}, {});
-        gui().on_meter_tick();
+        gui().meter_tick();
         QCoreApplication::processEvents();
         QVERIFY(paints.empty());
         QCOMPARE(device->meter.display_levels.at(0), -4.25F);
@@ -269,14 +265,14 @@ private slots:
         show_list(700);
         Device *device = gui().find_device(id_of(0));
         device->meter.clear_levels();
-        gui().handle_datagram(address_of(0), frame(id_of(0), peaks, overdrive));
+        gui().deliver(address_of(0), frame(id_of(0), peaks, overdrive));
         QCOMPARE(int(device->meter.levels.size()), channels);
         QCOMPARE(device->meter.display_levels.size(), device->meter.levels.size());
         if (channels > 0)
             QCOMPARE(device->meter.levels.at(0), first);
-        gui().on_meter_tick();
+        gui().meter_tick();
         QCoreApplication::processEvents();
-        QVERIFY(paints[meter_column()].count(gui().find_device_row(device)));
+        QVERIFY(paints[meter_column()].count(gui().row_of(device)));
     }
 
     void all_devices_tick_before_a_cell_is_painted_by_the_order_of_their_ids()
@@ -284,13 +280,13 @@ private slots:
         show_list(700);
         QStringList ticked;
         std::vector<QMetaObject::Connection> connections;
-        for (const auto &[id, device] : gui().devices)
+        for (const auto &[id, device] : gui().all_devices())
             connections.push_back(
                 connect(&device->meter, &MeterObject::onUpdate, this, [&ticked, this, name = id] {
                     if (paints.empty())
                         ticked << name;
                 }));
-        gui().on_meter_tick();
+        gui().meter_tick();
         QCoreApplication::processEvents();
         for (const QMetaObject::Connection &connection : connections)
             disconnect(connection);
@@ -313,11 +309,11 @@ private slots:
         QCOMPARE(allocations_of_a_tick(), size_t(0));
 
         list()->showColumn(meter_column());
-        gui().device_model.removeRows(50, COUNT - 50);
-        while (gui().devices.size() > 50) {
-            const auto last = std::prev(gui().devices.end());
-            gui().destroy_device(last->second);
-            gui().devices.erase(last);
+        gui().model().removeRows(50, COUNT - 50);
+        while (gui().all_devices().size() > 50) {
+            const auto last = std::prev(gui().all_devices().end());
+            gui().forget(last->second);
+            gui().all_devices().erase(last);
         }
         show_list(700);
         QCOMPARE(rows_in_view().size(), in_view);
@@ -329,8 +325,8 @@ private slots:
         show_list(700);
         hear_and_tick(1);
         gui().close();
-        QVERIFY(gui().devices.empty());
-        gui().on_meter_tick();
+        QVERIFY(gui().all_devices().empty());
+        gui().meter_tick();
         QVERIFY(!list()->grab().isNull());
     }
 };

@@ -13,7 +13,7 @@ class PanelTest : public QObject
     QWidgetList tab_order()
     {
         QWidgetList order;
-        QWidget *content = window->gui->property_scroll->widget();
+        QWidget *content = window->gui->property_scroll()->widget();
         for (QWidget *widget = content->nextInFocusChain(); widget && widget != content;
              widget = widget->nextInFocusChain())
             if (content->isAncestorOf(widget) && widget->isVisible() && !widget->focusProxy()
@@ -24,7 +24,7 @@ class PanelTest : public QObject
 
     void compare_tab_order_with_reading()
     {
-        QWidget *content = window->gui->property_scroll->widget();
+        QWidget *content = window->gui->property_scroll()->widget();
         QCoreApplication::processEvents(); // lays the rows out
         QPoint last(-1, -1);
         const QWidgetList order = tab_order();
@@ -45,19 +45,19 @@ private slots:
     void nothing_selected_hides_all_rows()
     {
         window->add({});
-        QCOMPARE(window->gui->property_rows.size(), std::size_t{89});
+        QCOMPARE(window->gui->rows().size(), std::size_t{89});
         for (const std::string &key : property_keys)
             QVERIFY(!window->is_shown(key));
-        QVERIFY(!window->gui->edit_button->isEnabled());
+        QVERIFY(!window->gui->edit_button()->isEnabled());
 
         window->select({0});
         QVERIFY(window->is_shown("ui/name"));
-        window->gui->device_list->clearSelection();
+        window->gui->view()->clearSelection();
         for (const std::string &key : property_keys) {
             QVERIFY(!window->is_shown(key));
             QVERIFY(!window->row(key).caption || !window->row(key).caption->isVisible());
         }
-        QVERIFY(!window->gui->edit_button->isEnabled());
+        QVERIFY(!window->gui->edit_button()->isEnabled());
     }
 
     void a_selected_device_shows_its_values()
@@ -73,7 +73,7 @@ private slots:
         QCOMPARE(window->row("dsp/level").combo->currentText(), QString("0 dB"));
         QCOMPARE(window->row("rtp/lock").text_label->text(), QString("locked"));
         QCOMPARE(window->row("firmware_version").button->text(), QString("Update"));
-        QVERIFY(window->gui->edit_button->isEnabled());
+        QVERIFY(window->gui->edit_button()->isEnabled());
         for (const char *key : {"ui/name", "dsp/delay", "dsp/mute", "dsp/level"}) {
             QVERIFY(window->is_shown(key));
             QVERIFY(!window->row(key)
@@ -247,7 +247,7 @@ private slots:
         Property &prop = window->row("dummy/header/3");
         prop.desc.kind = PROP_DUMMY;
         prop.desc.path = {"dummy", "else", "1"};
-        window->gui->rebuild_row_widgets(&prop);
+        window->gui->rebuild_row(&prop);
         QCOMPARE(prop.text_label->text(), QString("error"));
         prop.holder->show();
         QVERIFY(!prop.text_label->isVisible());
@@ -292,7 +292,7 @@ private slots:
         // By the key itself: from the name to the location.
         window->row("ui/name").line_edit->setFocus();
         QTRY_VERIFY(window->row("ui/name").line_edit->hasFocus());
-        QTest::keyClick(window->gui->windowHandle(), Qt::Key_Tab);
+        QTest::keyClick(window->gui->widget().windowHandle(), Qt::Key_Tab);
         QTRY_VERIFY(window->row("ui/loc").line_edit->hasFocus());
     }
 
@@ -321,9 +321,9 @@ private slots:
         window->select({0});
         const QPointer<ValueSpinner> old = window->row("dsp/delay").spinner;
         device.record()->properties.at("dsp/delay").decimals = 1; // seen at the next refresh
-        window->gui->property_scroll->ensureWidgetVisible(old);
+        window->gui->property_scroll()->ensureWidgetVisible(old);
         QTest::mouseClick(old.data(), Qt::LeftButton);
-        QVERIFY(window->gui->editing);
+        QVERIFY(window->gui->is_editing());
         QVERIFY(window->row("dsp/delay").spinner != old);
         QTRY_VERIFY(!old);
         QVERIFY(window->row("dsp/delay").spinner->isEnabled());
@@ -347,9 +347,9 @@ private slots:
         FakeDevice &device = window->add({});
         device.record()->online = false;
         window->select({0});
-        QVERIFY(!window->gui->identify_button->isEnabled());
+        QVERIFY(!window->gui->identify_button()->isEnabled());
         device.report();
-        QVERIFY(window->gui->identify_button->isEnabled());
+        QVERIFY(window->gui->identify_button()->isEnabled());
     }
 };
 

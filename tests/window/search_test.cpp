@@ -52,8 +52,8 @@ class SearchTest : public QObject
 
     std::unique_ptr<PanelCase> window;
 
-    Gui &gui() { return *window->gui; }
-    QLineEdit *box() { return gui().search_combo->lineEdit(); }
+    WindowHandle &gui() { return *window->gui; }
+    QLineEdit *box() { return gui().search_box()->lineEdit(); }
 
     void search(const QString &text)
     {
@@ -67,17 +67,17 @@ class SearchTest : public QObject
     QStringList shown_names()
     {
         QStringList names;
-        for (int row = 0; row < gui().device_model.rowCount(); ++row)
-            if (!gui().device_list->isRowHidden(row, QModelIndex()))
-                names.append(gui().device_model.item(row, window->column("ui/name"))->text());
+        for (int row = 0; row < gui().model().rowCount(); ++row)
+            if (!gui().view()->isRowHidden(row, QModelIndex()))
+                names.append(gui().model().item(row, window->column("ui/name"))->text());
         return names;
     }
 
     QStringList history()
     {
         QStringList texts;
-        for (int i = 0; i < gui().search_combo->count(); ++i)
-            texts.append(gui().search_combo->itemText(i));
+        for (int i = 0; i < gui().search_box()->count(); ++i)
+            texts.append(gui().search_box()->itemText(i));
         return texts;
     }
 
@@ -91,7 +91,7 @@ private slots:
         window->add(named("other"));
         search("ab");
         QCOMPARE(shown_names(), QStringList("xABabx"));
-        QCOMPARE(gui().highlight_delegate.search_text, QString("ab"));
+        QCOMPARE(gui().highlighted_text(), QString("ab"));
         search("");
         QCOMPARE(shown_names().size(), 2);
     }
@@ -127,7 +127,7 @@ private slots:
         search("secret");
         QVERIFY(shown_names().isEmpty());
         const int memo = window->column("ui/memo");
-        gui().column_actions[static_cast<size_t>(memo)]->setChecked(true);
+        gui().column_actions()[static_cast<size_t>(memo)]->setChecked(true);
         device.report();
         QTRY_COMPARE(shown_names().size(), 1);
     }
@@ -135,21 +135,21 @@ private slots:
     void a_value_without_text_matches_only_an_empty_search()
     {
         window->add(named("Left"));
-        for (int column = 0; column < gui().device_model.columnCount(); ++column)
-            gui().device_model.item(0, column)->setData(QRect(1, 2, 3, 4), Qt::DisplayRole);
+        for (int column = 0; column < gui().model().columnCount(); ++column)
+            gui().model().item(0, column)->setData(QRect(1, 2, 3, 4), Qt::DisplayRole);
         search("1");
-        QVERIFY(gui().device_list->isRowHidden(0, QModelIndex()));
+        QVERIFY(gui().view()->isRowHidden(0, QModelIndex()));
         search("");
-        QVERIFY(!gui().device_list->isRowHidden(0, QModelIndex()));
+        QVERIFY(!gui().view()->isRowHidden(0, QModelIndex()));
     }
 
     void an_empty_search_needs_a_visible_column()
     {
         window->add(named("Left"));
-        for (int column = 0; column < gui().device_model.columnCount(); ++column)
-            gui().device_list->setColumnHidden(column, true);
+        for (int column = 0; column < gui().model().columnCount(); ++column)
+            gui().view()->setColumnHidden(column, true);
         gui().refresh_search();
-        QVERIFY(gui().device_list->isRowHidden(0, QModelIndex()));
+        QVERIFY(gui().view()->isRowHidden(0, QModelIndex()));
     }
 
     void hiding_a_selected_row_ends_the_edit()
@@ -159,9 +159,9 @@ private slots:
         window->select({0, 1});
         window->press_edit();
         window->type("ui/memo", "typed");
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         search("right");
-        QVERIFY(!gui().editing);
+        QVERIFY(!gui().is_editing());
         QVERIFY(!window->row("ui/memo").edited);
         QCOMPARE(gui().selected_devices().size(), size_t(1));
         QCOMPARE(window->row("ui/name").value, QVariant("Right"));
@@ -176,7 +176,7 @@ private slots:
         search("right");
         window->press_edit();
         box()->clear();
-        QVERIFY(!gui().editing);
+        QVERIFY(!gui().is_editing());
         QCOMPARE(gui().selected_devices().size(), size_t(2));
     }
 
@@ -188,7 +188,7 @@ private slots:
         window->press_edit();
         window->type("ui/memo", "typed");
         search("le");
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         QCOMPARE(window->row("ui/memo").value, QVariant("typed"));
         QCOMPARE(shown_names(), QStringList("Left"));
     }
@@ -198,7 +198,7 @@ private slots:
         FakeDevice &left = window->add(named("Left"));
         window->select({0});
         search("x");
-        QVERIFY(gui().is_device_selected(left.record()));
+        QVERIFY(gui().is_selected(left.record()));
         QVERIFY(gui().selected_devices().empty());
     }
 
@@ -211,9 +211,9 @@ private slots:
         window->select({1});
         window->press_edit();
         window->devices[1]->report("ui", "order", 9);
-        QCOMPARE(gui().find_device_row(window->devices[1]->record()), 1);
+        QCOMPARE(gui().row_of(window->devices[1]->record()), 1);
         box()->setText("keep");
-        QCOMPARE(gui().find_device_row(window->devices[1]->record()), 3);
+        QCOMPARE(gui().row_of(window->devices[1]->record()), 3);
         QCOMPARE(shown_names(), QStringList({"keep 1", "keep 2", "keep 3"}));
     }
 
@@ -224,7 +224,7 @@ private slots:
         window->press_edit();
         window->devices[0]->report("ui", "name", "Right");
         box()->setText("right");
-        QVERIFY(!gui().editing);
+        QVERIFY(!gui().is_editing());
         QCOMPARE(shown_names(), QStringList("Right"));
     }
 
@@ -250,23 +250,23 @@ private slots:
     void reports_refresh_the_search_once_per_frame()
     {
         FakeDevice &device = window->add(named("Left"));
-        QVERIFY(gui().search_timer.isSingleShot());
-        QCOMPARE(gui().search_timer.interval(), 0);
+        QVERIFY(gui().search_timer().isSingleShot());
+        QCOMPARE(gui().search_timer().interval(), 0);
         device.report();
-        QVERIFY(!gui().search_timer.isActive()); // nothing is searched
+        QVERIFY(!gui().search_timer().isActive()); // nothing is searched
         search("left");
-        QVERIFY(!gui().search_timer.isActive());
-        gui().search_pace.start();
+        QVERIFY(!gui().search_timer().isActive());
+        gui().search_pace().start();
         device.report();
-        QVERIFY(gui().search_timer.isActive());
-        QVERIFY(gui().search_timer.interval() > 0);
-        QVERIFY(gui().search_timer.interval() <= 16);
-        const QSignalSpy refreshes(&gui().search_timer, &QTimer::timeout);
+        QVERIFY(gui().search_timer().isActive());
+        QVERIFY(gui().search_timer().interval() > 0);
+        QVERIFY(gui().search_timer().interval() <= 16);
+        const QSignalSpy refreshes(&gui().search_timer(), &QTimer::timeout);
         for (int i = 0; i < 500; ++i)
             device.report();
-        QTRY_VERIFY(!gui().search_timer.isActive());
+        QTRY_VERIFY(!gui().search_timer().isActive());
         QCOMPARE(refreshes.size(), 1);
-        QCOMPARE(gui().search_timer.interval(), 0);
+        QCOMPARE(gui().search_timer().interval(), 0);
     }
 
     void a_refresh_that_changes_nothing_paints_nothing()
@@ -283,9 +283,9 @@ private slots:
                 return false;
             }
         } counter;
-        QTRY_VERIFY(!gui().device_list->viewport()->testAttribute(Qt::WA_PendingUpdate));
-        gui().device_list->viewport()->installEventFilter(&counter);
-        gui().meter_timer.stop();
+        QTRY_VERIFY(!gui().view()->viewport()->testAttribute(Qt::WA_PendingUpdate));
+        gui().view()->viewport()->installEventFilter(&counter);
+        gui().meter_timer().stop();
         gui().refresh_search();
         QCoreApplication::processEvents();
         QCOMPARE(counter.count, 0);
@@ -302,14 +302,14 @@ private slots:
     void both_return_keys_commit()
     {
         QFETCH(Qt::Key, key);
-        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
         window->add(named("Left"));
         window->add(named("Right"));
         search("left");
         QTest::keyClick(box(), key);
         QCOMPARE(history(), QStringList("left"));
         QCOMPARE(box()->text(), QString("left"));
-        QCOMPARE(gui().search_combo->currentIndex(), 0);
+        QCOMPARE(gui().search_box()->currentIndex(), 0);
         search("right");
         QTest::keyClick(box(), key);
         QCOMPARE(history(), QStringList({"right", "left"}));
@@ -323,12 +323,12 @@ private slots:
             gui().commit_search();
         }
         search("one");
-        QSignalSpy changes(gui().search_combo, &QComboBox::currentTextChanged);
+        QSignalSpy changes(gui().search_box(), &QComboBox::currentTextChanged);
         box()->setCursorPosition(1);
         gui().commit_search();
         QCOMPARE(history(), QStringList({"one", "three", "two"}));
         QCOMPARE(changes.size(), 0);
-        QCOMPARE(gui().highlight_delegate.search_text, QString("one"));
+        QCOMPARE(gui().highlighted_text(), QString("one"));
         QCOMPARE(box()->text(), QString("one"));
         QCOMPARE(box()->cursorPosition(), 1);
     }
@@ -339,7 +339,7 @@ private slots:
             search(QString("text %1").arg(i, 2, 10, QChar('0')));
             gui().commit_search();
         }
-        QCOMPARE(gui().search_combo->count(), 10);
+        QCOMPARE(gui().search_box()->count(), 10);
         QCOMPARE(history().first(), QString("text 10"));
         QCOMPARE(history().last(), QString("text 01"));
         gui().close();
@@ -366,18 +366,18 @@ private slots:
         if (dark)
             QApplication::setPalette(dark_palette());
         window = std::make_unique<PanelCase>();
-        QCOMPARE(gui().dark_theme, dark);
+        QCOMPARE(gui().is_dark(), dark);
         window->add(named("Marked <b> & הדגשה é text"));
         window->add({{"ui", QJsonObject{{"name", "Sub left"}, {"loc", "Marked side"}}}});
         search("mark");
         if (selected)
             window->select({0});
         const int name = window->column("ui/name");
-        QTRY_VERIFY(gui().device_list->columnWidth(name) > 200); // as wide as its text
-        const QPixmap picture = gui().grab();
-        const QModelIndex cell = gui().device_model.index(0, name);
-        const QRect place = gui().device_list->visualRect(cell);
-        const QImage seen = gui().device_list->viewport()->grab(place).toImage();
+        QTRY_VERIFY(gui().view()->columnWidth(name) > 200); // as wide as its text
+        const QPixmap picture = gui().widget().grab();
+        const QModelIndex cell = gui().model().index(0, name);
+        const QRect place = gui().view()->visualRect(cell);
+        const QImage seen = gui().view()->viewport()->grab(place).toImage();
         QRegion ground;
         for (int y = 0; y < seen.height(); ++y)
             for (int x = 0; x < seen.width(); ++x)
@@ -400,7 +400,7 @@ private slots:
     {
         QVERIFY(box()->placeholderText().startsWith("🔍"));
         for (const char *symbol : {"🔍", "🗸", "🗴"})
-            for (const QFont &font : {box()->font(), gui().device_list->font()}) {
+            for (const QFont &font : {box()->font(), gui().view()->font()}) {
                 const QStringList families = drawing_fonts(QString::fromUtf8(symbol), font);
                 qInfo("%s is drawn with %s", symbol, qPrintable(families.join(", ")));
                 QVERIFY(!families.isEmpty());
@@ -410,13 +410,13 @@ private slots:
 
     void typing_is_completed_from_the_history()
     {
-        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
         search("hist0");
         gui().commit_search();
         search("hi");
         QCOMPARE(box()->text(), QString("hist0"));
         QCOMPARE(box()->selectedText(), QString("st0"));
-        QCOMPARE(gui().highlight_delegate.search_text, QString("hist0"));
+        QCOMPARE(gui().highlighted_text(), QString("hist0"));
     }
 
     void an_empty_text_commits_nothing()

@@ -26,9 +26,9 @@ QStringList captions(const QMenu *menu)
     return texts;
 }
 
-QAction *exit_action(const Gui &gui)
+QAction *exit_action(const WindowHandle &gui)
 {
-    return gui.menuBar()->actions().at(0)->menu()->actions().at(0);
+    return gui.widget().menuBar()->actions().at(0)->menu()->actions().at(0);
 }
 
 } // namespace
@@ -39,28 +39,28 @@ class StartAndCloseTest : public QObject
 
     std::unique_ptr<WindowCase> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     // Something that each saved key can tell: a column, the sort order, the curve, the history.
     void change_everything()
     {
         gui().show();
-        gui().device_list->setColumnHidden(window->column("ui/memo"), false);
-        gui().device_list->sortByColumn(window->column("ip"), Qt::DescendingOrder);
-        gui().eq_button->setChecked(true);
-        gui().property_splitter->setSizes({300, 200});
-        gui().search_combo->addItem("stage");
+        gui().view()->setColumnHidden(window->column("ui/memo"), false);
+        gui().view()->sortByColumn(window->column("ip"), Qt::DescendingOrder);
+        gui().eq_button()->setChecked(true);
+        gui().property_splitter()->setSizes({300, 200});
+        gui().search_box()->addItem("stage");
         window->report("10.0.0.1", loudspeaker_report("a", 3, "Kept"));
     }
 
     void expect_everything_again()
     {
         window->start();
-        QVERIFY(!gui().device_list->isColumnHidden(window->column("ui/memo")));
-        QCOMPARE(gui().device_list->header()->sortIndicatorSection(), window->column("ip"));
-        QCOMPARE(gui().device_list->header()->sortIndicatorOrder(), Qt::DescendingOrder);
-        QVERIFY(gui().eq_button->isChecked());
-        QCOMPARE(gui().search_combo->itemText(0), QString("stage"));
+        QVERIFY(!gui().view()->isColumnHidden(window->column("ui/memo")));
+        QCOMPARE(gui().view()->header()->sortIndicatorSection(), window->column("ip"));
+        QCOMPARE(gui().view()->header()->sortIndicatorOrder(), Qt::DescendingOrder);
+        QVERIFY(gui().eq_button()->isChecked());
+        QCOMPARE(gui().search_box()->itemText(0), QString("stage"));
         Device *device = gui().find_device("a");
         QVERIFY(device != nullptr);
         QVERIFY(!device->online);
@@ -74,7 +74,7 @@ private slots:
 
     void the_menus_offer_what_they_should()
     {
-        const QList<QAction *> menus = gui().menuBar()->actions();
+        const QList<QAction *> menus = gui().widget().menuBar()->actions();
         QCOMPARE(menus.size(), 3);
         QCOMPARE(captions(menus.at(0)->menu()), QStringList("E&xit"));
         QCOMPARE(captions(menus.at(1)->menu()),
@@ -83,7 +83,7 @@ private slots:
         QCOMPARE(captions(menus.at(2)->menu()), QStringList("About this software"));
         QCOMPARE(exit_action(gui())->menuRole(), QAction::QuitRole);
         QCOMPARE(exit_action(gui())->shortcut(), QKeySequence("Ctrl+Q"));
-        QCOMPARE(gui().windowTitle(), QString("VELMARK Network Manager"));
+        QCOMPARE(gui().widget().windowTitle(), QString("VELMARK Network Manager"));
     }
 
     void the_desktop_entry_and_the_window_find_each_other()
@@ -99,32 +99,33 @@ private slots:
     void the_first_window_is_four_fifths_of_the_screen()
     {
         const QSize screen = QApplication::primaryScreen()->geometry().size();
-        QCOMPARE(gui().width(), std::clamp(static_cast<int>(0.8 * screen.width()), 600, 2000));
-        QCOMPARE(gui().height(), static_cast<int>(0.8 * screen.height()));
+        QCOMPARE(gui().widget().width(),
+                 std::clamp(static_cast<int>(0.8 * screen.width()), 600, 2000));
+        QCOMPARE(gui().widget().height(), static_cast<int>(0.8 * screen.height()));
     }
 
     void buttons_of_pictures_alone_have_their_tips_as_names()
     {
-        QCOMPARE(gui().confirm_button->accessibleName(), QString("Confirm"));
-        QCOMPARE(gui().confirm_button->toolTip(), QString("Confirm"));
-        QCOMPARE(gui().cancel_button->accessibleName(), gui().cancel_button->toolTip());
+        QCOMPARE(gui().confirm_button()->accessibleName(), QString("Confirm"));
+        QCOMPARE(gui().confirm_button()->toolTip(), QString("Confirm"));
+        QCOMPARE(gui().cancel_button()->accessibleName(), gui().cancel_button()->toolTip());
     }
 
     void the_search_box_starts_empty()
     {
-        QCOMPARE(gui().search_combo->currentText(), QString());
-        QCOMPARE(gui().search_combo->lineEdit()->placeholderText(), QString("🔍 Search"));
-        QVERIFY(!gui().identify_button->isEnabled());
+        QCOMPARE(gui().search_box()->currentText(), QString());
+        QCOMPARE(gui().search_box()->lineEdit()->placeholderText(), QString("🔍 Search"));
+        QVERIFY(!gui().identify_button()->isEnabled());
     }
 
     void timers_run_as_told()
     {
-        QVERIFY(gui().discovery_timer.isSingleShot());
-        QVERIFY(gui().panel_timer.isSingleShot() && gui().panel_timer.interval() == 0);
-        QVERIFY(gui().search_timer.isSingleShot() && gui().search_timer.interval() == 0);
-        QVERIFY(gui().cache_timer.isSingleShot() && gui().cache_timer.interval() == 500);
-        QVERIFY(!gui().meter_timer.isSingleShot() && gui().meter_timer.interval() == 85);
-        QVERIFY(gui().meter_timer.isActive());
+        QVERIFY(gui().discovery_timer().isSingleShot());
+        QVERIFY(gui().panel_timer().isSingleShot() && gui().panel_timer().interval() == 0);
+        QVERIFY(gui().search_timer().isSingleShot() && gui().search_timer().interval() == 0);
+        QVERIFY(gui().cache_timer().isSingleShot() && gui().cache_timer().interval() == 500);
+        QVERIFY(!gui().meter_timer().isSingleShot() && gui().meter_timer().interval() == 85);
+        QVERIFY(gui().meter_timer().isActive());
     }
 
     void the_close_button_keeps_everything()
@@ -145,9 +146,10 @@ private slots:
     void ctrl_q_keeps_everything()
     {
         change_everything();
-        QVERIFY(QTest::qWaitForWindowActive(&gui()));
-        QTimer::singleShot(0, &gui(),
-                           [this] { QTest::keyClick(&gui(), Qt::Key_Q, Qt::ControlModifier); });
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
+        QTimer::singleShot(0, &gui().widget(), [this] {
+            QTest::keyClick(&gui().widget(), Qt::Key_Q, Qt::ControlModifier);
+        });
         QApplication::exec();
         expect_everything_again();
     }
@@ -164,20 +166,20 @@ private slots:
 
     void a_closed_window_leaves_its_ports_to_others()
     {
-        QCOMPARE(gui().listen_socket.state(), QAbstractSocket::BoundState);
+        QCOMPARE(gui().listen_socket().state(), QAbstractSocket::BoundState);
         gui().close();
         for (const QUdpSocket *socket :
-             {&gui().send_socket, &gui().listen_socket, &gui().broadcast_socket})
+             {&gui().send_socket(), &gui().listen_socket(), &gui().broadcast_socket()})
             QCOMPARE(socket->state(), QAbstractSocket::UnconnectedState);
     }
 
     void no_late_timer_wipes_the_cache()
     {
         change_everything();
-        gui().cache_timer.start(0);
+        gui().cache_timer().start(0);
         gui().close();
         QTest::qWait(20); // a due timer would fire now
-        QFile file(gui().cache_path);
+        QFile file(gui().cache_path());
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(QJsonDocument::fromJson(file.readAll()).object().value("devices").toArray().size(),
                  1);
@@ -186,9 +188,9 @@ private slots:
     void a_pending_save_is_written_at_close()
     {
         window->report("10.0.0.1", loudspeaker_report("a", 3, "Before"));
-        QTRY_VERIFY(!gui().cache_timer.isActive());
+        QTRY_VERIFY(!gui().cache_timer().isActive());
         window->report("10.0.0.1", loudspeaker_report("a", 3, "After"));
-        QVERIFY(gui().cache_timer.isActive());
+        QVERIFY(gui().cache_timer().isActive());
         gui().close();
         window->start();
         QCOMPARE(gui().find_device("a")->value("ui/name"), QVariant("After"));
@@ -196,32 +198,32 @@ private slots:
 
     void a_window_destroyed_unclosed_saves_nothing()
     {
-        gui().eq_button->setChecked(true);
+        gui().eq_button()->setChecked(true);
         window->start();
-        QVERIFY(!gui().eq_button->isChecked());
+        QVERIFY(!gui().eq_button()->isChecked());
     }
 
     void another_set_of_columns_discards_only_the_list_state()
     {
         change_everything();
         gui().close();
-        gui().settings.setValue("column_info", "Product:Name");
-        gui().settings.sync();
+        gui().settings().setValue("column_info", "Product:Name");
+        gui().settings().sync();
         window->start();
-        QVERIFY(gui().device_list->isColumnHidden(window->column("ui/memo")));
-        QVERIFY(gui().eq_button->isChecked());
-        QCOMPARE(gui().device_list->header()->sortIndicatorSection(), 0);
+        QVERIFY(gui().view()->isColumnHidden(window->column("ui/memo")));
+        QVERIFY(gui().eq_button()->isChecked());
+        QCOMPARE(gui().view()->header()->sortIndicatorSection(), 0);
     }
 
     void a_shown_curve_stands_below_the_list_from_the_start()
     {
-        gui().settings.setValue("eq_visible", true);
-        gui().settings.sync();
+        gui().settings().setValue("eq_visible", true);
+        gui().settings().sync();
         window->start();
-        QVERIFY(gui().eq_button->isChecked());
-        QCOMPARE(gui().eq_splitter->count(), 2);
-        gui().eq_button->setChecked(false);
-        QCOMPARE(gui().eq_splitter->count(), 1);
+        QVERIFY(gui().eq_button()->isChecked());
+        QCOMPARE(gui().eq_splitter()->count(), 2);
+        gui().eq_button()->setChecked(false);
+        QCOMPARE(gui().eq_splitter()->count(), 1);
     }
 
     void hostile_settings_prevent_no_start_data()
@@ -245,31 +247,31 @@ private slots:
         QFETCH(QString, key);
         QFETCH(QVariant, value);
         gui().close();
-        gui().settings.setValue(key, value);
-        gui().settings.sync();
+        gui().settings().setValue(key, value);
+        gui().settings().sync();
         window->start();
         gui().show();
         window->report("10.0.0.1", loudspeaker_report("a"));
-        QCOMPARE(gui().device_model.rowCount(), 1);
+        QCOMPARE(gui().model().rowCount(), 1);
     }
 
     void a_settings_file_of_noise_prevents_no_start()
     {
-        const QString path = gui().settings.fileName();
+        const QString path = gui().settings().fileName();
         window->gui.reset();
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(QByteArray("\x00\xff[\n=\n", 6).repeated(100000));
         file.close();
         window->start();
-        QCOMPARE(gui().column_ids.size(), size_t(83));
+        QCOMPARE(gui().column_ids().size(), size_t(83));
     }
 
     // The program itself, as it is started. That it runs shows in the save that follows a start.
     void settings_of_200_mb_hold_up_no_start()
     {
-        const QString settings = gui().settings.fileName();
-        const QString cache = gui().cache_path;
+        const QString settings = gui().settings().fileName();
+        const QString cache = gui().cache_path();
         window->gui.reset();
         QFile huge(settings);
         QVERIFY(huge.open(QIODevice::WriteOnly));
@@ -305,13 +307,13 @@ private slots:
 
     void settings_in_a_folders_place_prevent_no_start()
     {
-        const QString path = gui().settings.fileName();
+        const QString path = gui().settings().fileName();
         window->gui.reset();
         QFile::remove(path);
         QVERIFY(QDir().mkpath(path));
         window->start();
         gui().close();
-        QCOMPARE(gui().column_ids.size(), size_t(83));
+        QCOMPARE(gui().column_ids().size(), size_t(83));
     }
 };
 

@@ -32,10 +32,10 @@ QStringList cached_ids(const QString &path)
 }
 
 // The text as one call of the toolkit would make it.
-QByteArray expected_cache(const Gui &gui)
+QByteArray expected_cache(const WindowHandle &gui)
 {
     QJsonArray elements;
-    for (const auto &[id, device] : gui.devices)
+    for (const auto &[id, device] : gui.all_devices())
         elements.append(
             QJsonObject{{"ip", device->address.toString()}, {"data", device->last_report}});
     return QJsonDocument(QJsonObject{{"devices", elements}}).toJson();
@@ -79,11 +79,11 @@ class StorageTest : public QObject
 
     std::unique_ptr<PanelCase> window;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
 
     void run_slices()
     {
-        while (gui().cache_slice_timer.isActive())
+        while (gui().cache_slice_timer().isActive())
             gui().continue_cache_save();
     }
 
@@ -119,10 +119,10 @@ private slots:
         window->report("10.0.0.1", loudspeaker_report("a", 3, "First name"));
         window->report("10.0.0.1", loudspeaker_report("a", 3, "Left"));
         gui().save_cache();
-        QCOMPARE(cached_ids(gui().cache_path), QStringList({"a", "b"}));
+        QCOMPARE(cached_ids(gui().cache_path()), QStringList({"a", "b"}));
 
         window->start();
-        QCOMPARE(gui().devices.size(), size_t(2));
+        QCOMPARE(gui().all_devices().size(), size_t(2));
         Device *left = gui().find_device("a");
         QVERIFY(!left->online);
         QCOMPARE(left->last_seen, qint64(0));
@@ -140,36 +140,36 @@ private slots:
             window->report("10.0.0.1", loudspeaker_report(id));
         gui().add_dummy_device();
         gui().save_cache();
-        QCOMPARE(contents(gui().cache_path), expected_cache(gui()));
+        QCOMPARE(contents(gui().cache_path()), expected_cache(gui()));
     }
 
     void a_change_reaches_the_file_by_itself()
     {
         window->report("10.0.0.1", loudspeaker_report("a"));
-        QVERIFY(gui().cache_timer.isActive());
-        QCOMPARE(gui().cache_timer.interval(), 500);
-        QTRY_COMPARE_WITH_TIMEOUT(cached_ids(gui().cache_path), QStringList("a"), 20000);
-        QVERIFY(!gui().cache_timer.isActive());
-        QCOMPARE(contents(gui().cache_path), expected_cache(gui()));
+        QVERIFY(gui().cache_timer().isActive());
+        QCOMPARE(gui().cache_timer().interval(), 500);
+        QTRY_COMPARE_WITH_TIMEOUT(cached_ids(gui().cache_path()), QStringList("a"), 20000);
+        QVERIFY(!gui().cache_timer().isActive());
+        QCOMPARE(contents(gui().cache_path()), expected_cache(gui()));
     }
 
     void a_pending_save_is_not_pushed_back()
     {
         window->report("10.0.0.1", loudspeaker_report("a"));
-        const int remaining = gui().cache_timer.remainingTime();
-        QTRY_VERIFY(gui().cache_timer.remainingTime() < remaining);
-        const int before = gui().cache_timer.remainingTime();
+        const int remaining = gui().cache_timer().remainingTime();
+        QTRY_VERIFY(gui().cache_timer().remainingTime() < remaining);
+        const int before = gui().cache_timer().remainingTime();
         window->report("10.0.0.1", loudspeaker_report("a", 3, "Other"));
-        QVERIFY(gui().cache_timer.remainingTime() <= before);
+        QVERIFY(gui().cache_timer().remainingTime() <= before);
     }
 
     void a_report_that_changes_nothing_starts_no_save()
     {
         window->report("10.0.0.1", loudspeaker_report("a"));
         window->report("10.0.0.1", loudspeaker_report("a"));
-        gui().cache_timer.stop();
+        gui().cache_timer().stop();
         window->report("10.0.0.1", loudspeaker_report("a"));
-        QVERIFY(!gui().cache_timer.isActive());
+        QVERIFY(!gui().cache_timer().isActive());
     }
 
     void a_save_in_slices_writes_what_one_at_once_would()
@@ -177,11 +177,11 @@ private slots:
         for (int i = 0; i < 300; ++i)
             window->report("10.0.0.1", loudspeaker_report(numbered(i)));
         gui().start_cache_save();
-        QVERIFY(gui().cache_slice_timer.isActive());
-        QCOMPARE(contents(gui().cache_path), QByteArray("no file"));
+        QVERIFY(gui().cache_slice_timer().isActive());
+        QCOMPARE(contents(gui().cache_path()), QByteArray("no file"));
         run_slices();
-        QCOMPARE(contents(gui().cache_path), expected_cache(gui()));
-        QVERIFY(gui().cache_text.isEmpty());
+        QCOMPARE(contents(gui().cache_path()), expected_cache(gui()));
+        QVERIFY(gui().cache_text().isEmpty());
     }
 
     void devices_may_come_and_go_while_a_save_is_prepared()
@@ -189,13 +189,13 @@ private slots:
         for (int i = 0; i < 50; ++i)
             window->report("10.0.0.1", loudspeaker_report(numbered(10 * i)));
         gui().start_cache_save();
-        gui().cache_position = numbered(200);
-        gui().destroy_device(gui().devices.at(numbered(200)));
-        gui().devices.erase(numbered(200));
+        gui().set_cache_position(numbered(200));
+        gui().forget(gui().all_devices().at(numbered(200)));
+        gui().all_devices().erase(numbered(200));
         window->report("10.0.0.1", loudspeaker_report(numbered(205)));
-        QVERIFY(gui().cache_timer.isActive());
+        QVERIFY(gui().cache_timer().isActive());
         run_slices();
-        const QStringList ids = cached_ids(gui().cache_path);
+        const QStringList ids = cached_ids(gui().cache_path());
         QCOMPARE(ids.first(), numbered(205));
         QCOMPARE(ids.last(), numbered(490));
     }
@@ -204,11 +204,11 @@ private slots:
     {
         window->report("10.0.0.1", loudspeaker_report("a"));
         gui().start_cache_save();
-        gui().cache_timer.stop();
-        const QByteArray begun = gui().cache_text;
+        gui().cache_timer().stop();
+        const QByteArray begun = gui().cache_text();
         gui().start_cache_save();
-        QCOMPARE(gui().cache_text, begun);
-        QVERIFY(gui().cache_timer.isActive());
+        QCOMPARE(gui().cache_text(), begun);
+        QVERIFY(gui().cache_timer().isActive());
     }
 
     void closing_keeps_what_a_pending_save_would_have_kept()
@@ -218,11 +218,11 @@ private slots:
         window->report("10.0.0.2", loudspeaker_report("b"));
         const QByteArray expected = expected_cache(gui());
         gui().close();
-        QVERIFY(gui().devices.empty());
-        QVERIFY(!gui().cache_timer.isActive());
-        QVERIFY(!gui().cache_slice_timer.isActive());
+        QVERIFY(gui().all_devices().empty());
+        QVERIFY(!gui().cache_timer().isActive());
+        QVERIFY(!gui().cache_slice_timer().isActive());
         QCoreApplication::processEvents();
-        QCOMPARE(contents(gui().cache_path), expected);
+        QCOMPARE(contents(gui().cache_path()), expected);
     }
 
     void deleting_saves_at_once()
@@ -232,10 +232,10 @@ private slots:
         gui().save_cache();
         gui().start_cache_save();
         window->select({0});
-        gui().delete_selected_devices();
-        QCOMPARE(cached_ids(gui().cache_path),
+        gui().delete_selected();
+        QCOMPARE(cached_ids(gui().cache_path()),
                  QStringList(window->devices[1]->record()->device_id));
-        QVERIFY(!gui().cache_slice_timer.isActive());
+        QVERIFY(!gui().cache_slice_timer().isActive());
     }
 
     void one_save_follows_the_reading_of_a_cache()
@@ -243,11 +243,11 @@ private slots:
         window->report("10.0.0.1", loudspeaker_report("a"));
         gui().save_cache();
         window->start();
-        QVERIFY(gui().cache_timer.isActive());
-        QVERIFY(gui().cache_timer.isSingleShot());
-        QFile::remove(gui().cache_path);
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(gui().cache_path), 20000);
-        QVERIFY(!gui().cache_timer.isActive());
+        QVERIFY(gui().cache_timer().isActive());
+        QVERIFY(gui().cache_timer().isSingleShot());
+        QFile::remove(gui().cache_path());
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(gui().cache_path()), 20000);
+        QVERIFY(!gui().cache_timer().isActive());
     }
 
     void a_loaded_list_is_sorted()
@@ -259,23 +259,23 @@ private slots:
         gui().save_cache();
         window->start();
         QStringList names;
-        for (int row = 0; row < gui().device_model.rowCount(); ++row)
-            names.append(gui().device_model.item(row, window->column("ui/name"))->text());
+        for (int row = 0; row < gui().model().rowCount(); ++row)
+            names.append(gui().model().item(row, window->column("ui/name"))->text());
         QCOMPARE(names,
                  QStringList({numbered(9), numbered(7), numbered(5), numbered(3), numbered(1)}));
-        QCOMPARE(gui().collecting, 0);
+        QVERIFY(!gui().is_in_batch());
     }
 
     void a_cache_that_cannot_be_written_changes_nothing()
     {
         window->report("10.0.0.1", loudspeaker_report("a"));
-        const QString path = gui().cache_path;
-        gui().cache_path = window->folder.filePath("missing/devicecache.json");
+        const QString path = gui().cache_path();
+        gui().set_cache_path(window->folder.filePath("missing/devicecache.json"));
         gui().save_cache();
-        gui().cache_path = window->folder.path();
+        gui().set_cache_path(window->folder.path());
         gui().save_cache();
-        gui().cache_path = path;
-        QCOMPARE(gui().devices.size(), size_t(1));
+        gui().set_cache_path(path);
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         gui().save_cache();
         QCOMPARE(cached_ids(path), QStringList("a"));
     }
@@ -321,13 +321,13 @@ private slots:
     {
         QFETCH(QByteArray, text);
         QFETCH(int, devices);
-        put(gui().cache_path, text);
+        put(gui().cache_path(), text);
         window->start();
-        QCOMPARE(int(gui().devices.size()), devices);
+        QCOMPARE(int(gui().all_devices().size()), devices);
         gui().show();
         QCoreApplication::processEvents();
         gui().close();
-        QCOMPARE(cached_ids(gui().cache_path).size(), devices);
+        QCOMPARE(cached_ids(gui().cache_path()).size(), devices);
     }
 
     void nothing_at_the_caches_place_prevents_the_start_data()
@@ -339,7 +339,7 @@ private slots:
     void nothing_at_the_caches_place_prevents_the_start()
     {
         QFETCH(QString, kind);
-        const QString path = gui().cache_path;
+        const QString path = gui().cache_path();
         const QByteArray name = QFile::encodeName(path);
         if (kind == "folder")
             QVERIFY(QDir().mkpath(path));
@@ -354,7 +354,7 @@ private slots:
         if (kind == "unreadable")
             chmod(name.constData(), 0);
         window->start();
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
         window->report("10.0.0.1", loudspeaker_report("a"));
         gui().close();
     }
@@ -375,7 +375,7 @@ private slots:
     void no_settings_file_prevents_the_start()
     {
         QFETCH(QByteArray, text);
-        put(gui().settings.fileName(), text);
+        put(gui().settings().fileName(), text);
         window->start();
         gui().show();
         QCoreApplication::processEvents();
@@ -425,7 +425,7 @@ private slots:
         const QString path = window->folder.filePath("gone.ntd");
         DialogProbe probe;
         probe.answer = [this, path](QDialog *dialog) {
-            gui().delete_selected_devices();
+            gui().delete_selected();
             dialog->findChild<QLineEdit *>("fileNameEdit")->setText(path);
             DialogProbe::press_default(dialog);
         };
@@ -465,7 +465,7 @@ private slots:
         FakeDevice &device = window->add({});
         window->select({0});
         QCOMPARE(boxes_of_load(text), QStringList({"Load error", message}));
-        QVERIFY(!gui().editing);
+        QVERIFY(!gui().is_editing());
         QVERIFY(device.commands().isEmpty());
     }
 
@@ -480,7 +480,7 @@ private slots:
         probe.choose_file(path);
         press("Load");
         QCOMPARE(probe.titles, QStringList("Load backup"));
-        QVERIFY(!gui().editing);
+        QVERIFY(!gui().is_editing());
     }
 
     void a_load_dialog_that_is_left_changes_nothing()
@@ -491,7 +491,7 @@ private slots:
         probe.answer = &DialogProbe::cancel;
         press("Load");
         QCOMPARE(probe.titles, QStringList("Load backup"));
-        QVERIFY(!gui().editing);
+        QVERIFY(!gui().is_editing());
     }
 
     void a_load_is_an_edit_that_sends_nothing_before_confirm()
@@ -501,10 +501,10 @@ private slots:
         const QJsonObject backup
             = with(device.state, "dsp", {{"level", -3}, {"mute", true}, {"delay", 7.5}});
         QVERIFY(boxes_of_load(json(backup)).isEmpty());
-        QVERIFY(gui().editing);
-        QVERIFY(!gui().edit_button->isEnabled());
-        QVERIFY(gui().confirm_button->isEnabled());
-        QVERIFY(gui().cancel_button->isEnabled());
+        QVERIFY(gui().is_editing());
+        QVERIFY(!gui().edit_button()->isEnabled());
+        QVERIFY(gui().confirm_button()->isEnabled());
+        QVERIFY(gui().cancel_button()->isEnabled());
         QCOMPARE(window->row("dsp/mute").value, QVariant(true));
         QVERIFY(device.commands().isEmpty());
 
@@ -562,7 +562,7 @@ private slots:
         QJsonObject backup = with_wrong_types(device.state);
         backup.insert("product", "KESTA");
         QVERIFY(boxes_of_load(json(backup)).isEmpty());
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         for (const char *key : {"dsp/mute", "dsp/delay", "stream/rtp/ip", "dsp/eq_en"})
             QVERIFY2(!window->row(key).edited, key);
         QVERIFY(device.commands().isEmpty());
@@ -614,7 +614,7 @@ private slots:
         backup.insert("stream_tx", QJsonObject{{"channel_count", 8}, {"nonsense", 1}});
         QVERIFY(boxes_of_load(json(backup)).isEmpty());
         QCOMPARE(window->row("dsp/level").value, QVariant(-6));
-        for (const auto &[key, row] : gui().property_rows)
+        for (const auto &[key, row] : gui().rows())
             if (row->desc.kind == PROP_NONE)
                 QVERIFY2(!row->edited, key.c_str());
     }

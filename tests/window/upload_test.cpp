@@ -23,7 +23,7 @@ class UploadTest : public QObject
     std::unique_ptr<PanelCase> window;
     std::vector<std::unique_ptr<Peer>> peers;
 
-    Gui &gui() { return *window->gui; }
+    WindowHandle &gui() { return *window->gui; }
     Device *device(int number) { return window->devices[size_t(number)]->record(); }
     Peer &peer(int number) { return *peers[size_t(number)]; }
     QString status(int number) { return window->cell(device(number), "status"); }
@@ -52,7 +52,7 @@ class UploadTest : public QObject
         QTRY_VERIFY(!button->rect().isEmpty()); // the row has just come up
         QTest::mouseClick(button, Qt::LeftButton);
     }
-    void press_lpi_upload() { QTest::keyClick(&gui(), Qt::Key_P, Qt::ControlModifier); }
+    void press_lpi_upload() { QTest::keyClick(&gui().widget(), Qt::Key_P, Qt::ControlModifier); }
 
     // The operator picks a file with this content in the dialog that "Update" opens.
     void update_with(const QByteArray &content)
@@ -66,15 +66,15 @@ class UploadTest : public QObject
     {
         DialogProbe probe;
         probe.choose_file(file_with(content));
-        gui().activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        gui().widget().activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
         press_lpi_upload();
         QCOMPARE(probe.titles.size(), 1);
     }
 
     bool is_idle()
     {
-        for (const auto &[id, one] : gui().devices)
+        for (const auto &[id, one] : gui().all_devices())
             if (one->uploader)
                 return false;
         return true;
@@ -185,7 +185,7 @@ private slots:
     {
         add_devices(2);
         window->select({0, 1});
-        gui().device_list->setRowHidden(gui().find_device_row(device(1)), {}, true);
+        gui().view()->setRowHidden(gui().row_of(device(1)), {}, true);
         update_with(SMALL_IMAGE);
         QTRY_VERIFY(device(0)->upload_ok);
         QCOMPARE(peer(1).seen, 0);
@@ -250,7 +250,7 @@ private slots:
         update_with("no image");
         QCOMPARE(status(0), QString("Online / invalid image"));
         device(0)->online = false;
-        gui().update_device_properties(device(0));
+        gui().update(device(0));
         QCOMPARE(status(0), QString("Offline / invalid image"));
         window->devices[0]->report();
         QCOMPARE(status(0), QString("Online"));
@@ -277,7 +277,7 @@ private slots:
         probe.choose_file(path == "sparse" ? sparse.fileName() : path);
         if (path.isEmpty())
             probe.answer = DialogProbe::cancel;
-        QVERIFY(QTest::qWaitForWindowActive(&gui()));
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
         press_lpi_upload();
         QVERIFY(!probe.titles.isEmpty());
         QVERIFY(probe.texts.isEmpty());
@@ -301,14 +301,14 @@ private slots:
         const QString path = file_with(SMALL_IMAGE);
         probe.answer = [this, path](QDialog *dialog) {
             window->select({0});
-            gui().delete_selected_devices();
+            gui().delete_selected();
             window->select({1});
             dialog->findChild<QLineEdit *>("fileNameEdit")->setText(path);
             DialogProbe::press_default(dialog);
         };
         press_update();
         QTRY_VERIFY(device(1)->upload_ok);
-        QCOMPARE(gui().devices.size(), size_t(1));
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         QCOMPARE(peer(0).seen, 0);
     }
 
@@ -323,7 +323,7 @@ private slots:
         // Block 5 of 10 is in the air, 4 are acknowledged.
         QTRY_COMPARE(status(0), QString("Online, updating 39%"));
         device(0)->broken_net = true;
-        gui().update_device_properties(device(0));
+        gui().update(device(0));
         QCOMPARE(status(0), QString("Broken net, updating 39%"));
         device(0)->broken_net = false;
         peer(0).stop_at(100);
@@ -368,7 +368,7 @@ private slots:
         peer(11).reply
             = [](int block, int) { return QList<QByteArray>{ack(block == 3 ? 9 : block)}; };
         peer(10).stop_at(0);
-        gui().device_list->selectAll();
+        gui().view()->selectAll();
         update_with(SMALL_IMAGE);
         for (int number = 0; number < 10; ++number) {
             QTRY_VERIFY(device(number)->upload_ok);
@@ -466,8 +466,8 @@ private slots:
         QTRY_COMPARE(peer(0).last_block, 4);
         QTRY_COMPARE(peer(1).last_block, 4);
         window->select({1});
-        gui().delete_selected_devices();
-        QCOMPARE(gui().devices.size(), size_t(1));
+        gui().delete_selected();
+        QCOMPARE(gui().all_devices().size(), size_t(1));
         peer(1).send(ack(4));
         peer(0).stop_at(100);
         peer(0).send(ack(4));
@@ -480,11 +480,11 @@ private slots:
         add_devices(3);
         for (int number : {0, 1, 2})
             peer(number).stop_at(4);
-        gui().device_list->selectAll();
+        gui().view()->selectAll();
         update_with(SMALL_IMAGE);
         QTRY_COMPARE(peer(2).last_block, 4);
         gui().close();
-        QVERIFY(gui().devices.empty());
+        QVERIFY(gui().all_devices().empty());
         for (int number : {0, 1, 2})
             peer(number).send(ack(4));
         QTest::qWait(50); // whatever is late arrives now
@@ -498,7 +498,7 @@ private slots:
         update_with(SMALL_IMAGE);
         QTRY_COMPARE(peer(0).last_block, 4);
         device(0)->online = false;
-        gui().update_device_properties(device(0));
+        gui().update(device(0));
         QCOMPARE(status(0), QString("Offline, updating 27%"));
         peer(0).stop_at(100);
         peer(0).send(ack(4));

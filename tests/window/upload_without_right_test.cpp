@@ -59,7 +59,7 @@ private slots:
         const QtMessageHandler usual = qInstallMessageHandler(keep_message);
         for (Device *device : {first, second, first}) {
             QByteArray bytes = IMAGE;
-            window.gui->start_upload(device, bytes, "firmware.bin");
+            window.gui->upload(device, bytes, "firmware.bin");
         }
         qInstallMessageHandler(usual);
         QCOMPARE(told.filter("port 69").size(), 1);

@@ -1,0 +1,519 @@
+// What tests ask of a window, told from what the window is made of.
+#include "support/window_handle.h"
+
+#include "firmware/deppen_ass.h"
+#include "gui/gui.h"
+
+WindowHandle::WindowHandle()
+    : gui(std::make_unique<Gui>())
+{
+}
+
+WindowHandle::~WindowHandle() = default;
+
+QMainWindow &WindowHandle::widget() const
+{
+    return *gui;
+}
+
+void WindowHandle::show()
+{
+    gui->show();
+}
+
+void WindowHandle::resize(int width, int height)
+{
+    gui->resize(width, height);
+}
+
+bool WindowHandle::close()
+{
+    return gui->close();
+}
+
+void WindowHandle::close_down()
+{
+    gui->close_down();
+}
+
+bool WindowHandle::is_closed() const
+{
+    return gui->closed;
+}
+
+bool WindowHandle::is_dark() const
+{
+    return gui->dark_theme;
+}
+
+QSettings &WindowHandle::settings() const
+{
+    return gui->settings;
+}
+
+QMenu *WindowHandle::device_menu() const
+{
+    return gui->device_menu;
+}
+
+std::map<QString, Device *> &WindowHandle::all_devices() const
+{
+    return gui->devices;
+}
+
+Device *WindowHandle::find_device(const QString &id) const
+{
+    return gui->find_device(id);
+}
+
+void WindowHandle::add_dummy_device()
+{
+    gui->add_dummy_device();
+}
+
+void WindowHandle::forget(Device *device)
+{
+    gui->destroy_device(device);
+}
+
+void WindowHandle::forget_reporters()
+{
+    gui->reporters.clear();
+}
+
+void WindowHandle::update(Device *device)
+{
+    gui->update_device_properties(device);
+}
+
+DeviceListView *WindowHandle::view() const
+{
+    return gui->device_list;
+}
+
+QStandardItemModel &WindowHandle::model() const
+{
+    return gui->device_model;
+}
+
+int WindowHandle::row_of(Device *device) const
+{
+    return gui->find_device_row(device);
+}
+
+bool WindowHandle::is_selected(Device *device) const
+{
+    return gui->is_device_selected(device);
+}
+
+std::vector<Device *> WindowHandle::selected_devices() const
+{
+    return gui->selected_devices();
+}
+
+void WindowHandle::delete_selected()
+{
+    gui->delete_selected_devices();
+}
+
+bool WindowHandle::is_sorted() const
+{
+    return gui->is_list_sorted();
+}
+
+void WindowHandle::sort()
+{
+    gui->sort_list_if_needed();
+}
+
+void WindowHandle::forget_sorting()
+{
+    gui->sort_pending = false;
+}
+
+const std::vector<std::string> &WindowHandle::column_ids() const
+{
+    return gui->column_ids;
+}
+
+const QStringList &WindowHandle::column_names() const
+{
+    return gui->column_names;
+}
+
+const std::vector<QAction *> &WindowHandle::column_actions() const
+{
+    return gui->column_actions;
+}
+
+std::vector<int> WindowHandle::shown_columns() const
+{
+    return gui->shown_columns();
+}
+
+void WindowHandle::toggle_column(size_t index)
+{
+    gui->toggle_column(index);
+}
+
+void WindowHandle::show_default_columns()
+{
+    gui->show_default_columns();
+}
+
+void WindowHandle::show_column_menu(const QPoint &position)
+{
+    gui->show_column_menu(position);
+}
+
+QMenu *WindowHandle::header_menu() const
+{
+    return gui->header_menu;
+}
+
+QIcon WindowHandle::load_icon(const QString &path)
+{
+    return gui->load_icon(path);
+}
+
+QTimer &WindowHandle::meter_timer() const
+{
+    return gui->meter_timer;
+}
+
+void WindowHandle::meter_tick()
+{
+    gui->on_meter_tick();
+}
+
+QComboBox *WindowHandle::search_box() const
+{
+    return gui->search_combo;
+}
+
+QTimer &WindowHandle::search_timer() const
+{
+    return gui->search_timer;
+}
+
+QElapsedTimer &WindowHandle::search_pace() const
+{
+    return gui->search_pace;
+}
+
+QString WindowHandle::highlighted_text() const
+{
+    return gui->highlight_delegate.search_text;
+}
+
+void WindowHandle::refresh_search()
+{
+    gui->refresh_search();
+}
+
+void WindowHandle::commit_search()
+{
+    gui->commit_search();
+}
+
+PropertyRows &WindowHandle::rows() const
+{
+    return gui->property_rows;
+}
+
+Property *WindowHandle::row(const std::string &key) const
+{
+    return gui->property_row(key);
+}
+
+QScrollArea *WindowHandle::property_scroll() const
+{
+    return gui->property_scroll;
+}
+
+QSplitter *WindowHandle::property_splitter() const
+{
+    return gui->property_splitter;
+}
+
+QTimer &WindowHandle::panel_timer() const
+{
+    return gui->panel_timer;
+}
+
+void WindowHandle::refresh_all_rows()
+{
+    gui->refresh_all_rows();
+}
+
+void WindowHandle::rebuild_row(Property *row)
+{
+    gui->rebuild_row_widgets(row);
+}
+
+bool WindowHandle::is_editing() const
+{
+    return gui->editing;
+}
+
+void WindowHandle::set_edit_mode(bool on)
+{
+    gui->set_edit_mode(on);
+}
+
+void WindowHandle::row_edited(Property *row)
+{
+    gui->on_row_edited(row);
+}
+
+void WindowHandle::confirm()
+{
+    gui->on_confirm();
+}
+
+void WindowHandle::cancel()
+{
+    gui->on_cancel();
+}
+
+QPushButton *WindowHandle::edit_button() const
+{
+    return gui->edit_button;
+}
+
+QToolButton *WindowHandle::confirm_button() const
+{
+    return gui->confirm_button;
+}
+
+QToolButton *WindowHandle::cancel_button() const
+{
+    return gui->cancel_button;
+}
+
+QPushButton *WindowHandle::identify_button() const
+{
+    return gui->identify_button;
+}
+
+QPushButton *WindowHandle::eq_button() const
+{
+    return gui->eq_button;
+}
+
+QSplitter *WindowHandle::eq_splitter() const
+{
+    return gui->eq_splitter;
+}
+
+CurveWidget *WindowHandle::curve() const
+{
+    return gui->curve_widget;
+}
+
+void WindowHandle::refresh_eq_view()
+{
+    gui->refresh_eq_view();
+}
+
+QComboBox *WindowHandle::network_box() const
+{
+    return gui->network_combo;
+}
+
+QString WindowHandle::network() const
+{
+    return gui->current_network;
+}
+
+void WindowHandle::update_network_list()
+{
+    gui->update_network_list();
+}
+
+void WindowHandle::network_changed()
+{
+    gui->on_network_changed();
+}
+
+void WindowHandle::show_network_info()
+{
+    gui->show_network_info();
+}
+
+QTimer &WindowHandle::discovery_timer() const
+{
+    return gui->discovery_timer;
+}
+
+void WindowHandle::discover()
+{
+    gui->send_discovery_packets();
+}
+
+QUdpSocket &WindowHandle::send_socket() const
+{
+    return gui->send_socket;
+}
+
+QUdpSocket &WindowHandle::listen_socket() const
+{
+    return gui->listen_socket;
+}
+
+QUdpSocket &WindowHandle::broadcast_socket() const
+{
+    return gui->broadcast_socket;
+}
+
+QHostAddress WindowHandle::bound_address() const
+{
+    return gui->bound_address;
+}
+
+QString WindowHandle::send_json(const QString &network, bool use_broadcast,
+                                const QHostAddress &address, const QJsonObject &object)
+{
+    return gui->send_json(network, use_broadcast, address, object);
+}
+
+QString WindowHandle::send_to_device(Device *device, const QJsonObject &object, bool quiet)
+{
+    return gui->send_to_device(device, object, quiet);
+}
+
+void WindowHandle::drain()
+{
+    gui->on_packet();
+}
+
+void WindowHandle::deliver(const QHostAddress &from, const QByteArray &datagram)
+{
+    gui->handle_datagram(from, datagram);
+}
+
+void WindowHandle::report(const QHostAddress &from, const QJsonObject &object, bool live,
+                          const QString &interface)
+{
+    gui->handle_device_packet(from, object, live, interface);
+}
+
+void WindowHandle::begin_batch()
+{
+    ++gui->collecting;
+}
+
+void WindowHandle::end_batch()
+{
+    --gui->collecting;
+}
+
+bool WindowHandle::is_in_batch() const
+{
+    return gui->collecting > 0;
+}
+
+QString WindowHandle::cache_path() const
+{
+    return gui->cache_path;
+}
+
+void WindowHandle::set_cache_path(const QString &path)
+{
+    gui->cache_path = path;
+}
+
+QTimer &WindowHandle::cache_timer() const
+{
+    return gui->cache_timer;
+}
+
+QTimer &WindowHandle::cache_slice_timer() const
+{
+    return gui->cache_slice_timer;
+}
+
+QByteArray WindowHandle::cache_text() const
+{
+    return gui->cache_text;
+}
+
+void WindowHandle::set_cache_position(const QString &text)
+{
+    gui->cache_position = text;
+}
+
+void WindowHandle::save_cache()
+{
+    gui->save_cache();
+}
+
+void WindowHandle::start_cache_save()
+{
+    gui->start_cache_save();
+}
+
+void WindowHandle::continue_cache_save()
+{
+    gui->continue_cache_save();
+}
+
+void WindowHandle::load_cache()
+{
+    gui->load_cache();
+}
+
+void WindowHandle::identify_selected()
+{
+    gui->identify_selected();
+}
+
+void WindowHandle::purge_sessions()
+{
+    gui->purge_sessions();
+}
+
+void WindowHandle::show_about()
+{
+    gui->show_about();
+}
+
+void WindowHandle::save_backup()
+{
+    gui->save_backup();
+}
+
+void WindowHandle::restore_backup(const QJsonObject &backup, uint32_t mask)
+{
+    gui->restore_backup(backup, mask);
+}
+
+DeppenAss *WindowHandle::make_assistant(Device *device)
+{
+    return new DeppenAss(gui.get(), device);
+}
+
+void WindowHandle::upload(Device *device, QByteArray &bytes, const QString &remote_name)
+{
+    gui->start_upload(device, bytes, remote_name);
+}
+
+void WindowHandle::enable_logging()
+{
+    gui->enable_logging();
+}
+
+void WindowHandle::open_log(Device *device)
+{
+    gui->open_log(device);
+}
+
+void WindowHandle::append_log(Device *device, bool highlighted, const QString &text)
+{
+    gui->append_log(device, highlighted, text);
+}
+
+bool WindowHandle::are_logs_shown() const
+{
+    return gui->log_appender.is_empty();
+}

@@ -1,0 +1,174 @@
+// What tests, benchmarks and long runs ask of a window and do to it: the one place outside the
+// program that knows how the window is built.
+#pragma once
+
+#include "gui/highlight_delegate.h"
+#include "gui/property_row.h"
+#include "meter/log_text.h"
+#include "model/device.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QHostAddress>
+#include <QJsonObject>
+#include <QMainWindow>
+#include <QMenu>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSettings>
+#include <QSplitter>
+#include <QStandardItemModel>
+#include <QTimer>
+#include <QToolButton>
+#include <QUdpSocket>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class CurveWidget;
+class DeppenAss;
+class DeviceListView;
+class Gui;
+
+class WindowHandle
+{
+public:
+    // A window with the settings and the cache of the folder that QSettings::setPath was told.
+    WindowHandle();
+    ~WindowHandle();
+
+    // ---- the window itself
+    QMainWindow &widget() const;
+    void show();
+    void resize(int width, int height);
+    bool close();
+    void close_down(); // the steps of leaving, without the window's own
+    bool is_closed() const;
+    bool is_dark() const;
+    QSettings &settings() const;
+    QMenu *device_menu() const;
+
+    // ---- devices
+    std::map<QString, Device *> &all_devices() const;
+    Device *find_device(const QString &id) const; // null when unknown
+    void add_dummy_device();
+    void forget(Device *device); // without telling list or cache
+    void forget_reporters();     // which device was last heard from which address
+    void update(Device *device); // after a change of its record: row, log title, assistant, meter
+
+    // ---- the list
+    DeviceListView *view() const;
+    QStandardItemModel &model() const;
+    int row_of(Device *device) const;
+    bool is_selected(Device *device) const;
+    std::vector<Device *> selected_devices() const;
+    void delete_selected();
+    bool is_sorted() const;
+    void sort();
+    void forget_sorting(); // nothing is pending
+    const std::vector<std::string> &column_ids() const;
+    const QStringList &column_names() const;
+    const std::vector<QAction *> &column_actions() const;
+    std::vector<int> shown_columns() const;
+    void toggle_column(size_t index);
+    void show_default_columns();
+    void show_column_menu(const QPoint &position);
+    QMenu *header_menu() const;
+    QIcon load_icon(const QString &path);
+    QTimer &meter_timer() const;
+    void meter_tick();
+
+    // ---- the search
+    QComboBox *search_box() const;
+    QTimer &search_timer() const;
+    QElapsedTimer &search_pace() const;
+    QString highlighted_text() const;
+    void refresh_search();
+    void commit_search();
+
+    // ---- the panel
+    PropertyRows &rows() const;
+    Property *row(const std::string &key) const; // null when the key has none
+    QScrollArea *property_scroll() const;
+    QSplitter *property_splitter() const;
+    QTimer &panel_timer() const;
+    void refresh_all_rows();
+    void rebuild_row(Property *row);
+
+    // ---- an edit
+    bool is_editing() const;
+    void set_edit_mode(bool on);
+    void row_edited(Property *row);
+    void confirm();
+    void cancel();
+    QPushButton *edit_button() const;
+    QToolButton *confirm_button() const;
+    QToolButton *cancel_button() const;
+    QPushButton *identify_button() const;
+
+    // ---- the equaliser's curve
+    QPushButton *eq_button() const;
+    QSplitter *eq_splitter() const;
+    CurveWidget *curve() const;
+    void refresh_eq_view();
+
+    // ---- networks
+    QComboBox *network_box() const;
+    QString network() const;
+    void update_network_list();
+    void network_changed();
+    void show_network_info();
+    QTimer &discovery_timer() const;
+    void discover();
+    QUdpSocket &send_socket() const;
+    QUdpSocket &listen_socket() const;
+    QUdpSocket &broadcast_socket() const;
+    QHostAddress bound_address() const;
+    // These return an error text, empty on success.
+    QString send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
+                      const QJsonObject &object);
+    QString send_to_device(Device *device, const QJsonObject &object, bool quiet);
+
+    // ---- what arrives
+    void drain(); // what waits in the sockets
+    void deliver(const QHostAddress &from, const QByteArray &datagram);
+    void report(const QHostAddress &from, const QJsonObject &object, bool live,
+                const QString &interface);
+    // Until end_batch, sorting and logs wait, as while a burst is read.
+    void begin_batch();
+    void end_batch();
+    bool is_in_batch() const;
+
+    // ---- the cache
+    QString cache_path() const;
+    void set_cache_path(const QString &path);
+    QTimer &cache_timer() const;
+    QTimer &cache_slice_timer() const;
+    QByteArray cache_text() const;                // what the slices have made so far
+    void set_cache_position(const QString &text); // the device they did last
+    void save_cache();
+    void start_cache_save();
+    void continue_cache_save();
+    void load_cache();
+
+    // ---- commands
+    void identify_selected();
+    void purge_sessions();
+    void show_about();
+    void save_backup();
+    void restore_backup(const QJsonObject &backup, uint32_t mask);
+    DeppenAss *make_assistant(Device *device);
+    void upload(Device *device, QByteArray &bytes, const QString &remote_name);
+
+    // ---- logs
+    void enable_logging();
+    void open_log(Device *device);
+    void append_log(Device *device, bool highlighted, const QString &text);
+    bool are_logs_shown() const; // all that was collected
+
+private:
+    std::unique_ptr<Gui> gui;
+};
