@@ -1,6 +1,8 @@
 // The list's view: columns as wide as their contents.
 #include "gui/device_list_view.h"
 
+#include "gui/highlight.h"
+
 #include <QAbstractItemDelegate>
 #include <QEvent>
 #include <QHeaderView>
@@ -9,9 +11,10 @@
 
 namespace {
 
-constexpr int FRAME_INTERVAL = 16;       // ms
-constexpr int SHRINK_INTERVAL = 250;     // ms: a column that could be narrower may wait a little
-constexpr int MOST_KEPT_TEXTS = 1 << 14; // per column; ever-changing numbers must not pile up
+constexpr int FRAME_INTERVAL = 16;   // ms
+constexpr int SHRINK_INTERVAL = 250; // ms: a column that could be narrower may wait a little
+// Per column, the letters of all texts whose width is kept; ever-changing numbers must not pile up.
+constexpr int MOST_KEPT_LETTERS = 1 << 19;
 
 size_t at(int column)
 {
@@ -158,15 +161,17 @@ int DeviceListView::cell_width(const QModelIndex &index, const QStyleOptionViewI
     const size_t column = at(index.column());
     if (column >= text_widths.size())
         text_widths.resize(column + 1);
-    QHash<QString, int> &kept = text_widths[column];
+    KeptWidths &kept = text_widths[column];
     const bool has_picture = index.data(Qt::DecorationRole).isValid();
-    const QString text = (has_picture ? "+" : "-") + index.data(Qt::DisplayRole).toString();
-    const auto known = kept.constFind(text);
-    if (known != kept.constEnd())
+    const QString text
+        = (has_picture ? "+" : "-") + shown_part(index.data(Qt::DisplayRole).toString());
+    const auto known = kept.widths.constFind(text);
+    if (known != kept.widths.constEnd())
         return *known;
-    if (kept.size() >= MOST_KEPT_TEXTS)
-        kept.clear();
+    kept.letters += text.size();
+    if (kept.letters > MOST_KEPT_LETTERS)
+        kept = {.letters = text.size()};
     const int width = itemDelegate(index)->sizeHint(option, index).width();
-    kept.insert(text, width);
+    kept.widths.insert(text, width);
     return width;
 }

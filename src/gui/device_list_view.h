@@ -31,6 +31,12 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
+    struct KeptWidths
+    {
+        QHash<QString, int> widths = {}; // by text
+        int letters = 0;                 // of all these texts
+    };
+
     void mark_dirty(int first_column, int last_column);
     void widen_for_row(int row);
     void apply_widths();
@@ -38,10 +44,10 @@ private:
     int measured_width(int column) const;
     int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
 
-    QTimer frame_timer;                                   // a column has become wider
-    QTimer shrink_timer;                                  // all rows are to be measured again
-    mutable std::vector<int> widths;                      // by column, -1: never measured
-    mutable std::vector<QHash<QString, int>> text_widths; // by column
-    std::vector<bool> dirty;                              // by column
+    QTimer frame_timer;                          // a column has become wider
+    QTimer shrink_timer;                         // all rows are to be measured again
+    mutable std::vector<int> widths;             // by column, -1: never measured
+    mutable std::vector<KeptWidths> text_widths; // by column
+    std::vector<bool> dirty;                     // by column
     mutable int measure_count = 0;
 };

@@ -132,7 +132,7 @@ public:
     // ---- gui/gui_search.cpp ------------------------------------------------------------------
     void refresh_search();
     void start_search_refresh(); // at most once per painted frame
-    bool show_matching_rows();
+    bool show_matching_rows(bool is_new_search);
     std::vector<int> shown_columns() const;
     bool row_matches_search(int row, const std::vector<int> &columns) const;
     void commit_search();

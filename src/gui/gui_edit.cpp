@@ -67,7 +67,8 @@ void Gui::set_edit_mode(bool on)
     down->setValue(place.y());
 }
 
-// Forgets what the operator has set and takes up the reports that came meanwhile.
+// Forgets what the operator has set and takes up the reports that came meanwhile. The search has
+// left the edited rows as they were.
 void Gui::drop_edits()
 {
     for (const auto &[key, row] : property_rows)
@@ -78,6 +79,8 @@ void Gui::drop_edits()
         device->stale = false;
         apply_device_state(device, QJsonObject(device->last_report));
     }
+    if (!highlight_delegate.search_text.isEmpty())
+        start_search_refresh();
 }
 
 void Gui::update_edit_buttons()

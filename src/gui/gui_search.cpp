@@ -23,7 +23,7 @@ void Gui::refresh_search()
     const bool is_new_search = search != highlight_delegate.search_text;
     highlight_delegate.search_text = search;
 
-    const bool selection_touched = show_matching_rows();
+    const bool selection_touched = show_matching_rows(is_new_search);
     // The marks move with the text. What changes without a new text is painted by the rows.
     if (is_new_search)
         device_list->viewport()->update();
@@ -34,7 +34,8 @@ void Gui::refresh_search()
 // Touches only rows whose state changes; true when a selected one was among them. That one ends an
 // edit first, as hidden rows are no longer part of the selection. Ending it merges the reports that
 // were held back, which may sort the list again and change texts: the walk then starts afresh.
-bool Gui::show_matching_rows()
+// An edit is the operator's to end: what a report would hide or show of it waits (drop_edits).
+bool Gui::show_matching_rows(bool is_new_search)
 {
     const std::vector<int> columns = shown_columns();
     bool selection_touched = false;
@@ -43,7 +44,10 @@ bool Gui::show_matching_rows()
         if (is_hidden == device_list->isRowHidden(row, QModelIndex()))
             continue;
         const QModelIndex index = device_model.index(row, 0);
-        if (!selection_touched && device_list->selectionModel()->isSelected(index)) {
+        const bool is_selected = device_list->selectionModel()->isSelected(index);
+        if (is_selected && editing && !is_new_search)
+            continue;
+        if (is_selected && !selection_touched) {
             selection_touched = true;
             set_edit_mode(false);
             refresh_all_rows();

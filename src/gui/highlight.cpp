@@ -1,6 +1,12 @@
 // Search in cell texts: what counts as a hit, and how hits are marked.
 #include "gui/highlight.h"
 
+namespace {
+
+constexpr int LONGEST_SHOWN = 512; // characters of 16 bits
+
+} // namespace
+
 bool contains_search(const QString &text, const QString &search)
 {
     return search.isEmpty() || text.indexOf(search, 0, Qt::CaseInsensitive) >= 0;
@@ -22,4 +28,13 @@ QString highlight_html(const QString &text, const QString &search)
         rest += hit + search.size();
     }
     return html + text.mid(rest).toHtmlEscaped();
+}
+
+QString shown_part(const QString &text)
+{
+    if (text.size() <= LONGEST_SHOWN)
+        return text;
+    // Half of a character would show as a box.
+    const bool is_split = text.at(LONGEST_SHOWN - 1).isHighSurrogate();
+    return text.left(is_split ? LONGEST_SHOWN - 1 : LONGEST_SHOWN);
 }

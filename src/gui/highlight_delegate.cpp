@@ -12,6 +12,31 @@ bool HighlightDelegate::matches_search(const QString &text) const
     return contains_search(text, search_text);
 }
 
+void HighlightDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                              const QModelIndex &index) const
+{
+    QItemDelegate::paint(painter, option, shown_index(index));
+}
+
+QSize HighlightDelegate::sizeHint(const QStyleOptionViewItem &option,
+                                  const QModelIndex &index) const
+{
+    return QItemDelegate::sizeHint(option, shown_index(index));
+}
+
+// The base class lays out what the model holds, however long that is.
+QModelIndex HighlightDelegate::shown_index(const QModelIndex &index) const
+{
+    const QString text = index.data(Qt::DisplayRole).toString();
+    const QString shown = shown_part(text);
+    if (shown.size() == text.size())
+        return index;
+    const QModelIndex cell = short_cell.index(0, 0);
+    short_cell.setData(cell, shown, Qt::DisplayRole);
+    short_cell.setData(cell, index.data(Qt::DecorationRole), Qt::DecorationRole);
+    return cell;
+}
+
 void HighlightDelegate::drawDisplay(QPainter *painter, const QStyleOptionViewItem &option,
                                     const QRect &rect, const QString &text) const
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QItemDelegate>
+#include <QStandardItemModel>
 #include <QString>
 
 class HighlightDelegate : public QItemDelegate
@@ -10,6 +11,10 @@ class HighlightDelegate : public QItemDelegate
 
 public:
     using QItemDelegate::QItemDelegate;
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override;
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
     // Whether a cell with this text satisfies the search.
     bool matches_search(const QString &text) const;
@@ -20,4 +25,9 @@ public:
 protected:
     void drawDisplay(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
                      const QString &text) const override;
+
+private:
+    QModelIndex shown_index(const QModelIndex &index) const;
+
+    mutable QStandardItemModel short_cell{1, 1}; // stands in for a cell whose text is too long
 };

@@ -18,6 +18,7 @@ private slots:
     void characters_of_several_units_are_marked_whole();
     void half_a_character_is_matched_afresh_in_the_rest();
     void right_to_left_text_is_marked();
+    void the_first_512_characters_show();
 };
 
 namespace {
@@ -76,6 +77,17 @@ void HighlightTest::half_a_character_is_matched_afresh_in_the_rest()
 void HighlightTest::right_to_left_text_is_marked()
 {
     QCOMPARE(highlight_html("אולם שלוש", "שלוש"), "אולם " + marked("שלוש"));
+}
+
+void HighlightTest::the_first_512_characters_show()
+{
+    const QString longest(512, 'a');
+    QCOMPARE(shown_part(""), QString());
+    QCOMPARE(shown_part(longest), longest);
+    QCOMPARE(shown_part(longest + "b"), longest);
+    const QString half = longest.left(511); // the next character takes two places
+    QCOMPARE(shown_part(half + "😀"), half);
+    QCOMPARE(shown_part(longest.left(510) + "😀" + "b"), longest.left(510) + "😀");
 }
 
 QTEST_GUILESS_MAIN(HighlightTest)

@@ -4,6 +4,7 @@
 #include "gui/highlight.h"
 
 #include <QPainter>
+#include <QStandardItemModel>
 #include <QTextDocument>
 #include <QTextOption>
 #include <QtTest>
@@ -20,6 +21,8 @@ private slots:
     void marked_text_is_black_in_a_dark_palette();
     void text_stays_inside_its_cell();
     void painter_comes_back_as_it_was();
+    void what_follows_512_characters_is_neither_measured_nor_painted_data();
+    void what_follows_512_characters_is_neither_measured_nor_painted();
 };
 
 namespace {
@@ -208,6 +211,45 @@ void HighlightDelegateTest::painter_comes_back_as_it_was()
     QCOMPARE(painter.transform(), before);
     QCOMPARE(painter.pen().color(), QColor(Qt::red));
     QVERIFY(!painter.hasClipping());
+}
+
+void HighlightDelegateTest::what_follows_512_characters_is_neither_measured_nor_painted_data()
+{
+    QTest::addColumn<QString>("rest");
+    QTest::newRow("letters") << QString(60000, 'W');
+    QTest::newRow("a new line") << "\nsecond line";
+    QTest::newRow("combining marks") << QString(60000, QChar(0x0301));
+}
+
+void HighlightDelegateTest::what_follows_512_characters_is_neither_measured_nor_painted()
+{
+    QFETCH(QString, rest);
+    QPixmap picture(16, 16);
+    picture.fill(Qt::red);
+    QStandardItemModel model(2, 1);
+    const QString text(512, 'i');
+    for (const int row : {0, 1})
+        model.setData(model.index(row, 0), picture, Qt::DecorationRole);
+    model.setData(model.index(0, 0), text);
+    model.setData(model.index(1, 0), text + rest);
+    ShownDelegate delegate;
+    QStyleOptionViewItem option;
+    option.font = QApplication::font();
+    option.fontMetrics = QFontMetrics(option.font);
+    option.decorationSize = {16, 16};
+    QCOMPARE(delegate.sizeHint(option, model.index(1, 0)),
+             delegate.sizeHint(option, model.index(0, 0)));
+    const auto painted = [&delegate, &option, &model](int row) {
+        QImage image(6000, 40, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        option.rect = image.rect();
+        delegate.paint(&painter, option, model.index(row, 0));
+        return image;
+    };
+    const QImage expected = painted(0);
+    QVERIFY(count_pixels(expected, qRgb(255, 0, 0)) == 16 * 16);
+    QCOMPARE(painted(1), expected);
 }
 
 QTEST_MAIN(HighlightDelegateTest)

@@ -180,6 +180,46 @@ private slots:
         QCOMPARE(gui().selected_devices().size(), size_t(2));
     }
 
+    // A device that falls silent is no reason to lose what was typed for five of them.
+    void reports_hide_and_show_no_edited_row_before_the_edit_ends()
+    {
+        for (int i = 0; i < 8; ++i)
+            window->add(named(QString("Row %1").arg(i)));
+        search("online");
+        window->select({0, 1, 2, 3, 4});
+        window->press_edit();
+        window->type("ui/memo", "typed");
+        gui().search_pace.invalidate();
+        for (const size_t silent : {size_t(2), size_t(6)})
+            window->devices[silent]->record()->last_seen -= 5000;
+        gui().send_discovery_packets();
+        QCOMPARE(window->cell(window->devices[2]->record(), "status"), QString("Offline"));
+        gui().refresh_search();
+        QVERIFY(gui().editing);
+        QCOMPARE(window->row("ui/memo").value, QVariant("typed"));
+        QVERIFY(shown_names().contains("Row 2"));
+        QVERIFY(!shown_names().contains("Row 6")); // not edited
+        QCOMPARE(gui().selected_devices().size(), size_t(5));
+        window->press_cancel();
+        QTRY_VERIFY(!shown_names().contains("Row 2"));
+        QTRY_COMPARE(gui().selected_devices().size(), size_t(4));
+    }
+
+    void a_text_that_the_operator_changes_ends_the_edit_of_a_row_that_waited()
+    {
+        window->add(named("Left"));
+        search("online");
+        window->select({0});
+        window->press_edit();
+        window->devices[0]->record()->last_seen -= 5000;
+        gui().send_discovery_packets();
+        gui().refresh_search();
+        QVERIFY(gui().editing);
+        QTest::keyClick(box(), Qt::Key_Backspace);
+        QVERIFY(!gui().editing);
+        QVERIFY(shown_names().isEmpty());
+    }
+
     void a_row_that_stays_as_it_is_does_not_disturb_the_edit()
     {
         window->add(named("Left"));
@@ -394,6 +434,22 @@ private slots:
         const QString folder = qEnvironmentVariable("SEARCH_PICTURES");
         if (!folder.isEmpty())
             QVERIFY(picture.save(folder + "/" + QTest::currentDataTag() + ".png"));
+    }
+
+    // A device chooses how long its name is; laying it out whole would stall the window.
+    void a_name_of_any_length_is_searched_whole_and_shown_in_part()
+    {
+        const QString start = QString(600, 'i');
+        window->add(named(start + "needle"));
+        window->add(named("other"));
+        search("needle");
+        QCOMPARE(shown_names(), QStringList(start + "needle"));
+        const int name = window->column("ui/name");
+        const QFontMetrics metrics = gui().device_list->fontMetrics();
+        QTRY_VERIFY(gui().device_list->columnWidth(name)
+                    >= metrics.horizontalAdvance(QString(512, 'i')));
+        QVERIFY(gui().device_list->columnWidth(name)
+                < metrics.horizontalAdvance(QString(540, 'i')));
     }
 
     void the_symbols_are_in_the_fonts()
