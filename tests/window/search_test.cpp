@@ -189,13 +189,13 @@ private slots:
         window->select({0, 1, 2, 3, 4});
         window->press_edit();
         window->type("ui/memo", "typed");
-        gui().search_pace.invalidate();
+        gui().search_pace().invalidate();
         for (const size_t silent : {size_t(2), size_t(6)})
             window->devices[silent]->record()->last_seen -= 5000;
-        gui().send_discovery_packets();
+        gui().discover();
         QCOMPARE(window->cell(window->devices[2]->record(), "status"), QString("Offline"));
         gui().refresh_search();
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         QCOMPARE(window->row("ui/memo").value, QVariant("typed"));
         QVERIFY(shown_names().contains("Row 2"));
         QVERIFY(!shown_names().contains("Row 6")); // not edited
@@ -212,11 +212,11 @@ private slots:
         window->select({0});
         window->press_edit();
         window->devices[0]->record()->last_seen -= 5000;
-        gui().send_discovery_packets();
+        gui().discover();
         gui().refresh_search();
-        QVERIFY(gui().editing);
+        QVERIFY(gui().is_editing());
         QTest::keyClick(box(), Qt::Key_Backspace);
-        QVERIFY(!gui().editing);
+        QVERIFY(!gui().is_editing());
         QVERIFY(shown_names().isEmpty());
     }
 
@@ -445,11 +445,10 @@ private slots:
         search("needle");
         QCOMPARE(shown_names(), QStringList(start + "needle"));
         const int name = window->column("ui/name");
-        const QFontMetrics metrics = gui().device_list->fontMetrics();
-        QTRY_VERIFY(gui().device_list->columnWidth(name)
+        const QFontMetrics metrics = gui().view()->fontMetrics();
+        QTRY_VERIFY(gui().view()->columnWidth(name)
                     >= metrics.horizontalAdvance(QString(512, 'i')));
-        QVERIFY(gui().device_list->columnWidth(name)
-                < metrics.horizontalAdvance(QString(540, 'i')));
+        QVERIFY(gui().view()->columnWidth(name) < metrics.horizontalAdvance(QString(540, 'i')));
     }
 
     void the_symbols_are_in_the_fonts()
