@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+using namespace simulator;
+
 extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t max_size);
 
 namespace {

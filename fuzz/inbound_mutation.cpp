@@ -4,6 +4,8 @@
 #include "fuzz/inbound_steps.h"
 #include "fuzz/mutation.h"
 
+using namespace simulator;
+
 namespace {
 
 constexpr int LEAD = 2; // letter and sender of a datagram

@@ -6,4 +6,5 @@
 #include <QByteArray>
 
 // One of the steps is damaged, doubled, left out or moved, or steps of `other` come in.
-QByteArray changed_input(const QByteArray &input, const QByteArray &other, RandomSource &random);
+QByteArray changed_input(const QByteArray &input, const QByteArray &other,
+                         simulator::RandomSource &random);

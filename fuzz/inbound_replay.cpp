@@ -9,6 +9,8 @@
 
 #include <cstdio>
 
+using namespace simulator;
+
 namespace {
 
 QList<QByteArray> read_corpus(const QString &folder)

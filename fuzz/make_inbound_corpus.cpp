@@ -14,6 +14,8 @@
 #include <memory>
 #include <vector>
 
+using namespace simulator;
+
 namespace {
 
 std::vector<std::unique_ptr<SimulatedDevice>> fleet;

@@ -5,6 +5,8 @@
 
 #include <array>
 
+using namespace simulator;
+
 namespace {
 
 constexpr int LARGEST_DATAGRAM = 65507;

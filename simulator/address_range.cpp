@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <set>
 
+namespace simulator {
+
 namespace {
 
 uint32_t block_size(int prefix_length)
@@ -97,3 +99,5 @@ QByteArray address_batch(AddressChange change, const QString &interface, const A
         lines += QString("address del %1 dev %2\n").arg(block_text(host), interface).toUtf8();
     return lines;
 }
+
+} // namespace simulator

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace simulator {
+
 struct AddressBlock
 {
     uint32_t address = 0; // host order
@@ -40,3 +42,5 @@ enum class AddressChange
 };
 QByteArray address_batch(AddressChange change, const QString &interface, const AddressBlock &host,
                          const std::vector<AddressBlock> &blocks);
+
+} // namespace simulator

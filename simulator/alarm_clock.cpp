@@ -8,6 +8,8 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+namespace simulator {
+
 int64_t steady_time()
 {
     timespec now{};
@@ -50,3 +52,5 @@ void AlarmClock::on_expired()
     current = -1;
     emit rings();
 }
+
+} // namespace simulator

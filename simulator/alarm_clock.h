@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace simulator {
+
 // µs since an arbitrary start.
 int64_t steady_time();
 
@@ -33,3 +35,5 @@ private:
     QSocketNotifier notifier;
     int64_t current = -1;
 };
+
+} // namespace simulator

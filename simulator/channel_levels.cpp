@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 namespace {
 
 constexpr int LOUDEST = 70;
@@ -34,3 +36,5 @@ void ChannelLevels::step(RandomSource &random)
         overdrive[i] = peaks[i] == LOUDEST ? 1 : 0;
     }
 }
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+namespace simulator {
+
 class ChannelLevels
 {
 public:
@@ -22,3 +24,5 @@ public:
 private:
     std::vector<int> means = {};
 };
+
+} // namespace simulator

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <unistd.h>
 
+namespace simulator {
+
 namespace {
 
 constexpr int LONGEST_LINE = 16 * 1024 * 1024;
@@ -61,3 +63,5 @@ void Console::take_line(const QByteArray &line)
     }
     print({{"error", document.isNull() ? error.errorString() : "not a JSON object"}});
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QSocketNotifier>
 
+namespace simulator {
+
 class Console : public QObject
 {
     Q_OBJECT
@@ -29,3 +31,5 @@ private:
     QSocketNotifier notifier;
     QByteArray buffer = {};
 };
+
+} // namespace simulator

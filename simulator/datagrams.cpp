@@ -8,6 +8,8 @@
 #include <array>
 #include <cstdio>
 
+namespace simulator {
+
 namespace {
 
 void append_numbers(QByteArray &text, const std::vector<int> &numbers)
@@ -74,3 +76,5 @@ QByteArray log_datagram(const QString &device_id, const LogMessage &message, Che
     append_trailer(datagram, checksum);
     return datagram;
 }
+
+} // namespace simulator

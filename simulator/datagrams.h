@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace simulator {
+
 enum class Checksum
 {
     NONE,
@@ -39,3 +41,5 @@ struct LogMessage
 
 // A "raw_log" datagram. The length field is cut to 16 bits.
 QByteArray log_datagram(const QString &device_id, const LogMessage &message, Checksum checksum);
+
+} // namespace simulator

@@ -4,6 +4,8 @@
 #include "simulator/loudspeaker_state.h"
 #include "simulator/param_rules.h"
 
+namespace simulator {
+
 namespace {
 
 constexpr int COMMANDS_KEPT = 1000;
@@ -89,3 +91,5 @@ bool is_from_device(const QJsonObject &object)
 {
     return object.contains("status") || object.contains("product");
 }
+
+} // namespace simulator

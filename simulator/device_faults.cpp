@@ -7,6 +7,8 @@
 #include <climits>
 #include <utility>
 
+namespace simulator {
+
 namespace {
 
 constexpr int LONGEST_DELAY = 600'000; // ms
@@ -229,3 +231,5 @@ QString apply_device_fault(SimulatedDevice &device, const QString &name, MemberR
         return QString("unknown fault \"%1\"").arg(name);
     return row->apply(device, request);
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 
 #include <QString>
 
+namespace simulator {
+
 // Whether `name` is one of the faults below.
 bool is_device_fault(const QString &name);
 
@@ -13,3 +15,5 @@ bool is_device_fault(const QString &name);
 // "after" and "id" are allowed as well. The result is what is wrong with the request, in which case
 // nothing has changed; empty when all is well.
 QString apply_device_fault(SimulatedDevice &device, const QString &name, MemberReader &request);
+
+} // namespace simulator

@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+namespace simulator {
+
 constexpr const char *NEWEST_FIRMWARE = "v1.5.5.8d";
 
 struct DevicePlan
@@ -28,3 +30,5 @@ struct DevicePlan
     QJsonObject state = {}; // merged over the drawn state
     QJsonArray faults = {}; // requests as on standard input, without "device"
 };
+
+} // namespace simulator

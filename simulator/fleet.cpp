@@ -8,6 +8,8 @@
 #include <net/if.h>
 #include <utility>
 
+namespace simulator {
+
 namespace {
 
 constexpr uint16_t DEVICE_PORT = 7054;
@@ -147,3 +149,5 @@ void Fleet::report_event(const char *event, const SimulatedDevice &device, QJson
     details.insert("name", device.name());
     emit happened(details);
 }
+
+} // namespace simulator

@@ -20,6 +20,8 @@
 #include <unordered_map>
 #include <vector>
 
+namespace simulator {
+
 class Fleet : public QObject
 {
     Q_OBJECT
@@ -141,3 +143,5 @@ private:
     size_t next_to_meter = 0;
     DeviceList logging_devices = {};
 };
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 #include <QHostAddress>
 #include <QJsonArray>
 
+namespace simulator {
+
 namespace {
 
 constexpr uint16_t MANAGER_PORT = 7054;
@@ -281,3 +283,5 @@ SimulatedDevice *Fleet::find_device(const QJsonValue &which)
     const int index = text.toInt(&is_number);
     return is_number ? find_device(index) : nullptr;
 }
+
+} // namespace simulator

@@ -13,6 +13,8 @@
 
 #include <optional>
 
+namespace simulator {
+
 namespace {
 
 constexpr int MOST_DEVICES = 10'000;
@@ -202,3 +204,5 @@ FleetFile load_fleet(const QString &path)
         fleet.error = path + ": " + fleet.error;
     return fleet;
 }
+
+} // namespace simulator

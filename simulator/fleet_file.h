@@ -8,6 +8,8 @@
 
 #include <vector>
 
+namespace simulator {
+
 struct FleetFile
 {
     std::vector<DevicePlan> plans = {};
@@ -20,3 +22,5 @@ FleetFile parse_fleet(const QByteArray &text);
 
 // Reads a file. The error names it.
 FleetFile load_fleet(const QString &path);
+
+} // namespace simulator

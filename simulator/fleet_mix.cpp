@@ -6,6 +6,8 @@
 #include <array>
 #include <map>
 
+namespace simulator {
+
 namespace {
 
 struct MixRow
@@ -109,3 +111,5 @@ QJsonArray usual_sessions()
             session("Stage monitors", "Mix 1-8", 8), session("Paging", "Announcements", 1),
             session("Foyer music", "Stereo", 2), session("Evacuation", "Emergency voice", 1)};
 }
+
+} // namespace simulator

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 namespace {
 
 constexpr uint16_t MANAGER_PORT = 7054;
@@ -91,3 +93,5 @@ void Fleet::follow_logging(SimulatedDevice &device)
     logging_devices.push_back(&device);
     start_ticking();
 }
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFile>
 
+namespace simulator {
+
 namespace {
 
 constexpr int MOST_BATCHES = 16; // per round, so that no flood keeps the clock from running
@@ -133,3 +135,5 @@ QString Fleet::store_upload(const SimulatedDevice &device) const
         return {};
     return file.fileName();
 }
+
+} // namespace simulator

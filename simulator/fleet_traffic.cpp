@@ -8,6 +8,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+namespace simulator {
+
 namespace {
 
 constexpr uint16_t MANAGER_PORT = 7054;
@@ -210,3 +212,5 @@ void Fleet::boot(SimulatedDevice &device)
     device.log_text = boot_log(device.state.value("firmware_version").toString());
     report_event("boot", device);
 }
+
+} // namespace simulator

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 namespace {
 
 constexpr int HEADER_SIZE = 128;
@@ -51,3 +53,5 @@ QString image_version(const QByteArray &image)
     const QByteArray field = image.mid(VERSION_OFFSET, VERSION_SIZE);
     return QString::fromUtf8(field.constData()); // up to its first zero byte
 }
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 namespace {
 
 constexpr int LARGEST_MESSAGE = 1024;
@@ -147,3 +149,5 @@ QByteArray boot_log(const QString &firmware_version)
         + "\n[     0.012] \x1b[32mINFO\x1b[0m \x1b[1mnet\x1b[0m: link up, 1000 Mbit/s\n"
           "[     0.340] \x1b[32mINFO\x1b[0m \x1b[1mdsp\x1b[0m: preset loaded\n";
 }
+
+} // namespace simulator

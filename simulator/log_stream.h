@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace simulator {
+
 // What goes wrong on the way; counts run down to 0 by themselves.
 struct LogFaults
 {
@@ -56,3 +58,5 @@ QByteArray boot_log(const QString &firmware_version);
 // `text` in pieces of at most `limit` bytes; with `split_escapes` also cut inside every escape
 // sequence.
 std::vector<QByteArray> log_pieces(const QByteArray &text, int limit, bool split_escapes);
+
+} // namespace simulator

@@ -9,6 +9,8 @@
 
 #include <QHostAddress>
 
+namespace simulator {
+
 namespace {
 
 constexpr int API_VERSION = 6;
@@ -224,3 +226,5 @@ QString apply_set_params(QJsonObject &state, const QJsonObject &command, RandomS
         state = changed;
     return refusal;
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 
 #include <QJsonObject>
 
+namespace simulator {
+
 // The whole report of a device that has just been set up: the envelope of a report, a believable
 // value for every property of its product, and what else a device tells. Only the address is left
 // to set_state_address.
@@ -24,3 +26,5 @@ QString apply_set_params(QJsonObject &state, const QJsonObject &command, RandomS
 
 // The module type of a product, which its firmware images carry.
 uint32_t usual_fw_magic(int32_t product_id);
+
+} // namespace simulator

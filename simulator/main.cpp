@@ -9,5 +9,5 @@ int main(int argc, char **argv)
     qputenv("QT_NO_GLIB", "1");
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("loudspeaker-simulator");
-    return run_simulator(QCoreApplication::arguments());
+    return simulator::run_simulator(QCoreApplication::arguments());
 }

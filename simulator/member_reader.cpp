@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+namespace simulator {
+
 QJsonValue MemberReader::take(const QString &name)
 {
     known.append(name);
@@ -94,3 +96,5 @@ QString MemberReader::finish() const
             return QString("unknown member \"%1\"").arg(name);
     return {};
 }
+
+} // namespace simulator

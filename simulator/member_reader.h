@@ -8,6 +8,8 @@
 
 #include <utility>
 
+namespace simulator {
+
 class MemberReader
 {
 public:
@@ -43,3 +45,5 @@ private:
     QStringList known = {};
     QString error = {};
 };
+
+} // namespace simulator

@@ -4,6 +4,8 @@
 #include <QCommandLineParser>
 #include <QHostAddress>
 
+namespace simulator {
+
 namespace {
 
 struct OptionRow
@@ -164,3 +166,5 @@ ParsedOptions parse_options(const QStringList &arguments)
         parsed.error = contradiction(parsed.options);
     return parsed;
 }
+
+} // namespace simulator

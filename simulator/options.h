@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace simulator {
+
 struct SimulatorOptions
 {
     int count = 0; // with `fleet_file` empty: so many devices of a realistic mix
@@ -35,3 +37,5 @@ struct ParsedOptions
 
 // `arguments` begin with the program's name.
 ParsedOptions parse_options(const QStringList &arguments);
+
+} // namespace simulator

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 namespace {
 
 // Runs a batch; the result is what the tool complained about.
@@ -83,3 +85,5 @@ void OwnAddresses::remove_all()
     interface_name.clear();
     blocks.clear();
 }
+
+} // namespace simulator

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace simulator {
+
 class OwnAddresses
 {
 public:
@@ -29,3 +31,5 @@ private:
     AddressBlock host = {};
     std::vector<AddressBlock> blocks = {};
 };
+
+} // namespace simulator

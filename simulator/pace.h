@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 struct Pace
 {
     double credit = 0;
@@ -17,3 +19,5 @@ struct Pace
         return whole;
     }
 };
+
+} // namespace simulator

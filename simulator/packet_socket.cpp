@@ -11,6 +11,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace simulator {
+
 namespace {
 
 constexpr size_t LARGEST_DATAGRAM = 65536;
@@ -186,3 +188,5 @@ void PacketSocket::flush()
     }
     outgoing.clear();
 }
+
+} // namespace simulator

@@ -9,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+namespace simulator {
+
 // Addresses are IPv4 in host order.
 struct ReceivedPacket
 {
@@ -62,3 +64,5 @@ private:
     std::vector<ReceivedPacket> received = {};
     std::vector<OutgoingPacket> outgoing = {};
 };
+
+} // namespace simulator

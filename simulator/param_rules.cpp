@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 namespace {
 
 using Path = std::vector<std::string>;
@@ -141,3 +143,5 @@ QString report_refusal(const QJsonObject &state)
         .arg(size)
         .arg(LARGEST_REPORT);
 }
+
+} // namespace simulator

@@ -4,6 +4,8 @@
 #include <QJsonObject>
 #include <QString>
 
+namespace simulator {
+
 // Bytes of a report without its trailer. A UDP datagram carries 65,507; the rest is left for what
 // the device itself adds, such as its address.
 constexpr int LARGEST_REPORT = 60'000;
@@ -25,3 +27,5 @@ ParamCheck check_params(const QJsonObject &command, int product_id);
 
 // Why a device can't become what `state` says; empty when it can.
 QString report_refusal(const QJsonObject &state);
+
+} // namespace simulator

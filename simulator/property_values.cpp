@@ -6,6 +6,8 @@
 
 #include <cmath>
 
+namespace simulator {
+
 namespace {
 
 struct ValueContext
@@ -178,3 +180,5 @@ void write_property_values(QJsonObject &state, const DevicePlan &plan, const QJs
             json_set_path(state, desc.path, value);
     }
 }
+
+} // namespace simulator

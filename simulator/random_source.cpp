@@ -1,6 +1,8 @@
 // Random numbers that a seed makes repeatable (the SplitMix64 generator).
 #include "simulator/random_source.h"
 
+namespace simulator {
+
 uint64_t RandomSource::next()
 {
     state += 0x9E3779B97F4A7C15U;
@@ -28,3 +30,5 @@ bool RandomSource::happens(double percent)
         return false;
     return below(1'000'000) < percent * 10'000;
 }
+
+} // namespace simulator

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace simulator {
+
 class RandomSource
 {
 public:
@@ -22,3 +24,5 @@ public:
 private:
     uint64_t state;
 };
+
+} // namespace simulator

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace simulator {
+
 bool Schedule::is_later(const Entry &left, const Entry &right)
 {
     if (left.due != right.due)
@@ -46,3 +48,5 @@ int64_t Schedule::next_due() const
 {
     return heap.empty() ? NEVER : heap.front().due;
 }
+
+} // namespace simulator

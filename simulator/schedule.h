@@ -6,6 +6,8 @@
 #include <limits>
 #include <vector>
 
+namespace simulator {
+
 class Schedule
 {
 public:
@@ -32,3 +34,5 @@ private:
     std::vector<Entry> heap = {};
     uint64_t next_order = 0;
 };
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 
 #include <utility>
 
+namespace simulator {
+
 SimulatedDevice::SimulatedDevice(int index_, DevicePlan plan_, uint64_t seed)
     : index(index_)
     , plan(std::move(plan_))
@@ -60,3 +62,5 @@ QByteArray SimulatedDevice::report()
         return cached_report.chopped(TRAILER_SIZE);
     return cached_report;
 }
+
+} // namespace simulator

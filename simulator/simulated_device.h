@@ -14,6 +14,8 @@
 
 #include <cstdint>
 
+namespace simulator {
+
 struct DeviceFaults
 {
     bool silent = false; // hears and says nothing
@@ -86,3 +88,5 @@ struct SimulatedDevice
 private:
     QByteArray cached_report = {}; // with the right checksum; empty: out of date
 };
+
+} // namespace simulator

@@ -12,6 +12,8 @@
 
 #include <cstdio>
 
+namespace simulator {
+
 namespace {
 
 constexpr int EXIT_NO_START = 1;
@@ -79,3 +81,5 @@ int run_simulator(const QStringList &arguments)
         return complain(file.error, EXIT_NO_START);
     return play(parsed.options, file);
 }
+
+} // namespace simulator

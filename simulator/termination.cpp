@@ -6,6 +6,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+namespace simulator {
+
 namespace {
 
 // A handler may do no more than write: the event loop reads the other end.
@@ -38,3 +40,5 @@ void Termination::on_readable()
     if (read(event_descriptor(), &count, sizeof count) > 0)
         emit asked();
 }
+
+} // namespace simulator

@@ -4,6 +4,8 @@
 #include <QObject>
 #include <QSocketNotifier>
 
+namespace simulator {
+
 class Termination : public QObject
 {
     Q_OBJECT
@@ -20,3 +22,5 @@ private:
 
     QSocketNotifier notifier;
 };
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+namespace simulator {
+
 namespace {
 
 constexpr int OPCODE_READ = 1;
@@ -184,3 +186,5 @@ void TftpSession::strike(TftpOutcome &outcome)
         return;
     }
 }
+
+} // namespace simulator

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+namespace simulator {
+
 // What strikes at a certain block instead of the plain answer.
 enum class TftpStrike
 {
@@ -78,3 +80,5 @@ private:
 
 QByteArray tftp_ack(uint16_t block);
 QByteArray tftp_error(uint16_t code, const QByteArray &text);
+
+} // namespace simulator

@@ -33,7 +33,7 @@ private:
     void write_files();
 
     QString folder;
-    RandomSource random;
+    simulator::RandomSource random;
     QTimer timer;
     QStringList files = {};
     QDialog *counted = nullptr; // compared, never looked into

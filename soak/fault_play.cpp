@@ -14,6 +14,8 @@
 #include <array>
 #include <utility>
 
+using namespace simulator;
+
 namespace {
 
 constexpr int INTERVAL = 100;       // ms from one fault to the next

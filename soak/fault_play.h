@@ -66,7 +66,7 @@ private:
     FleetLine &fleet;
     QJsonArray healthy;
     FaultPlan plan;
-    RandomSource random;
+    simulator::RandomSource random;
     QTimer timer;
     QJsonValue devices = {}; // whom the fault that is being made up strikes
 };

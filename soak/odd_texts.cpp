@@ -6,6 +6,8 @@
 
 #include <array>
 
+using namespace simulator;
+
 QString odd_text(RandomSource &random)
 {
     const std::array<QString, 16> texts = {"",

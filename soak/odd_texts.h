@@ -6,7 +6,7 @@
 #include <QJsonValue>
 #include <QString>
 
-QString odd_text(RandomSource &random);
+QString odd_text(simulator::RandomSource &random);
 
 // Any type, rarely a fitting one.
-QJsonValue odd_value(RandomSource &random);
+QJsonValue odd_value(simulator::RandomSource &random);

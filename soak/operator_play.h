@@ -89,7 +89,7 @@ private:
 
     WindowCase &window;
     StallWatch &stalls;
-    RandomSource random;
+    simulator::RandomSource random;
     QTimer timer;
     QTimer homesickness; // back from a network without devices
 };

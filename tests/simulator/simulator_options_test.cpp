@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace simulator;
+
 namespace {
 
 uint32_t ip(const char *text)

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <set>
 
+using namespace simulator;
+
 namespace {
 
 DevicePlan loudspeaker_plan()

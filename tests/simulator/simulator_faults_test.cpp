@@ -4,6 +4,8 @@
 
 #include <QtTest>
 
+using namespace simulator;
+
 namespace {
 
 QString apply(SimulatedDevice &device, const char *name, const QJsonObject &members = {})

@@ -7,6 +7,8 @@
 #include <QtEndian>
 #include <QtTest>
 
+using namespace simulator;
+
 namespace {
 
 constexpr uint32_t MANAGER = 0x0A470001;

@@ -9,6 +9,8 @@
 #include <QJsonDocument>
 #include <QtTest>
 
+using namespace simulator;
+
 namespace {
 
 struct Parsed
