@@ -111,8 +111,8 @@ void start_all(WindowHandle &gui, const Load &load, Outcome &outcome)
     QByteArray bytes = load.bytes;
     for (Device *device : gui.selected_devices()) {
         gui.upload(device, bytes, load.remote_name);
-        if (device->uploader)
-            follow(device->uploader, outcome);
+        if (device->upload)
+            follow(gui.transfer(device), outcome);
         else
             outcome.failures.append(device->upload_error);
     }

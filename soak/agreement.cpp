@@ -57,7 +57,7 @@ void Agreement::check_registry(const WindowCase &window)
         expect(device->address.toString() == told.address, id + " has a wrong address");
         expect(device->interface == "loudspeakers", id + " is on network " + device->interface);
         expect(device->last_report == told.state, id + " has an old report");
-        expect(!device->stale && !device->uploader, id + " is still busy");
+        expect(!device->stale && !device->upload, id + " is still busy");
         for (const auto &[key, desc] : device->properties)
             if (desc.kind != PROP_DUMMY)
                 expect(device->value(key) == value_from_json(told.state, desc),

@@ -181,7 +181,7 @@ void Soak::end_transfers()
     DeviceListView *list = window.gui->view();
     list->clearSelection();
     for (const auto &[id, device] : window.gui->all_devices()) {
-        if (!device->uploader)
+        if (!device->upload)
             continue;
         ++ended_transfers;
         const int row = window.gui->row_of(device);

@@ -2,7 +2,6 @@
 #include "firmware/deppen_ass.h"
 
 #include "firmware/assistant_rules.h"
-#include "firmware/tftp_uploader.h"
 #include "firmware/upload_rules.h"
 #include "gui/gui.h"
 #include "model/device.h"
@@ -125,8 +124,8 @@ void DeppenAss::update_progress()
 {
     if (!progress_bar || !device)
         return;
-    if (device->uploader)
-        progress_bar->setValue(device->uploader->percent());
+    if (device->upload)
+        progress_bar->setValue(device->upload->percent);
     else if (device->upload_ok)
         go_to_page(PAGE_RESTARTING);
     else

@@ -61,10 +61,11 @@ bool read_section(const uint8_t *data, size_t remaining, FirmwareSection *sectio
 {
     if (remaining < FIRMWARE_HEADER_SIZE)
         return false;
+    if (!firmware_is_header(data))
+        return false;
     std::memcpy(section->header, data, FIRMWARE_HEADER_SIZE);
     section->data = data;
-    return is_header_intact(*section) && has_valid_type(*section)
-        && section->payload_size() <= remaining - FIRMWARE_HEADER_SIZE;
+    return section->payload_size() <= remaining - FIRMWARE_HEADER_SIZE;
 }
 
 // Makes room for `count` entries and the one that ends the list; the list stays as it is on
@@ -190,6 +191,13 @@ uint32_t FirmwareSection::payload_size() const
 uint32_t FirmwareSection::chunk_marker() const
 {
     return u32_at(header + 48);
+}
+
+bool firmware_is_header(const uint8_t *header)
+{
+    FirmwareSection section{};
+    std::memcpy(section.header, header, FIRMWARE_HEADER_SIZE);
+    return is_header_intact(section) && has_valid_type(section);
 }
 
 FirmwareSection *firmware_parse_sections(const uint8_t *data, size_t size, int *err)

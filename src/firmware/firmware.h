@@ -31,6 +31,9 @@ struct FirmwareSection
     uint32_t chunk_marker() const; // FIRMWARE_CHUNK_MARKER in a chunk of a nested image
 };
 
+// True when these FIRMWARE_HEADER_SIZE bytes can begin a section.
+bool firmware_is_header(const uint8_t *header);
+
 // The sections of an image of `size` bytes as an array that ends with an all-zero entry (null
 // `data`). Release it with free(). The entries point into `data`, which must outlive them.
 // Null on failure, with `*err` FIRMWARE_ERR_INVALID or FIRMWARE_ERR_NO_MEMORY; `*err` stays as it

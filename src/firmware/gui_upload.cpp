@@ -1,11 +1,12 @@
 // Uploads: asks for a file, offers it to each selected device, and follows the transfers.
-#include "firmware/tftp_uploader.h"
+#include "firmware/firmware.h"
 #include "firmware/upload_rules.h"
 #include "gui/gui.h"
 #include "link/interface_rules.h"
 
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <optional>
@@ -23,13 +24,15 @@ QString ask_for_file(QWidget *parent)
     return names.size() == 1 ? names.front() : QString();
 }
 
-// Nothing when the file can't be opened, or holds more than it gives: a device must never get the
-// front part of a file, nor the nothing that is left of one too large for memory.
-std::optional<QByteArray> read_file(const QString &path)
+// Everything that is not on a disk may never end, or never begin.
+bool open_regular(QFile &file)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
+    return QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly);
+}
+
+// Nothing when the file holds more than it gives: a device must never get the front part of a file.
+std::optional<QByteArray> read_whole(QFile &file)
+{
     const QByteArray bytes = file.readAll();
     if (bytes.size() < file.size())
         return {};
@@ -47,15 +50,21 @@ unsigned interface_index(const QString &network)
 
 } // namespace
 
-// It stays that a file which can't be read is passed over without a word.
+// It stays that a file which can't be read is passed over without a word. One that is too large for
+// any device is not read at all, which would hold up the window.
 void Gui::upload_file(const QString &remote_name)
 {
-    const QString path = ask_for_file(this);
-    if (path.isEmpty())
+    QFile file(ask_for_file(this));
+    if (!open_regular(file))
         return;
-    std::optional<QByteArray> bytes = read_file(path);
+    const UploadDecision for_all
+        = decide_by_size(remote_name, file.size(), file.peek(FIRMWARE_HEADER_SIZE));
+    const bool is_decided = !for_all.error.isEmpty() || !for_all.failure.isEmpty();
+    std::optional<QByteArray> bytes = is_decided ? QByteArray() : read_whole(file);
     if (!bytes)
         return;
+    kept_sections = {.for_all = for_all};
+    uploads.open_round();
     // Asked only now: while the dialog was open, devices may have gone.
     for (Device *device : selected_devices())
         start_upload(device, *bytes, remote_name);
@@ -67,33 +76,17 @@ void Gui::start_upload(Device *device, QByteArray &bytes, const QString &remote_
     const UploadDecision decision
         = decide_upload(device->online, device->fw_magic, remote_name, bytes, kept_sections);
     device->upload_error = decision.error;
-    if (decision.error.isEmpty())
+    if (!decision.error.isEmpty())
+        uploads.refuse(device, decision.error);
+    else if (!decision.failure.isEmpty())
+        uploads.fail(device, decision.failure);
+    else
         begin_transfer(device, decision.bytes, remote_name);
     update_device_properties(device);
 }
 
-// A running transfer gives way without a word. The network may be gone by now: the datagrams then
-// leave by whichever interface the system picks, and it stays that a failure is told by nothing but
-// the end of the progress.
+// The network may be gone by now: the datagrams then leave by whichever interface the system picks.
 void Gui::begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name)
 {
-    device->upload_ok = false;
-    delete device->uploader;
-    auto *const uploader = new QTFTPFileUploader(interface_index(device->interface),
-                                                 device->address, bytes, remote_name);
-    device->uploader = uploader;
-    connect(uploader, &QTFTPFileUploader::progress, uploader,
-            [this, device] { update_device_properties(device); });
-    connect(uploader, &QTFTPFileUploader::done, uploader,
-            [this, device](bool success) { finish_transfer(device, success); });
-    // The last word here: a file that is too large ends the transfer before start() returns.
-    uploader->start();
-}
-
-void Gui::finish_transfer(Device *device, bool success)
-{
-    device->uploader->deleteLater();
-    device->uploader = nullptr;
-    device->upload_ok = success;
-    update_device_properties(device);
+    uploads.begin(device, interface_index(device->interface), bytes, remote_name);
 }

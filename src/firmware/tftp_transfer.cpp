@@ -79,6 +79,12 @@ TftpAction tftp_start(TftpTransfer &transfer, qint64 now)
     return send(transfer, now);
 }
 
+TftpAction tftp_refuse(TftpTransfer &transfer, const QString &error)
+{
+    transfer.active = true;
+    return fail(transfer, error);
+}
+
 TftpAction tftp_receive(TftpTransfer &transfer, std::span<const char> bytes, qint64 received,
                         qint64 now)
 {

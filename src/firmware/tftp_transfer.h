@@ -43,6 +43,9 @@ enum TftpAction
 // above TFTP_LONGEST_NAME bytes of UTF-8 are refused.
 TftpAction tftp_start(TftpTransfer &transfer, qint64 now);
 
+// Instead of tftp_start: the transfer ends before its first datagram, for a reason of ours.
+TftpAction tftp_refuse(TftpTransfer &transfer, const QString &error);
+
 // Takes a datagram of `received` bytes that came from the device's address and port 69; `bytes` is
 // what of it fitted into TFTP_PACKET_SIZE. Any datagram of legal size ends the repeating of the
 // pending one, an ACK for an earlier block or an unknown opcode too: the transfer then waits for

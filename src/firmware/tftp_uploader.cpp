@@ -1,6 +1,8 @@
 // Writes one block of bytes to one device by TFTP, over one network interface.
 #include "firmware/tftp_uploader.h"
 
+#include "support/descriptor_limit.h"
+
 #include <QHash>
 #include <QVariant>
 #include <QtDebug>
@@ -56,12 +58,22 @@ QTFTPFileUploader::~QTFTPFileUploader()
 void QTFTPFileUploader::start()
 {
     clock.start();
-    bind_socket();
-    running_uploaders().insert(address, this);
-    const TftpAction action = tftp_start(transfer, clock.elapsed());
+    const TftpAction action = begin();
     carry_out(action);
     if (action == TFTP_SEND)
         emit progress(percent());
+}
+
+// Each transfer has a socket of its own. Without one nothing would ever be sent, and the transfer
+// would stand at 0 % until it timed out.
+TftpAction QTFTPFileUploader::begin()
+{
+    raise_descriptor_limit();
+    if (!has_spare_descriptor())
+        return tftp_refuse(transfer, QStringLiteral("too many open files"));
+    bind_socket();
+    running_uploaders().insert(address, this);
+    return tftp_start(transfer, clock.elapsed());
 }
 
 void QTFTPFileUploader::bind_socket()

@@ -23,7 +23,8 @@ public:
                       const QString &filename);
     ~QTFTPFileUploader() override;
 
-    // Sends the write request from port 69. Where that port can't be bound, the transfer runs all
+    // Sends the write request from port 69, or fails at once when the program has as many sockets
+    // as it may have. Where that port can't be bound, the transfer runs all
     // the same from another one, and times out if the device insists on port 69.
     void start();
 
@@ -37,6 +38,7 @@ signals:
     void done(bool success);    // exactly once for a transfer that has begun
 
 private:
+    TftpAction begin();
     void bind_socket();
     void read_waiting();
     void on_datagram(qint64 received);

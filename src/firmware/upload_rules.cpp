@@ -2,10 +2,25 @@
 #include "firmware/upload_rules.h"
 
 #include "firmware/firmware.h"
+#include "firmware/tftp_transfer.h"
 
 #include <cstdlib>
 
 namespace {
+
+// An image may hold parts for several module types, each as large as a transfer can be.
+constexpr qint64 LARGEST_IMAGE = 4 * TFTP_LARGEST_FILE;
+
+bool is_image(const QString &remote_name)
+{
+    return remote_name == QLatin1String(FIRMWARE_REMOTE_NAME);
+}
+
+bool begins_image(const QByteArray &head)
+{
+    return head.size() >= static_cast<int>(FIRMWARE_HEADER_SIZE)
+        && firmware_is_header(reinterpret_cast<const uint8_t *>(head.constData()));
+}
 
 UploadDecision refuse(const QString &error)
 {
@@ -43,6 +58,17 @@ QString firmware_error_text(int code)
     }
 }
 
+UploadDecision decide_by_size(const QString &remote_name, qint64 size, const QByteArray &head)
+{
+    if (size <= TFTP_LARGEST_FILE)
+        return {};
+    if (is_image(remote_name) && !begins_image(head))
+        return refuse(firmware_error_text(FIRMWARE_ERR_INVALID));
+    if (is_image(remote_name) && size <= LARGEST_IMAGE)
+        return {};
+    return {.failure = QStringLiteral("file size too large")};
+}
+
 UploadDecision decide_upload(bool online, uint32_t fw_magic, const QString &remote_name,
                              const QByteArray &bytes, KeptSections &kept)
 {
@@ -50,7 +76,9 @@ UploadDecision decide_upload(bool online, uint32_t fw_magic, const QString &remo
         return refuse(QStringLiteral("not updating"));
     if (fw_magic == 0)
         return refuse(QStringLiteral("unknown device"));
-    if (remote_name != QLatin1String(FIRMWARE_REMOTE_NAME))
+    if (!kept.for_all.error.isEmpty() || !kept.for_all.failure.isEmpty())
+        return kept.for_all;
+    if (!is_image(remote_name))
         return {.bytes = bytes};
     if (!kept.file.isSharedWith(bytes))
         kept = {.file = bytes};

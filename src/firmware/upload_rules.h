@@ -12,7 +12,8 @@ inline constexpr const char *FIRMWARE_REMOTE_NAME = "firmware.bin";
 
 struct UploadDecision
 {
-    QString error = {}; // why the device gets nothing; empty when it gets `bytes`
+    QString error = {};   // why the device is offered nothing; empty otherwise
+    QString failure = {}; // why its transfer ends before it begins; empty when it gets `bytes`
     QByteArray bytes = {};
 };
 
@@ -20,9 +21,15 @@ struct UploadDecision
 // shares it: taken out once for each, it would hold up the window.
 struct KeptSections
 {
+    UploadDecision for_all = {}; // what the file's size has decided, if it has
     QByteArray file = {};
     std::map<uint32_t, UploadDecision> decisions = {};
 };
+
+// What the size of a file decides for all devices, asked before it is read; nothing when a device
+// may be able to take its part. `head` is what the file begins with, FIRMWARE_HEADER_SIZE bytes of
+// it.
+UploadDecision decide_by_size(const QString &remote_name, qint64 size, const QByteArray &head);
 
 // What is written behind the device's status for a result of firmware_extract; empty for success.
 QString firmware_error_text(int code);

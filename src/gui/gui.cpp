@@ -1,7 +1,6 @@
 // Brings the window to life in a fixed order, and closes it without losing anything.
 #include "gui/gui.h"
 #include "eq/curve_widget.h"
-#include "firmware/tftp_uploader.h"
 #include "gui/device_cell.h"
 #include "gui/device_list_view.h"
 #include "gui/window_rules.h"
@@ -137,6 +136,7 @@ void Gui::start_timers()
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
     connect(&search_timer, &QTimer::timeout, this, &Gui::refresh_search);
     connect(&log_timer, &QTimer::timeout, this, &Gui::flush_logs);
+    connect(&uploads, &Uploads::changed, this, &Gui::update_device_properties);
     connect(&cache_timer, &QTimer::timeout, this, &Gui::start_cache_save);
     connect(&cache_slice_timer, &QTimer::timeout, this, &Gui::continue_cache_save);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "firmware/upload_rules.h"
+#include "firmware/uploads.h"
 #include "gui/highlight_delegate.h"
 #include "gui/property_row.h"
 #include "link/datagram.h"
@@ -199,7 +200,6 @@ public:
     void upload_file(const QString &remote_name);
     void start_upload(Device *device, QByteArray &bytes, const QString &remote_name);
     void begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name);
-    void finish_transfer(Device *device, bool success);
 
     // ---- eq/gui_eq.cpp -----------------------------------------------------------------------
     void refresh_eq_view();
@@ -258,6 +258,7 @@ public:
     QTimer log_timer;       // single-shot: the next time
 
     KeptSections kept_sections; // of the file that is being offered
+    Uploads uploads;
 
     bool editing = false;
     QPushButton *edit_button = nullptr;

@@ -1,7 +1,6 @@
 // The device list: its columns, one row per device, and what a refresh of a row brings along.
 #include "firmware/assistant_rules.h"
 #include "firmware/deppen_ass.h"
-#include "firmware/tftp_uploader.h"
 #include "gui/choices.h"
 #include "gui/column_rules.h"
 #include "gui/device_cell.h"
@@ -30,16 +29,13 @@ QString product_name(const Device &device)
 
 StatusFacts status_facts(const Device &device)
 {
-    StatusFacts facts{.online = device.online,
-                      .broken_net = device.broken_net,
-                      .is_muted = device.value("dsp/mute") == QVariant(true),
-                      .upload_error = device.upload_error,
-                      .firmware_update_error = device.firmware_update_error,
-                      .dsp_error = device.dsp_error};
-    if (device.uploader)
-        facts.upload
-            = {.percent = device.uploader->percent(), .is_active = device.uploader->is_active()};
-    return facts;
+    return {.online = device.online,
+            .broken_net = device.broken_net,
+            .is_muted = device.value("dsp/mute") == QVariant(true),
+            .upload = device.upload,
+            .upload_error = device.upload_error,
+            .firmware_update_error = device.firmware_update_error,
+            .dsp_error = device.dsp_error};
 }
 
 // One device's own state as rows: a list cell shows a preset's name for that device alone.

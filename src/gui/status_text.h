@@ -1,17 +1,12 @@
 // The words of the list's status column, and a log window's title.
 #pragma once
 
+#include "model/upload_state.h"
+
 #include <QHostAddress>
 #include <QString>
 
 #include <optional>
-
-// A running upload, as far as the status tells of it.
-struct UploadState
-{
-    int percent = 0;
-    bool is_active = false;
-};
 
 struct StatusFacts
 {

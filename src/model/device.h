@@ -4,6 +4,7 @@
 #include "meter/meter_object.h"
 #include "model/meta.h"
 #include "model/saved_state.h"
+#include "model/upload_state.h"
 
 #include <QHostAddress>
 #include <QJsonArray>
@@ -12,12 +13,12 @@
 #include <QString>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 class DeppenAss;
 class MainWindowWithCloseSignal;
 class QPlainTextEdit;
-class QTFTPFileUploader;
 
 // An AES67 session that a device has heard of.
 struct session_item
@@ -56,8 +57,8 @@ struct Device
     bool broken_net = false; // commands go unanswered
     bool awaiting_reply = false;
     int32_t reports_without_reply = 0;
-    QTFTPFileUploader *uploader = nullptr; // owned
-    DeppenAss *deppen_ass = nullptr;       // belongs to the window; blocks deletion
+    std::optional<UploadState> upload = {}; // what runs
+    DeppenAss *deppen_ass = nullptr;        // belongs to the window; blocks deletion
     bool assistant_dismissed = false;
     MainWindowWithCloseSignal *log_window = nullptr; // owned
     QPlainTextEdit *log_view = nullptr;              // inside log_window

@@ -1,6 +1,5 @@
 // Devices come into the registry, change with their reports, and leave it.
 #include "firmware/deppen_ass.h"
-#include "firmware/tftp_uploader.h"
 #include "gui/device_list_view.h"
 #include "gui/gui.h"
 #include "gui/main_window_with_close_signal.h"
@@ -120,7 +119,7 @@ void Gui::remove_rows(const std::vector<Device *> &leaving)
 // Deleting a log window emits no on_close, so no device is told anything here.
 void Gui::destroy_device(Device *device)
 {
-    delete device->uploader;
+    uploads.drop(device);
     if (device->deppen_ass)
         device->deppen_ass->forget_device();
     delete device->log_window;

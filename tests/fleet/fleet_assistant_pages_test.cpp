@@ -118,7 +118,7 @@ private slots:
         reach(wanted, index);
         device->deppen_ass->close();
         QVERIFY(!device->deppen_ass && device->assistant_dismissed);
-        QCOMPARE(bool(device->uploader), wanted == PAGE_UPDATING);
+        QCOMPARE(bool(device->upload), wanted == PAGE_UPDATING);
 
         const auto reports = [this, index] {
             return fleet->stats().at(index).toObject().value("reports_sent").toInt();
@@ -128,7 +128,7 @@ private slots:
         const int before = reports();
         QVERIFY(runs_until([before, &reports] { return reports() > before; }));
         QVERIFY(!assistant().helped());
-        delete std::exchange(device->uploader, nullptr);
+        window->gui->drop_transfer(device);
         fleet->fault(index, "silent");
     }
 

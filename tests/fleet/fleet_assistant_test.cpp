@@ -157,7 +157,7 @@ private slots:
             QVERIFY(runs_until([device, magic] { return device->fw_magic != magic; }));
         press_next();
         QVERIFY(runs_until([this] { return text() == "Something unexpected happened."; }));
-        QVERIFY(!device->uploader);
+        QVERIFY(!device->upload);
         QVERIFY(!device->upload_ok);
         press_next(); // is off: only closing is left
         QCOMPARE(text(), QString("Something unexpected happened."));

@@ -55,7 +55,7 @@ class FleetUploadTest : public QObject
         QTest::mouseClick(button, Qt::LeftButton);
         QCOMPARE(probe.titles.size(), 1);
         for (Device *device : devices)
-            if (QTFTPFileUploader *uploader = device->uploader)
+            if (QTFTPFileUploader *uploader = gui().transfer(device))
                 connect(uploader, &QTFTPFileUploader::done, this,
                         [this, device, uploader] { ends[device] = uploader->status(); });
     }
@@ -110,7 +110,7 @@ private slots:
     {
         ends.clear();
         for (const auto &[id, device] : gui().all_devices())
-            delete std::exchange(device->uploader, nullptr);
+            gui().drop_transfer(device);
         fleet->fault("all", "tftp", {{"clear", true}});
         fleet->fault("all", "return");
         fleet->fault("all", "loss", {{"percent", 0}});
@@ -131,7 +131,7 @@ private slots:
         for (Device *device : devices) {
             QCOMPARE(await_end(device), SUCCESS);
             QVERIFY(device->upload_ok);
-            QVERIFY(!device->uploader);
+            QVERIFY(!device->upload);
         }
         for (int index = 0; index < COUNT; ++index) {
             QCOMPARE(window->uploads(index).size(), 1);
@@ -184,7 +184,7 @@ private slots:
                                      && !devices[2]->online,
                                  10000);
         update({devices[4]}, stand_in_image());
-        QVERIFY(runs_until([&devices] { return devices[4]->uploader->percent() >= 1; }));
+        QVERIFY(runs_until([&devices] { return devices[4]->upload->percent >= 1; }));
         fleet->fault(RUNNING, "tftp", {{"clear", true}});
         update(devices, stand_in_image());
         QCOMPARE(await_end(devices[0]), SUCCESS);
@@ -260,7 +260,7 @@ private slots:
         QCOMPARE(last_file(STRUCK - 1), stand_in_image());
         QCOMPARE(last_file(STRUCK + 1), stand_in_image());
         if (expected.isEmpty() || expected == TIMEOUT) {
-            QVERIFY(struck->uploader && struck->uploader->is_active());
+            QVERIFY(struck->upload && struck->upload->is_active);
             QVERIFY(window->status(struck).contains(", updating "));
             if (qEnvironmentVariableIsSet("VELMARK_LONG_TESTS"))
                 await_end_of_silence(struck, expected, since_start);
@@ -268,7 +268,7 @@ private slots:
         }
         QCOMPARE(await_end(struck), expected);
         QCOMPARE(struck->upload_ok, expected == SUCCESS);
-        QVERIFY(!struck->uploader);
+        QVERIFY(!struck->upload);
         QVERIFY(!window->status(struck).contains("updating"));
         if (expected == SUCCESS)
             QCOMPARE(last_file(STRUCK), stand_in_image());
@@ -315,7 +315,7 @@ private slots:
         const std::vector<Device *> devices = window->devices(all);
         update(devices, stand_in_image());
         for (Device *device : devices)
-            QVERIFY(runs_until([device] { return device->uploader->percent() >= 1; }));
+            QVERIFY(runs_until([device] { return device->upload->percent >= 1; }));
         gui().close();
         QVERIFY(gui().all_devices().empty());
         QTest::qWait(50); // what is on its way arrives now

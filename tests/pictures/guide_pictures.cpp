@@ -57,7 +57,7 @@ void await_update_of(Stage &stage, const QString &name, int from_percent)
 {
     Device *device = stage.device(name);
     expect(runs_until([device, from_percent] {
-               return device->uploader && device->uploader->percent() >= from_percent;
+               return device->upload && device->upload->percent >= from_percent;
            }),
            "an update");
 }

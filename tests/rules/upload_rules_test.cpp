@@ -102,6 +102,60 @@ private slots:
         QVERIFY(decision.bytes.isEmpty());
     }
 
+    void a_size_decides_before_a_file_is_read_data()
+    {
+        QTest::addColumn<QString>("remote_name");
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<QString>("failure");
+        const QString image = "firmware.bin";
+        const QByteArray header = good_image().left(128);
+        QByteArray damaged = header;
+        damaged[60] = 'x';
+        const qint64 most = 33'553'920;
+        const auto row = [](const char *name, const QString &remote_name, qint64 size,
+                            const QByteArray &head, const char *error, const char *failure) {
+            QTest::newRow(name) << remote_name << size << head << error << failure;
+        };
+        const char *large = "file size too large";
+        row("a usual image", image, 926'841, header, "", "");
+        row("no image, but small: looked at when it is read", image, most, "no image", "", "");
+        row("an empty file", image, 0, "", "", "");
+        row("an image for several modules", image, most + 1, header, "", "");
+        row("the largest image", image, 4 * most, header, "", "");
+        row("an image for nobody", image, 4 * most + 1, header, "", large);
+        row("large and no image", image, most + 1, damaged, "invalid image", "");
+        row("large and no header", image, most + 1, header.left(127), "invalid image", "");
+        row("huge and no image", image, qint64{1} << 40, damaged, "invalid image", "");
+        row("another file of the largest size", "lpi.bin", most, "", "", "");
+        row("another file that is too large", "lpi.bin", most + 1, "", "", large);
+    }
+    void a_size_decides_before_a_file_is_read()
+    {
+        QFETCH(const QString, remote_name);
+        QFETCH(const qint64, size);
+        QFETCH(const QByteArray, head);
+        const UploadDecision decision = decide_by_size(remote_name, size, head);
+        QTEST(decision.error, "error");
+        QTEST(decision.failure, "failure");
+        QVERIFY(decision.bytes.isEmpty());
+    }
+
+    void what_the_size_decided_comes_after_what_the_device_lacks()
+    {
+        KeptSections kept{.for_all = {.failure = "file size too large"}};
+        const auto decide_for = [&kept](bool online, quint32 fw_magic, const QString &name) {
+            return decide_upload(online, fw_magic, name, {}, kept);
+        };
+        QCOMPARE(decide_for(false, 1, "lpi.bin").error, QString("not updating"));
+        QCOMPARE(decide_for(true, 0, "lpi.bin").error, QString("unknown device"));
+        QCOMPARE(decide_for(true, 1, "lpi.bin").error, QString());
+        QCOMPARE(decide_for(true, 1, "lpi.bin").failure, QString("file size too large"));
+        kept.for_all = {.error = "invalid image"};
+        QCOMPARE(decide_for(true, 1, "firmware.bin").error, QString("invalid image"));
+    }
+
     void any_other_name_is_sent_byte_for_byte()
     {
         for (const char *name : {"lpi.bin", "FIRMWARE.BIN", ""}) {

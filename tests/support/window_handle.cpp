@@ -498,6 +498,21 @@ void WindowHandle::upload(Device *device, QByteArray &bytes, const QString &remo
     gui->start_upload(device, bytes, remote_name);
 }
 
+QTFTPFileUploader *WindowHandle::transfer(const Device *device) const
+{
+    return gui->uploads.transfer(device);
+}
+
+void WindowHandle::drop_transfer(Device *device)
+{
+    gui->uploads.drop(device);
+}
+
+Uploads &WindowHandle::uploads() const
+{
+    return gui->uploads;
+}
+
 void WindowHandle::enable_logging()
 {
     gui->enable_logging();

@@ -32,6 +32,8 @@ class CurveWidget;
 class DeppenAss;
 class DeviceListView;
 class Gui;
+class QTFTPFileUploader;
+class Uploads;
 
 class WindowHandle
 {
@@ -162,6 +164,9 @@ public:
     void restore_backup(const QJsonObject &backup, uint32_t mask);
     DeppenAss *make_assistant(Device *device);
     void upload(Device *device, QByteArray &bytes, const QString &remote_name);
+    QTFTPFileUploader *transfer(const Device *device) const; // null when none runs
+    void drop_transfer(Device *device);                      // before its end, without a word
+    Uploads &uploads() const;
 
     // ---- logs
     void enable_logging();

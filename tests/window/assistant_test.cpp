@@ -572,7 +572,7 @@ private slots:
         press("Next");
         Q_INIT_RESOURCE(firmware);
         QCOMPARE(page(), int{PAGE_OUTDATED});
-        QVERIFY(!device()->uploader);
+        QVERIFY(!device()->upload);
         QCOMPARE(peer().seen, 0);
         press("Next");
         QCOMPARE(page(), int{PAGE_UPDATING});

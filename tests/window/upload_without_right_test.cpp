@@ -70,14 +70,14 @@ private slots:
             QTRY_VERIFY(peer->requests >= 2);
         for (const int number : {0, 1}) {
             const Device *device = window.devices[size_t(number)]->record();
-            QVERIFY(device->uploader && device->uploader->is_active());
-            QCOMPARE(device->uploader->status(), QString("Initializing..."));
+            QVERIFY(device->upload && device->upload->is_active);
+            QCOMPARE(window.gui->transfer(device)->status(), QString("Initializing..."));
             QCOMPARE(window.cell(window.devices[size_t(number)]->record(), "status"),
                      QString("Online, updating 0%"));
         }
         if (!qEnvironmentVariableIsSet("VELMARK_LONG_TESTS"))
             return;
-        QTRY_VERIFY_WITH_TIMEOUT(!first->uploader && !second->uploader, 25000);
+        QTRY_VERIFY_WITH_TIMEOUT(!first->upload && !second->upload, 25000);
         QVERIFY(!first->upload_ok && !second->upload_ok);
         QCOMPARE(window.cell(first, "status"), QString("Online"));
     }
