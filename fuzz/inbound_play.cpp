@@ -305,7 +305,6 @@ void InboundPlay::clear()
     for (const auto &[id, device] : gui->all_devices())
         gui->forget(device);
     gui->all_devices().clear();
-    gui->forget_reporters();
     gui->forget_sorting();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }

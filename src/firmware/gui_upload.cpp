@@ -2,7 +2,6 @@
 #include "firmware/firmware.h"
 #include "firmware/upload_rules.h"
 #include "gui/gui.h"
-#include "link/interface_rules.h"
 
 #include <QFile>
 #include <QFileDialog>
@@ -37,15 +36,6 @@ std::optional<QByteArray> read_whole(QFile &file)
     if (bytes.size() < file.size())
         return {};
     return bytes;
-}
-
-unsigned interface_index(const QString &network)
-{
-    int index = -1;
-    QHostAddress broadcast;
-    QHostAddress source;
-    find_network(network, index, broadcast, source);
-    return static_cast<unsigned>(std::max(index, 0));
 }
 
 } // namespace
@@ -88,5 +78,6 @@ void Gui::start_upload(Device *device, QByteArray &bytes, const QString &remote_
 // The network may be gone by now: the datagrams then leave by whichever interface the system picks.
 void Gui::begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name)
 {
-    uploads.begin(device, interface_index(device->interface), bytes, remote_name);
+    const int index = std::max(device_link.find_network(device->interface).index, 0);
+    uploads.begin(device, static_cast<unsigned>(index), bytes, remote_name);
 }

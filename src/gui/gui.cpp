@@ -4,7 +4,6 @@
 #include "gui/device_cell.h"
 #include "gui/device_list_view.h"
 #include "gui/window_rules.h"
-#include "link/datagram.h"
 #include "meter/meter_object.h"
 
 #include <QAction>
@@ -107,14 +106,10 @@ void Gui::find_cache_file()
 
 void Gui::start_sockets()
 {
-    bind_socket(send_socket, QHostAddress(), DEVICE_PORT);
-    bind_socket(listen_socket, QHostAddress(), DEVICE_PORT);
-    bind_socket(broadcast_socket, QHostAddress(), BROADCAST_PORT);
-    for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket})
-        connect(socket, &QUdpSocket::readyRead, this, &Gui::on_packet);
-    drain_timer.setSingleShot(true);
-    drain_timer.setInterval(0);
-    connect(&drain_timer, &QTimer::timeout, this, &Gui::on_packet);
+    connect(&device_link, &DeviceLink::draining, this, &Gui::begin_burst);
+    connect(&device_link, &DeviceLink::received, this, &Gui::take_datagram);
+    connect(&device_link, &DeviceLink::drained, this, &Gui::end_burst);
+    device_link.open();
 
     discovery_timer.setSingleShot(true);
     discovery_timer.start(FIRST_DISCOVERY_DELAY);
@@ -178,14 +173,11 @@ void Gui::close_down()
 // would wipe the cache, so everything that could start work is stilled first.
 void Gui::destroy_devices()
 {
-    for (QTimer *timer : {&drain_timer, &discovery_timer, &panel_timer, &search_timer, &cache_timer,
+    for (QTimer *timer : {&discovery_timer, &panel_timer, &search_timer, &cache_timer,
                           &cache_slice_timer, &meter_timer, &log_timer})
         timer->stop();
     // Closed now, not when the rest is freed: another copy may be waiting to hear the devices.
-    for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket}) {
-        disconnect(socket, nullptr, this, nullptr);
-        socket->close();
-    }
+    device_link.close();
     // The list's cells point at the devices' meters.
     for (int row = 0; row < device_model.rowCount(); ++row)
         for (int column = 0; column < device_model.columnCount(); ++column)

@@ -7,6 +7,9 @@
 #include "gui/highlight_delegate.h"
 #include "gui/property_row.h"
 #include "link/datagram.h"
+#include "link/device_link.h"
+#include "link/sender_index.h"
+#include "link/text_limit.h"
 #include "meter/log_text.h"
 #include "model/device.h"
 #include "model/device_state.h"
@@ -18,13 +21,11 @@
 #include <QSettings>
 #include <QStandardItemModel>
 #include <QTimer>
-#include <QUdpSocket>
 
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 class CurveWidget;
@@ -151,10 +152,7 @@ public:
     void show_network_info();
 
     // ---- link/gui_send.cpp -------------------------------------------------------------------
-    void bind_socket(QUdpSocket &socket, const QHostAddress &address, quint16 port);
     // These return an error text, empty on success.
-    QString send_datagram(const QString &network, bool use_broadcast, QHostAddress address,
-                          const QByteArray &payload);
     QString send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
                       const QJsonObject &object);
     QString send_to_device(Device *device, QJsonObject object, bool quiet);
@@ -162,25 +160,34 @@ public:
     void show_network_errors(const QString &errors);
 
     // ---- link/gui_dispatch.cpp ---------------------------------------------------------------
-    bool receive_datagram(QByteArray &payload, QHostAddress &sender);
+    void begin_burst();
+    void take_datagram(const QHostAddress &from, const QByteArray &payload);
+    void end_burst();
     void handle_datagram(const QHostAddress &from, const QByteArray &payload);
     void handle_device_packet(const QHostAddress &from, const QJsonObject &object, bool live,
                               const QString &interface);
-    void handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
-                       const QString &interface, bool is_repeated);
+    // The device that the report is of; null when there are too many.
+    Device *handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
+                          const QString &interface);
     void handle_live_report(const QHostAddress &from, const QByteArray &payload,
-                            const Frame &frame);
-    // The device whose last report from this address had the very same bytes; null when none.
-    Device *find_repeating_device(const QHostAddress &from, const QByteArray &payload) const;
+                            const QJsonObject &report);
+    void handle_repeated_report(Device *device);
+    void merge_when_free(Device *device);
+    void watch_log_stream(Device *device);
+    // Null when unknown. Mostly it is the device that was last heard from the address.
+    Device *device_of(const QHostAddress &from, const QJsonObject &object) const;
+    Device *find_sender(const QHostAddress &from, const QString &device_id) const;
     void handle_reply(const QHostAddress &from, const QJsonObject &object,
                       const QString &interface);
     Device *find_or_create_device(const QHostAddress &from, const QString &device_id);
+    void note_address(Device *device, const QHostAddress &from, bool live);
     Device *find_device(const QString &device_id) const; // null when unknown
     void log_remote_text(const QHostAddress &from, const QString &label, const QString &text);
 
     // ---- model/gui_registry.cpp --------------------------------------------------------------
     void apply_device_state(Device *device, const QJsonObject &report);
     void follow_merge(Device *device, const MergeResult &merged);
+    void follow_repeated_report(Device *device);
     void add_dummy_device();
     void delete_selected_devices();
     void remove_rows(const std::vector<Device *> &leaving);
@@ -223,7 +230,6 @@ public:
     void handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment);
 
 public slots:
-    void on_packet();
     void send_discovery_packets();
 
 protected:
@@ -234,11 +240,9 @@ public:
     bool dark_theme = false;
     bool closed = false; // close_down has run
 
-    QUdpSocket send_socket;
-    QHostAddress bound_address; // what send_socket was last bound to; null at start
-    QUdpSocket listen_socket;
-    QUdpSocket broadcast_socket;
-    QTimer drain_timer; // single-shot, 0 ms: the rest of a burst
+    DeviceLink device_link;
+    SenderIndex senders;
+    TextLimit remote_texts; // lines for the debug log, by sender
     QTimer discovery_timer;
 
     std::map<QString, Device *> devices; // owned, by device id
@@ -250,8 +254,6 @@ public:
     HighlightDelegate highlight_delegate;
     bool row_changed = false;  // the row being written differs from what it showed
     bool sort_pending = false; // a key in the sort column has changed
-    std::unordered_map<quint32, QString> reporters; // IPv4 address to the id last heard from it
-    std::vector<char> receive_buffer;
     int collecting = 0; // above 0: a burst or the cache is read, sorting and logs wait for its end
     LogAppender log_appender;
     QElapsedTimer log_pace; // since log windows were last written to

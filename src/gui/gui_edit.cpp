@@ -124,7 +124,7 @@ void Gui::on_confirm()
             discovery_timer.start(CONFIRMED_DISCOVERY_DELAY);
         } else {
             report_device_error(errors, device, "offline");
-            device->last_report = *changes;
+            device->take_report(*changes);
             offline.push_back(device);
         }
     }

@@ -18,23 +18,18 @@ constexpr int DISCOVERY_INTERVAL = 500; // ms
 
 } // namespace
 
-// Adding the first entry selects it, which runs this again from within; the outer call then makes
-// its selection last. So the first network that qualifies is selected at start, and the preference
-// for link-local ones counts for networks that join later.
 void Gui::update_network_list()
 {
-    const size_t known_before = known_networks.size();
-    const QString preferred
-        = offer_networks(present_interfaces(), known_networks, default_is_link_local,
-                         [this](const QString &name) { network_combo->addItem(name); });
-    if (known_networks.size() == known_before)
-        return;
-    const QString saved = settings.value("current_network").toString();
-    int entry = network_combo->findText(saved, Qt::MatchExactly | Qt::MatchCaseSensitive);
-    if (entry < 0)
-        entry = network_combo->findText(preferred, Qt::MatchExactly | Qt::MatchCaseSensitive);
-    if (entry >= 0)
-        network_combo->setCurrentIndex(entry);
+    const auto select = [this](const QString &name) {
+        const int entry = network_combo->findText(name, Qt::MatchExactly | Qt::MatchCaseSensitive);
+        if (entry >= 0)
+            network_combo->setCurrentIndex(entry);
+        return entry >= 0;
+    };
+    update_networks(
+        device_link.renew_interfaces(), known_networks, default_is_link_local,
+        settings.value("current_network").toString(),
+        {.add = [this](const QString &name) { network_combo->addItem(name); }, .select = select});
 }
 
 void Gui::send_discovery_packets()

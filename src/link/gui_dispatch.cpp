@@ -9,70 +9,50 @@
 
 #include <QDateTime>
 #include <QDebug>
-#include <QElapsedTimer>
-
-#include <algorithm>
 
 namespace {
 
-// A burst of a thousand reports is taken in slices of this length, so that the window goes on
-// painting; what is left comes in the next slice.
-constexpr qint64 LONGEST_DRAIN = 8; // ms
-// On a computer with other work those 8 ms may pass between two datagrams: so many are taken all
-// the same, or painting would get all the time that there is.
-constexpr int SMALLEST_DRAIN = 64;
-constexpr int LARGEST_DATAGRAM = 65536;
+qint64 now()
+{
+    return QDateTime::currentMSecsSinceEpoch();
+}
+
+// A device without news sends the bytes that have been checked and read before.
+bool repeats_its_report(const Device &device, const QHostAddress &from, const QByteArray &payload)
+{
+    return !payload.isEmpty() && device.last_payload == payload && device.address == from;
+}
 
 } // namespace
 
-void Gui::on_packet()
+// Until the end of the burst, texts for log windows are collected and the list stays unsorted.
+void Gui::begin_burst()
 {
-    QElapsedTimer elapsed;
-    elapsed.start();
     ++collecting;
-    QByteArray payload;
-    QHostAddress sender;
-    bool is_drained = false;
-    int taken = 0;
+    if (log_appender.is_full())
+        device_link.end_slice();
+}
+
+void Gui::take_datagram(const QHostAddress &from, const QByteArray &payload)
+{
+    handle_datagram(from, payload);
     // No text for log windows is taken on while plenty waits there.
-    while (!is_drained && (taken < SMALLEST_DRAIN || elapsed.elapsed() < LONGEST_DRAIN)
-           && !log_appender.is_full()) {
-        is_drained = !receive_datagram(payload, sender);
-        if (!is_drained)
-            handle_datagram(sender, payload);
-        ++taken;
-    }
+    if (log_appender.is_full())
+        device_link.end_slice();
+}
+
+void Gui::end_burst()
+{
     --collecting;
     sort_list_if_needed();
     show_logs();
-    // A socket that was left unread after its signal stays silent until somebody reads it.
-    if (!is_drained)
-        drain_timer.start();
-}
-
-// The next datagram of the three sockets, in this order; false when there is none. The bytes stand
-// in receive_buffer until the next call. Reading is tried on each without asking first: a socket
-// whose signal is not followed by a read, even one in vain, never signals again.
-bool Gui::receive_datagram(QByteArray &payload, QHostAddress &sender)
-{
-    receive_buffer.resize(LARGEST_DATAGRAM);
-    for (QUdpSocket *socket : {&send_socket, &listen_socket, &broadcast_socket}) {
-        if (socket->state() != QAbstractSocket::BoundState)
-            continue;
-        const qint64 size = socket->readDatagram(receive_buffer.data(), LARGEST_DATAGRAM, &sender);
-        if (size < 0)
-            continue;
-        payload = QByteArray::fromRawData(receive_buffer.data(), static_cast<int>(size));
-        return true;
-    }
-    return false;
 }
 
 void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
 {
-    // A device without news sends the bytes that have been checked and read before.
-    if (const Device *device = find_repeating_device(from, payload)) {
-        handle_report(from, QJsonObject(device->last_report), true, current_network, true);
+    Device *sender = senders.find(from);
+    if (sender && repeats_its_report(*sender, from, payload)) {
+        handle_repeated_report(sender);
         return;
     }
     const Frame frame = read_frame(payload);
@@ -85,7 +65,7 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
     log_remote_text(from, "error", frame.object.value("error").toString());
     switch (packet_kind(frame.object)) {
     case PacketKind::LogStream: {
-        Device *device = find_device(frame.object.value("device_id").toString());
+        Device *device = device_of(from, frame.object);
         if (device && device->log_view && !device->log_paused
             && is_log_attachment(frame.attachment))
             handle_raw_log(device, frame.object, frame.attachment);
@@ -93,47 +73,54 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
     }
     case PacketKind::Metering:
         // The shortest way: neither the record nor the row changes, the next tick repaints.
-        if (Device *device = find_device(frame.object.value("device_id").toString()))
+        if (Device *device = device_of(from, frame.object))
             take_metering(device, frame.object);
         break;
     case PacketKind::Report:
-        handle_live_report(from, payload, frame);
+        handle_live_report(from, payload, frame.object);
         break;
     case PacketKind::Reply:
-        handle_device_packet(from, frame.object, true, current_network);
+        handle_reply(from, frame.object, current_network);
         break;
     }
 }
 
 // Remembers the bytes, unless they hold a text for the debug log, which is due each time.
 void Gui::handle_live_report(const QHostAddress &from, const QByteArray &payload,
-                             const Frame &frame)
+                             const QJsonObject &report)
 {
-    handle_device_packet(from, frame.object, true, current_network);
-    Device *device = find_device(frame.object.value("device_id").toString());
-    const bool has_texts = frame.object.contains("warning") || frame.object.contains("error");
-    if (!device || has_texts)
-        return;
-    device->last_payload = QByteArray(payload.constData(), payload.size());
-    reporters[from.toIPv4Address()] = device->device_id;
+    Device *device = handle_report(from, report, true, current_network);
+    const bool has_texts = report.contains("warning") || report.contains("error");
+    if (device && !has_texts)
+        device->last_payload = QByteArray(payload.constData(), payload.size());
 }
 
-Device *Gui::find_repeating_device(const QHostAddress &from, const QByteArray &payload) const
+// The same as reading the bytes once more: all that they say is in the record, and only that the
+// device has been heard is new.
+void Gui::handle_repeated_report(Device *device)
 {
-    const auto reporter = reporters.find(from.toIPv4Address());
-    if (reporter == reporters.end())
-        return nullptr;
-    Device *device = find_device(reporter->second);
-    const bool is_same = device && device->address == from && !payload.isEmpty()
-        && device->last_payload == payload;
-    return is_same ? device : nullptr;
+    const bool was_online = device->online;
+    const bool was_broken = device->broken_net;
+    device->interface = current_network;
+    note_report(*device, true, now(), device->fw_magic);
+    if (!device->is_merged || was_online != device->online || was_broken != device->broken_net) {
+        merge_when_free(device);
+    } else if (editing && is_device_selected(device)) {
+        device->stale = true;
+        offer_assistant(device);
+    } else {
+        follow_repeated_report(device);
+    }
+    if (was_online != device->online)
+        update_identify_button();
+    watch_log_stream(device);
 }
 
 void Gui::handle_device_packet(const QHostAddress &from, const QJsonObject &object, bool live,
                                const QString &interface)
 {
     if (is_report(object))
-        handle_report(from, object, live, interface, false);
+        handle_report(from, object, live, interface);
     else
         handle_reply(from, object, interface);
 }
@@ -152,39 +139,56 @@ void Gui::handle_reply(const QHostAddress &from, const QJsonObject &object,
     }
 }
 
-void Gui::handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
-                        const QString &interface, bool is_repeated)
+Device *Gui::handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
+                           const QString &interface)
 {
-    const QString device_id = object.value("device_id").toString();
-    Device *device = find_or_create_device(from, device_id);
+    Device *device = find_or_create_device(from, object.value("device_id").toString());
     if (!device)
-        return;
+        return nullptr;
     if (device->properties.empty())
         device->properties = product_table.front().properties;
     const bool was_online = device->online;
-    device->device_id = device_id;
-    device->address = from;
+    note_address(device, from, live);
     device->interface = interface;
     device->firmware_update_error = object.value("firmware_update_error").toString();
     device->dsp_error = dsp_error_of(object);
-    device->last_report = object;
-    note_report(*device, live, QDateTime::currentMSecsSinceEpoch(), fw_magic_of(object));
-
-    if (editing && is_device_selected(device)) {
-        // The operator's edit is not disturbed: the report waits until it ends.
-        device->stale = true;
-        device->is_merged = false;
-        update_device_properties(device);
-    } else if (is_repeated && device->is_merged) {
-        follow_merge(device, {});
-    } else {
-        apply_device_state(device, object);
-    }
+    device->take_report(object);
+    note_report(*device, live, now(), fw_magic_of(object));
+    merge_when_free(device);
     if (was_online != device->online)
         update_identify_button();
-    // A device that has restarted forgot that its log is watched.
-    if (device->log_view && !is_logging(object))
+    watch_log_stream(device);
+    return device;
+}
+
+// The operator's edit is not disturbed: a report of a selected device waits until it ends.
+void Gui::merge_when_free(Device *device)
+{
+    if (!editing || !is_device_selected(device)) {
+        apply_device_state(device, QJsonObject(device->last_report));
+        return;
+    }
+    device->stale = true;
+    update_device_properties(device);
+}
+
+// A device that has restarted forgot that its log is watched.
+void Gui::watch_log_stream(Device *device)
+{
+    if (device->log_view && !is_logging(device->last_report))
         send_to_device(device, logging_command(true), false);
+}
+
+Device *Gui::device_of(const QHostAddress &from, const QJsonObject &object) const
+{
+    return find_sender(from, object.value("device_id").toString());
+}
+
+// Looks first where the device was last heard: that compares one id, not one in ten.
+Device *Gui::find_sender(const QHostAddress &from, const QString &device_id) const
+{
+    Device *device = senders.find(from);
+    return device && device->device_id == device_id ? device : find_device(device_id);
 }
 
 Device *Gui::find_device(const QString &device_id) const
@@ -196,22 +200,36 @@ Device *Gui::find_device(const QString &device_id) const
 // Null for one device too many.
 Device *Gui::find_or_create_device(const QHostAddress &from, const QString &device_id)
 {
-    Device *device = find_device(device_id);
-    if (!device && devices.size() >= size_t{MOST_DEVICES}) {
-        qDebug() << "too many devices, ignoring" << device_id << "at" << from.toString();
-    } else if (!device) {
-        qDebug() << "Found new device" << device_id << "at" << from.toString();
-        device = new Device;
-        devices[device_id] = device;
-    } else if (device->address != from) {
-        qDebug() << "device" << device_id << "apparently changing fromaddress"
-                 << device->address.toString() << "to" << from.toString() << "(or multiple paths)";
+    Device *device = find_sender(from, device_id);
+    if (device)
+        return device;
+    if (devices.size() >= size_t{MOST_DEVICES}) {
+        if (remote_texts.allows(from, now()))
+            qDebug() << "too many devices, ignoring" << device_id << "at" << from.toString();
+        return nullptr;
     }
+    qDebug() << "Found new device" << device_id << "at" << from.toString();
+    device = new Device;
+    device->device_id = device_id;
+    device->address = from;
+    devices[device_id] = device;
     return device;
+}
+
+void Gui::note_address(Device *device, const QHostAddress &from, bool live)
+{
+    if (device->address != from) {
+        qDebug() << "device" << device->device_id << "apparently changing fromaddress"
+                 << device->address.toString() << "to" << from.toString() << "(or multiple paths)";
+        senders.forget(device->address, device);
+        device->address = from;
+    }
+    if (live)
+        senders.note(from, device);
 }
 
 void Gui::log_remote_text(const QHostAddress &from, const QString &label, const QString &text)
 {
-    if (!text.isEmpty())
-        qDebug().noquote() << label << "from " << from.toString() << ":" << text;
+    if (!text.isEmpty() && remote_texts.allows(from, now()))
+        qDebug().noquote() << label << "from " << from.toString() << ":" << terminal_text(text);
 }

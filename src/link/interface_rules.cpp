@@ -69,14 +69,6 @@ FoundNetwork find_network_among(const std::vector<NetworkInterface> &interfaces,
     return {};
 }
 
-void find_network(const QString &name, int &index, QHostAddress &broadcast, QHostAddress &source)
-{
-    const FoundNetwork found = find_network_among(present_interfaces(), name);
-    index = found.index;
-    broadcast = found.broadcast;
-    source = found.source;
-}
-
 bool is_offered(const NetworkInterface &interface)
 {
     if (!interface.is_up || !interface.is_running || !interface.can_broadcast)
@@ -112,6 +104,15 @@ QString offer_networks(const std::vector<NetworkInterface> &interfaces, std::set
         add(interface.name);
     }
     return candidate;
+}
+
+void update_networks(std::vector<NetworkInterface> interfaces, std::set<QString> &known,
+                     bool &default_is_link_local, const QString &saved, const NetworkBox &box)
+{
+    const size_t known_before = known.size();
+    const QString preferred = offer_networks(interfaces, known, default_is_link_local, box.add);
+    if (known.size() != known_before && !box.select(saved))
+        box.select(preferred);
 }
 
 void append_network_error(QString &errors, const QHostAddress &address, const QString &result)

@@ -40,7 +40,6 @@ struct FoundNetwork
 // entry. It stays that the two may belong to different entries.
 FoundNetwork find_network_among(const std::vector<NetworkInterface> &interfaces,
                                 const QString &name);
-void find_network(const QString &name, int &index, QHostAddress &broadcast, QHostAddress &source);
 
 // Whether an interface can carry our traffic: up, running, able to broadcast, and with an IPv4
 // address beyond loopback.
@@ -54,6 +53,21 @@ bool has_link_local_address(const NetworkInterface &interface);
 QString offer_networks(const std::vector<NetworkInterface> &interfaces, std::set<QString> &known,
                        bool &default_is_link_local,
                        const std::function<void(const QString &name)> &add);
+
+// The box in which the operator chooses a network. Adding its first entry selects that; a change of
+// the selection runs update_networks again from within.
+struct NetworkBox
+{
+    std::function<void(const QString &name)> add;
+    std::function<bool(const QString &name)> select; // false when no entry has exactly that text
+};
+
+// Offers what is new. Whenever there is something, the selection is made again: the saved network
+// when it is there, else the preferred one. The nested run that the first entry causes makes its
+// selection first and the outer one last, so that the first network that qualifies is selected at
+// start, and the preference for link-local ones counts for networks that join later.
+void update_networks(std::vector<NetworkInterface> interfaces, std::set<QString> &known,
+                     bool &default_is_link_local, const QString &saved, const NetworkBox &box);
 
 // Adds "<br>" between lines, and "ADDRESS: RESULT" for a result that isn't empty.
 void append_network_error(QString &errors, const QHostAddress &address, const QString &result);

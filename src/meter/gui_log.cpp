@@ -98,7 +98,8 @@ void Gui::close_log(Device *device)
 void Gui::send_console_line(Device *device, QLineEdit *console)
 {
     append_log(device, true, "Sending: " + console->text() + "\n");
-    send_datagram(device->interface, false, device->address, console->text().toUtf8());
+    static_cast<void>(device_link.send(device->interface, false, device->address,
+                                       console->text().toUtf8()));
     console->clear();
 }
 

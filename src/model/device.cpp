@@ -7,6 +7,14 @@ QVariant Device::value(const std::string &key) const
     return found == values.end() ? QVariant() : found->second;
 }
 
+// Without forgetting the bytes, those of an earlier report would be taken for a repetition of this.
+void Device::take_report(const QJsonObject &report)
+{
+    last_report = report;
+    last_payload.clear();
+    is_merged = false;
+}
+
 void register_session_item()
 {
     qRegisterMetaType<session_item>("session_item");

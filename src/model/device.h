@@ -75,6 +75,10 @@ struct Device
     Device(const Device &) = delete;
     Device &operator=(const Device &) = delete;
 
+    // Keeps a report, which is not merged so far. Whoever has read it from a datagram may keep the
+    // bytes afterwards.
+    void take_report(const QJsonObject &report);
+
     // The value of a property; invalid when the device did not say.
     QVariant value(const std::string &key) const;
 };

@@ -43,11 +43,10 @@ void Gui::apply_device_state(Device *device, const QJsonObject &report)
 {
     const MergeResult merged = merge_report(*device, report);
     device->is_merged = true;
-    device->last_payload.clear(); // whoever has read the report from a datagram says so afterwards
     follow_merge(device, merged);
 }
 
-// All that a report brings along, also one that repeats the last and so need not be merged.
+// All that a report brings along.
 void Gui::follow_merge(Device *device, const MergeResult &merged)
 {
     const bool is_selected = is_device_selected(device);
@@ -63,6 +62,16 @@ void Gui::follow_merge(Device *device, const MergeResult &merged)
     if (merged.device_changed() && !cache_timer.isActive())
         cache_timer.start();
     if (is_selected && !editing)
+        panel_timer.start();
+    if (!search_combo->lineEdit()->text().isEmpty())
+        start_search_refresh();
+}
+
+// The same for a report that says what the last one said: row and panel show it already.
+void Gui::follow_repeated_report(Device *device)
+{
+    offer_assistant(device);
+    if (!editing && is_device_selected(device))
         panel_timer.start();
     if (!search_combo->lineEdit()->text().isEmpty())
         start_search_refresh();
@@ -119,6 +128,7 @@ void Gui::remove_rows(const std::vector<Device *> &leaving)
 // Deleting a log window emits no on_close, so no device is told anything here.
 void Gui::destroy_device(Device *device)
 {
+    senders.forget(device->address, device);
     uploads.drop(device);
     if (device->deppen_ass)
         device->deppen_ass->forget_device();

@@ -168,7 +168,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(any_online(), 8000);
         shell("ip address del 10.71.0.1/16 dev later;"
               "ip address add 10.71.0.2/16 broadcast + dev later");
-        QTRY_COMPARE_WITH_TIMEOUT(gui().bound_address(), QHostAddress("10.71.0.2"), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(gui().link().source_address(), QHostAddress("10.71.0.2"), 3000);
         for (const auto &[id, device] : gui().all_devices())
             device->last_seen = 1;
         gui().discover();

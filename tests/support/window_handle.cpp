@@ -76,11 +76,6 @@ void WindowHandle::forget(Device *device)
     gui->destroy_device(device);
 }
 
-void WindowHandle::forget_reporters()
-{
-    gui->reporters.clear();
-}
-
 void WindowHandle::update(Device *device)
 {
     gui->update_device_properties(device);
@@ -351,26 +346,6 @@ void WindowHandle::discover()
     gui->send_discovery_packets();
 }
 
-QUdpSocket &WindowHandle::send_socket() const
-{
-    return gui->send_socket;
-}
-
-QUdpSocket &WindowHandle::listen_socket() const
-{
-    return gui->listen_socket;
-}
-
-QUdpSocket &WindowHandle::broadcast_socket() const
-{
-    return gui->broadcast_socket;
-}
-
-QHostAddress WindowHandle::bound_address() const
-{
-    return gui->bound_address;
-}
-
 QString WindowHandle::send_json(const QString &network, bool use_broadcast,
                                 const QHostAddress &address, const QJsonObject &object)
 {
@@ -382,9 +357,14 @@ QString WindowHandle::send_to_device(Device *device, const QJsonObject &object, 
     return gui->send_to_device(device, object, quiet);
 }
 
+DeviceLink &WindowHandle::link() const
+{
+    return gui->device_link;
+}
+
 void WindowHandle::drain()
 {
-    gui->on_packet();
+    gui->device_link.on_packet();
 }
 
 void WindowHandle::deliver(const QHostAddress &from, const QByteArray &datagram)

@@ -4,6 +4,7 @@
 
 #include "gui/highlight_delegate.h"
 #include "gui/property_row.h"
+#include "link/device_link.h"
 #include "meter/log_text.h"
 #include "model/device.h"
 
@@ -21,7 +22,6 @@
 #include <QStandardItemModel>
 #include <QTimer>
 #include <QToolButton>
-#include <QUdpSocket>
 
 #include <map>
 #include <memory>
@@ -58,7 +58,6 @@ public:
     Device *find_device(const QString &id) const; // null when unknown
     void add_dummy_device();
     void forget(Device *device); // without telling list or cache
-    void forget_reporters();     // which device was last heard from which address
     void update(Device *device); // after a change of its record: row, log title, assistant, meter
 
     // ---- the list
@@ -125,16 +124,13 @@ public:
     void show_network_info();
     QTimer &discovery_timer() const;
     void discover();
-    QUdpSocket &send_socket() const;
-    QUdpSocket &listen_socket() const;
-    QUdpSocket &broadcast_socket() const;
-    QHostAddress bound_address() const;
     // These return an error text, empty on success.
     QString send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
                       const QJsonObject &object);
     QString send_to_device(Device *device, const QJsonObject &object, bool quiet);
 
     // ---- what arrives
+    DeviceLink &link() const;
     void drain(); // what waits in the sockets
     void deliver(const QHostAddress &from, const QByteArray &datagram);
     void report(const QHostAddress &from, const QJsonObject &object, bool live,

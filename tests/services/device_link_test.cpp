@@ -1,0 +1,417 @@
+// The three sockets over a real network of this test's own: what is handed on, and where things go.
+#include "link/datagram.h"
+#include "link/device_link.h"
+#include "support/fleet.h"
+#include "support/private_network.h"
+
+#include <QNetworkDatagram>
+#include <QSignalSpy>
+
+#include <arpa/inet.h>
+#include <ctime>
+#include <linux/if_packet.h>
+#include <net/ethernet.h>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+const QHostAddress LOOPBACK(QHostAddress::LocalHost);
+
+// A cable with both ends here; what leaves by NAME arrives at NAMEx. The far end goes up first: the
+// near one then carries at once.
+void lay_cable(const QString &name, const QString &address)
+{
+    shell("ip link add " + name + " type veth peer name " + name + "x; ip link set " + name
+          + "x up; ip link set " + name + " up; ip address add " + address + " dev "
+          + name
+          // A neighbour that need not be asked for its place.
+          + "; ip neigh add 10.8.0.99 lladdr 02:00:00:00:00:99 dev " + name);
+}
+
+void remove_cable(const QString &name)
+{
+    shell("ip link del " + name + " 2>/dev/null || true");
+}
+
+void burn_cpu(double milliseconds)
+{
+    const clock_t end = clock() + static_cast<clock_t>(milliseconds * CLOCKS_PER_SEC / 1000);
+    while (clock() < end) {
+    }
+}
+
+void send_some(int count, quint16 port = DEVICE_PORT)
+{
+    QUdpSocket sender;
+    for (int i = 0; i < count; ++i)
+        sender.writeDatagram(QByteArray::number(i), LOOPBACK, port);
+}
+
+// Hears what arrives at one end of a cable.
+class CableEnd
+{
+public:
+    explicit CableEnd(const char *name)
+        : handle(socket(AF_PACKET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, htons(ETH_P_IP)))
+    {
+        sockaddr_ll end{};
+        end.sll_family = AF_PACKET;
+        end.sll_protocol = htons(ETH_P_IP);
+        end.sll_ifindex = static_cast<int>(if_nametoindex(name));
+        if (bind(handle, reinterpret_cast<const sockaddr *>(&end), sizeof end) != 0)
+            qFatal("can't listen at the cable");
+    }
+    ~CableEnd() { close(handle); }
+    Q_DISABLE_COPY_MOVE(CableEnd)
+
+    // Whether such a datagram has come so far.
+    bool has_heard(const QByteArray &payload)
+    {
+        QByteArray bytes(65536, 0);
+        ssize_t size = 0;
+        while ((size = recv(handle, bytes.data(), static_cast<size_t>(bytes.size()), 0)) >= 0)
+            packets.append(bytes.left(static_cast<int>(size)));
+        return std::any_of(packets.begin(), packets.end(), [&payload](const QByteArray &packet) {
+            return packet.endsWith(payload);
+        });
+    }
+
+private:
+    int handle;
+    QList<QByteArray> packets = {};
+};
+
+// Bytes of receive buffer of this process's UDP sockets with that local address; -1: not bound.
+int receive_buffer_of(quint32 address, quint16 port)
+{
+    for (int handle = 3; handle < 200; ++handle) {
+        sockaddr_in name{};
+        socklen_t size = sizeof name;
+        int protocol = 0;
+        socklen_t protocol_size = sizeof protocol;
+        if (getsockopt(handle, SOL_SOCKET, SO_PROTOCOL, &protocol, &protocol_size) != 0
+            || protocol != IPPROTO_UDP
+            || getsockname(handle, reinterpret_cast<sockaddr *>(&name), &size) != 0
+            || ntohl(name.sin_addr.s_addr) != address
+            || (port != 0 && ntohs(name.sin_port) != port))
+            continue;
+        int bytes = 0;
+        socklen_t bytes_size = sizeof bytes;
+        getsockopt(handle, SOL_SOCKET, SO_RCVBUF, &bytes, &bytes_size);
+        return bytes;
+    }
+    return -1;
+}
+
+// What the system grants of 4 MiB.
+int granted_buffer()
+{
+    QUdpSocket probe;
+    probe.bind(LOOPBACK);
+    probe.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4 << 20);
+    return probe.socketOption(QAbstractSocket::ReceiveBufferSizeSocketOption).toInt();
+}
+
+// Another program that keeps a port to itself, also one that it has come to share with us.
+class Squatter
+{
+public:
+    Squatter(const char *address, quint16 port)
+        : handle(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in name{};
+        name.sin_family = AF_INET;
+        name.sin_port = htons(port);
+        inet_pton(AF_INET, address, &name.sin_addr);
+        share(1);
+        if (bind(handle, reinterpret_cast<const sockaddr *>(&name), sizeof name) != 0)
+            qFatal("can't take the port");
+        share(0);
+    }
+    ~Squatter() { close(handle); }
+    Q_DISABLE_COPY_MOVE(Squatter)
+
+private:
+    void share(int may_others) const
+    {
+        setsockopt(handle, SOL_SOCKET, SO_REUSEADDR, &may_others, sizeof may_others);
+    }
+
+    int handle;
+};
+
+const QString TAKEN = "Port 7054 is taken by another program: devices may not be heard.";
+
+} // namespace
+
+class DeviceLinkTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<DeviceLink> link;
+    QList<QByteArray> heard;
+    QList<int> slices; // datagrams in each
+    double burden = 0; // ms of CPU time that one datagram costs
+
+private slots:
+    void init()
+    {
+        link = std::make_unique<DeviceLink>();
+        heard.clear();
+        slices.clear();
+        burden = 0;
+        connect(link.get(), &DeviceLink::draining, this, [this] { slices.append(0); });
+        connect(link.get(), &DeviceLink::received, this,
+                [this](const QHostAddress &, const QByteArray &bytes) {
+                    heard.append(QByteArray(bytes.constData(), bytes.size()));
+                    ++slices.last();
+                    if (burden > 0)
+                        burn_cpu(burden);
+                });
+    }
+    void cleanup()
+    {
+        link.reset();
+        for (const char *name : {"near", "far"})
+            remove_cable(name);
+    }
+
+    void all_three_sockets_are_heard_with_their_senders()
+    {
+        link->open();
+        QHostAddress last_sender;
+        connect(
+            link.get(), &DeviceLink::received, this,
+            [&last_sender](const QHostAddress &from, const QByteArray &) { last_sender = from; });
+        send_some(1, DEVICE_PORT);
+        QTRY_COMPARE(heard, QList<QByteArray>{"0"});
+        QCOMPARE(last_sender, LOOPBACK);
+        send_some(2, BROADCAST_PORT);
+        QTRY_COMPARE(heard, (QList<QByteArray>{"0", "0", "1"}));
+    }
+
+    void a_datagram_without_bytes_is_handed_on_and_ends_nothing()
+    {
+        link->open();
+        QUdpSocket sender;
+        sender.writeDatagram(QByteArray(), LOOPBACK, DEVICE_PORT);
+        sender.writeDatagram("after", LOOPBACK, DEVICE_PORT);
+        QTRY_COMPARE(heard, (QList<QByteArray>{"", "after"}));
+    }
+
+    void each_slice_is_told_of_at_both_ends()
+    {
+        link->open();
+        QStringList told;
+        connect(link.get(), &DeviceLink::draining, this, [&told] { told.append("begin"); });
+        connect(link.get(), &DeviceLink::received, this,
+                [&told](const QHostAddress &, const QByteArray &) { told.append("bytes"); });
+        connect(link.get(), &DeviceLink::drained, this, [&told] { told.append("end"); });
+        send_some(2);
+        link->on_packet();
+        QCOMPARE(told, (QStringList{"begin", "bytes", "bytes", "end"}));
+        QVERIFY(link->is_drained());
+    }
+
+    void dear_datagrams_end_their_slice_after_20_ms()
+    {
+        link->open();
+        burden = 7;
+        send_some(20);
+        link->on_packet();
+        // 8 ms are over after two, 20 ms of CPU time after three.
+        QCOMPARE(slices, QList<int>{3});
+        QVERIFY(!link->is_drained());
+        QTRY_COMPARE(heard.size(), 20);
+        QCOMPARE(heard.last(), QByteArray("19"));
+    }
+
+    void on_a_busy_computer_64_are_taken_all_the_same()
+    {
+        link->open();
+        // What other programs take is time, but not ours.
+        connect(link.get(), &DeviceLink::received, this,
+                [](const QHostAddress &, const QByteArray &) { QThread::usleep(1000); });
+        send_some(80);
+        link->on_packet();
+        QCOMPARE(slices, QList<int>{64});
+        QTRY_COMPARE(heard.size(), 80);
+    }
+
+    void a_slot_may_end_the_slice()
+    {
+        link->open();
+        const auto stop
+            = connect(link.get(), &DeviceLink::received, this,
+                      [this](const QHostAddress &, const QByteArray &) { link->end_slice(); });
+        send_some(3);
+        link->on_packet();
+        QCOMPARE(slices, QList<int>{1});
+        QTRY_COMPARE(heard.size(), 3);
+        disconnect(stop);
+        connect(link.get(), &DeviceLink::draining, this, [this] { link->end_slice(); });
+        slices.clear();
+        send_some(1);
+        link->on_packet();
+        QCOMPARE(slices, QList<int>{0});
+        QVERIFY(!link->is_drained());
+    }
+
+    void nothing_is_handed_on_after_closing()
+    {
+        link->open();
+        QVERIFY(link->is_open());
+        send_some(1);
+        link->close();
+        QVERIFY(!link->is_open());
+        link->on_packet();
+        QTest::qWait(20);
+        QCOMPARE(heard.size(), 0);
+    }
+
+    // Two cables carry the same addresses: only the interface tells them apart.
+    void datagrams_leave_by_the_networks_own_interface()
+    {
+        lay_cable("near", "10.8.0.1/24");
+        lay_cable("far", "10.8.0.2/24");
+        CableEnd near("nearx");
+        CableEnd far("farx");
+        link->open();
+        QCOMPARE(link->send("far", false, QHostAddress("10.8.0.99"), "to far"), QString());
+        QTRY_VERIFY(far.has_heard("to far"));
+        QVERIFY(!near.has_heard("to far"));
+        QCOMPARE(link->source_address(), QHostAddress("10.8.0.2"));
+        QCOMPARE(link->send("near", false, QHostAddress("10.8.0.99"), "to near"), QString());
+        QTRY_VERIFY(near.has_heard("to near"));
+        QVERIFY(!far.has_heard("to near"));
+        QCOMPARE(link->source_address(), QHostAddress("10.8.0.1"));
+    }
+
+    void a_broadcast_goes_to_the_networks_own_address()
+    {
+        lay_cable("near", "10.8.0.1/24");
+        CableEnd near("nearx");
+        link->open();
+        QCOMPARE(link->send("near", true, QHostAddress("10.1.1.1"), "to all"), QString());
+        QTRY_VERIFY(near.has_heard("to all"));
+    }
+
+    void what_cannot_be_sent_is_told()
+    {
+        link->open();
+        QCOMPARE(link->send("lo", false, LOOPBACK, "x"), QString());
+        QCOMPARE(link->send("lo", false, LOOPBACK, QByteArray(70000, 'x')),
+                 QString("sending packet failed"));
+        QTest::ignoreMessage(QtDebugMsg, "can't send to unknown network \"nowhere\"");
+        QCOMPARE(link->send("nowhere", false, LOOPBACK, "x"), QString("network not found"));
+    }
+
+    void two_hundred_sends_read_the_interfaces_at_most_twice()
+    {
+        link->open();
+        for (int i = 0; i < 200; ++i)
+            QCOMPARE(link->send("lo", false, LOOPBACK, "x"), QString());
+        QVERIFY(link->interface_readings() >= 1);
+        QVERIFY2(link->interface_readings() <= 2,
+                 qPrintable(QString::number(link->interface_readings())));
+        const int before = link->interface_readings();
+        link->renew_interfaces();
+        QCOMPARE(link->interface_readings(), before + 1);
+    }
+
+    void a_network_that_comes_or_goes_is_known_to_the_next_send()
+    {
+        link->open();
+        link->renew_interfaces();
+        QTest::ignoreMessage(QtDebugMsg, "can't send to unknown network \"near\"");
+        QCOMPARE(link->send("near", true, {}, "x"), QString("network not found"));
+        lay_cable("near", "10.8.0.1/24");
+        QCOMPARE(link->send("near", true, {}, "x"), QString());
+        shell("ip address del 10.8.0.1/24 dev near; ip address add 10.8.0.7/24 dev near");
+        QCOMPARE(link->send("near", true, {}, "x"), QString());
+        QCOMPARE(link->source_address(), QHostAddress("10.8.0.7"));
+        remove_cable("near");
+        QTest::ignoreMessage(QtDebugMsg, "can't send to unknown network \"near\"");
+        QCOMPARE(link->send("near", true, {}, "x"), QString("network not found"));
+        QCOMPARE(link->find_network("near").index, -1);
+    }
+
+    void sockets_ask_for_room_for_a_burst()
+    {
+        const int granted = granted_buffer();
+        link->open();
+        QCOMPARE(receive_buffer_of(0, DEVICE_PORT), granted);
+        QCOMPARE(receive_buffer_of(0, BROADCAST_PORT), granted);
+        lay_cable("near", "10.8.0.1/24");
+        QCOMPARE(link->send("near", true, {}, "x"), QString());
+        QCOMPARE(receive_buffer_of(0x0A080001, DEVICE_PORT), granted);
+    }
+
+    // The first write binds the socket to a port that the system picks, and answers come there.
+    void a_socket_that_could_not_be_bound_gets_its_room_with_the_first_write()
+    {
+        link->open();
+        lay_cable("near", "10.8.0.1/24");
+        const Squatter other("10.8.0.1", DEVICE_PORT);
+        CableEnd near("nearx");
+        QTest::ignoreMessage(QtDebugMsg, QRegularExpression("can't bind UDP port 7054"));
+        QCOMPARE(link->send("near", true, {}, "all the same"), QString());
+        QTRY_VERIFY(near.has_heard("all the same"));
+        int ephemeral = -1;
+        for (int port = 1024; port < 65536 && ephemeral < 0; ++port)
+            if (port != DEVICE_PORT && port != BROADCAST_PORT)
+                ephemeral = receive_buffer_of(0, static_cast<quint16>(port));
+        QCOMPARE(ephemeral, granted_buffer());
+    }
+
+    void a_bind_that_failed_is_told_until_the_socket_is_bound()
+    {
+        link->open();
+        QCOMPARE(link->bind_troubles(), QStringList());
+        QSignalSpy changed(link.get(), &DeviceLink::bind_troubles_changed);
+        lay_cable("near", "10.8.0.1/24");
+        {
+            const Squatter other("10.8.0.1", DEVICE_PORT);
+            QTest::ignoreMessage(QtDebugMsg, QRegularExpression("can't bind UDP port 7054"));
+            QCOMPARE(link->send("near", true, {}, "x"), QString());
+            QCOMPARE(link->bind_troubles(), QStringList{TAKEN});
+            QCOMPARE(changed.count(), 1);
+        }
+        // The port is free now, but it is not tried again before the source changes.
+        QCOMPARE(link->send("near", true, {}, "x"), QString());
+        QCOMPARE(link->bind_troubles(), QStringList{TAKEN});
+        QCOMPARE(receive_buffer_of(0x0A080001, DEVICE_PORT), -1);
+        shell("ip address del 10.8.0.1/24 dev near; ip address add 10.8.0.7/24 dev near");
+        QCOMPARE(link->send("near", true, {}, "x"), QString());
+        QCOMPARE(link->bind_troubles(), QStringList());
+        QCOMPARE(changed.count(), 2);
+        QVERIFY(receive_buffer_of(0x0A080007, DEVICE_PORT) > 0);
+    }
+
+    void each_port_that_is_taken_at_the_start_is_told_once()
+    {
+        const Squatter first("0.0.0.0", DEVICE_PORT);
+        const Squatter second("0.0.0.0", BROADCAST_PORT);
+        for (const char *port : {"7054", "7054", "7055"})
+            QTest::ignoreMessage(QtDebugMsg,
+                                 QRegularExpression(QString("can't bind UDP port %1").arg(port)));
+        link->open();
+        QCOMPARE(link->bind_troubles(),
+                 (QStringList{TAKEN,
+                              "Port 7055 is taken by another program: devices may not be heard."}));
+    }
+};
+
+int main(int argc, char **argv)
+{
+    std::string reason;
+    if (!enter_private_network(&reason))
+        qFatal("no private network: %s", reason.c_str());
+    QCoreApplication application(argc, argv);
+    DeviceLinkTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "device_link_test.moc"
