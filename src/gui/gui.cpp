@@ -3,6 +3,7 @@
 #include "eq/curve_widget.h"
 #include "gui/device_cell.h"
 #include "gui/device_list_view.h"
+#include "gui/settings_file.h"
 #include "gui/window_rules.h"
 #include "meter/meter_object.h"
 
@@ -43,8 +44,6 @@ void free_rows(QStandardItemModel &model)
 } // namespace
 
 Gui::Gui()
-    : settings(QSettings::IniFormat, QSettings::UserScope, QCoreApplication::organizationName(),
-               QCoreApplication::applicationName())
 {
     register_session_item();
     detect_theme();
@@ -68,6 +67,7 @@ Gui::Gui()
     connect(add_dummy, &QAction::triggered, this, &Gui::add_dummy_device);
     connect(&meter_timer, &QTimer::timeout, this, &Gui::on_meter_tick);
     meter_timer.start(METER_INTERVAL);
+    watch_for_changes();
     // Leaving by the menu delivers no close event, and must keep just as much.
     connect(qApp, &QCoreApplication::aboutToQuit, this, &Gui::close_down);
 }
@@ -100,8 +100,11 @@ void Gui::size_window()
 
 void Gui::find_cache_file()
 {
-    cache_path = cache_path_beside(settings.fileName());
+    cache_path = cache_path_beside(settings_path());
     QDir("/").mkpath(cache_path.left(cache_path.lastIndexOf('/')));
+    copy_lock.take(cache_path);
+    if (copy_lock.is_second_copy())
+        settings.set_read_only();
 }
 
 void Gui::start_sockets()
@@ -176,6 +179,7 @@ void Gui::destroy_devices()
     for (QTimer *timer : {&discovery_timer, &panel_timer, &search_timer, &cache_timer,
                           &cache_slice_timer, &meter_timer, &log_timer})
         timer->stop();
+    settings.stop();
     // Closed now, not when the rest is freed: another copy may be waiting to hear the devices.
     device_link.close();
     // The list's cells point at the devices' meters.

@@ -4,7 +4,9 @@
 
 #include "firmware/upload_rules.h"
 #include "firmware/uploads.h"
+#include "gui/copy_lock.h"
 #include "gui/highlight_delegate.h"
+#include "gui/kept_settings.h"
 #include "gui/property_row.h"
 #include "link/datagram.h"
 #include "link/device_link.h"
@@ -18,7 +20,6 @@
 #include <QHostAddress>
 #include <QJsonObject>
 #include <QMainWindow>
-#include <QSettings>
 #include <QStandardItemModel>
 #include <QTimer>
 
@@ -71,7 +72,9 @@ public:
     void on_eq_toggled(bool checked);
     void restore_saved_state();
     void restore_search_history();
-    void save_settings();
+    void watch_for_changes(); // of what the settings keep
+    void put_settings();
+    void save_settings(); // at once
 
     // ---- gui/gui_device_list.cpp -------------------------------------------------------------
     void build_device_list();
@@ -234,6 +237,8 @@ public slots:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 public:
     // ---- fields ------------------------------------------------------------------------------
@@ -273,7 +278,8 @@ public:
     CurveWidget *curve_widget = nullptr; // parentless while hidden, then owned by us
 
     QString cache_path;
-    QSettings settings;
+    KeptSettings settings;
+    CopyLock copy_lock;
     QString column_signature; // a changed set of columns throws the list's saved state away
     QComboBox *network_combo = nullptr;
     QComboBox *search_combo = nullptr;

@@ -199,19 +199,58 @@ void Gui::restore_search_history()
     search_combo->setCurrentIndex(-1);
 }
 
-void Gui::save_settings()
+void Gui::put_settings()
 {
     QStringList history;
     for (int i = 0; i < search_combo->count(); ++i)
         history.append(search_combo->itemText(i));
 
-    settings.setValue("eq_visible", eq_button->isChecked());
-    settings.setValue("geometry", saveGeometry());
-    settings.setValue("windowState", saveState());
-    settings.setValue("property_splitter", property_splitter->saveState());
-    settings.setValue("eq_splitter", eq_splitter->saveState());
-    settings.setValue("list_state", device_list->header()->saveState());
-    settings.setValue("column_info", column_signature);
-    settings.setValue("search_history", history);
-    settings.sync();
+    settings.put("eq_visible", eq_button->isChecked());
+    settings.put("geometry", saveGeometry());
+    settings.put("windowState", saveState());
+    settings.put("property_splitter", property_splitter->saveState());
+    settings.put("eq_splitter", eq_splitter->saveState());
+    settings.put("list_state", device_list->header()->saveState());
+    settings.put("column_info", column_signature);
+    settings.put("search_history", history);
+}
+
+// Another program may hold the file at this moment; who closes a window waits no longer than this.
+void Gui::save_settings()
+{
+    constexpr int longest_wait = 1000; // ms
+    put_settings();
+    settings.write(longest_wait);
+}
+
+// What is changed by hand is kept soon, so that a power cut or a lost display costs little. The
+// columns' widths follow the devices' texts, and are no reason to write.
+void Gui::watch_for_changes()
+{
+    const auto note = [this] { settings.note_change(); };
+    connect(&settings, &KeptSettings::due, this, [this] {
+        put_settings();
+        if (settings.has_news() && !settings.write(0))
+            settings.note_change();
+    });
+    connect(eq_button, &QPushButton::toggled, this, note);
+    for (QSplitter *splitter : {property_splitter, eq_splitter})
+        connect(splitter, &QSplitter::splitterMoved, this, note);
+    connect(device_list->header(), &QHeaderView::sectionMoved, this, note);
+    connect(device_list->header(), &QHeaderView::sortIndicatorChanged, this, note);
+    for (const QAction *action : column_actions)
+        connect(action, &QAction::triggered, this, note);
+    connect(search_combo->model(), &QAbstractItemModel::rowsInserted, this, note);
+}
+
+void Gui::moveEvent(QMoveEvent *event)
+{
+    QMainWindow::moveEvent(event);
+    settings.note_change();
+}
+
+void Gui::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    settings.note_change();
 }

@@ -11,15 +11,32 @@ namespace {
 
 constexpr qint64 LARGEST_SETTINGS = 16 * 1024 * 1024; // bytes; usual are a few thousand
 
+// Settings under the program's own names would be read at once, so a neighbour of theirs is asked.
+QDir settings_folder()
+{
+    const QSettings neighbour(QSettings::IniFormat, QSettings::UserScope, "neighbour");
+    return QFileInfo(neighbour.fileName()).dir();
+}
+
+bool is_usable(const QString &path)
+{
+    const QFileInfo file(path);
+    return !file.exists() || file.isFile();
+}
+
 } // namespace
 
-// Settings under the program's own name would be read at once, so a neighbour of theirs is asked.
 QString settings_path()
 {
-    const QSettings neighbour(QSettings::IniFormat, QSettings::UserScope,
-                              QCoreApplication::organizationName(), "neighbour");
-    const QDir folder = QFileInfo(neighbour.fileName()).dir();
-    return folder.filePath(QCoreApplication::applicationName() + ".ini");
+    return settings_folder().filePath(QCoreApplication::organizationName() + "/"
+                                      + QCoreApplication::applicationName() + ".ini");
+}
+
+// The toolkit reads the maker's settings along with the program's.
+bool are_settings_usable()
+{
+    return is_usable(settings_path())
+        && is_usable(settings_folder().filePath(QCoreApplication::organizationName() + ".ini"));
 }
 
 void set_huge_settings_aside()

@@ -79,8 +79,11 @@ void Gui::on_network_activated()
     // Stays: scripts around the program wait for this line.
     std::fputs("act\n", stdout);
     std::fflush(stdout);
-    if (!network_combo->currentText().isEmpty())
-        settings.setValue("current_network", network_combo->currentText());
+    if (network_combo->currentText().isEmpty())
+        return;
+    settings.put("current_network", network_combo->currentText());
+    if (!settings.write(0))
+        settings.note_change();
 }
 
 void Gui::show_network_info()

@@ -23,6 +23,8 @@ constexpr auto BACKUP_FILTER = "Device backups (*.ntd)";
 void Gui::save_cache()
 {
     cache_slice_timer.stop();
+    if (copy_lock.is_second_copy())
+        return;
     QByteArray text;
     begin_cache_text(text);
     for (const auto &[id, device] : devices) {
@@ -38,6 +40,8 @@ void Gui::save_cache()
 // window in which someone drags a curve.
 void Gui::start_cache_save()
 {
+    if (copy_lock.is_second_copy())
+        return;
     if (cache_slice_timer.isActive()) {
         // Still at the last one: what has changed behind its back comes after it.
         cache_timer.start();

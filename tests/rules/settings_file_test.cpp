@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 class SettingsFileTest : public QObject
 {
     Q_OBJECT
@@ -36,6 +38,28 @@ private slots:
         const QSettings settings(QSettings::IniFormat, QSettings::UserScope, "Makers", "Program");
         QCOMPARE(settings_path(), settings.fileName());
         QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 0);
+    }
+
+    void a_file_or_nothing_is_usable()
+    {
+        QVERIFY(are_settings_usable());
+        put(settings_path(), "[General]\n", 10);
+        QVERIFY(are_settings_usable());
+    }
+
+    void a_pipe_a_folder_and_a_device_are_not_usable()
+    {
+        for (const QString &path : {settings_path(), folder->filePath("Makers.ini")}) {
+            QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+            QVERIFY(!are_settings_usable());
+            QVERIFY(QFile::remove(path));
+            QVERIFY(QFile::link("/dev/null", path));
+            QVERIFY(!are_settings_usable());
+            QVERIFY(QFile::remove(path));
+            QVERIFY(QDir().mkpath(path));
+            QVERIFY(!are_settings_usable());
+            QVERIFY(QDir().rmdir(path));
+        }
     }
 
     void usual_settings_stay()

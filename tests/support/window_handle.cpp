@@ -4,6 +4,8 @@
 #include "firmware/deppen_ass.h"
 #include "gui/gui.h"
 
+#include <QCoreApplication>
+
 WindowHandle::WindowHandle()
     : gui(std::make_unique<Gui>())
 {
@@ -46,9 +48,15 @@ bool WindowHandle::is_dark() const
     return gui->dark_theme;
 }
 
-QSettings &WindowHandle::settings() const
+bool WindowHandle::is_second_copy() const
 {
-    return gui->settings;
+    return gui->copy_lock.is_second_copy();
+}
+
+QSettings WindowHandle::settings()
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope,
+                     QCoreApplication::organizationName(), QCoreApplication::applicationName());
 }
 
 QMenu *WindowHandle::device_menu() const

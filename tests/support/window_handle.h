@@ -50,7 +50,8 @@ public:
     void close_down(); // the steps of leaving, without the window's own
     bool is_closed() const;
     bool is_dark() const;
-    QSettings &settings() const;
+    bool is_second_copy() const;
+    static QSettings settings(); // what the file holds
     QMenu *device_menu() const;
 
     // ---- devices

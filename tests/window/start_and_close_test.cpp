@@ -253,6 +253,36 @@ private slots:
         QCOMPARE(gui().model().rowCount(), 1);
     }
 
+    // The frame counts: what comes back is where the window was, not where it would be by itself.
+    void the_windows_place_and_its_splitters_come_back()
+    {
+        gui().show();
+        gui().widget().setGeometry(37, 41, 911, 573);
+        QCoreApplication::processEvents();
+        gui().property_splitter()->setSizes({420, 480});
+        const QRect place = gui().widget().geometry();
+        const QList<int> sizes = gui().property_splitter()->sizes();
+        QVERIFY(sizes != QList<int>({0, 0}));
+        gui().close();
+        window->start();
+        gui().show();
+        QCOMPARE(gui().widget().geometry(), place);
+        QCOMPARE(gui().property_splitter()->sizes(), sizes);
+    }
+
+    void a_sort_column_in_the_settings_is_read()
+    {
+        gui().close();
+        gui().settings().remove("list_state");
+        gui().settings().setValue("sort_column", window->column("ip"));
+        gui().settings().setValue("sort_order", int(Qt::DescendingOrder));
+        window->start();
+        QCOMPARE(gui().view()->header()->sortIndicatorSection(), window->column("ip"));
+        QCOMPARE(gui().view()->header()->sortIndicatorOrder(), Qt::DescendingOrder);
+        gui().close();
+        QCOMPARE(gui().settings().value("sort_column").toInt(), window->column("ip"));
+    }
+
     void a_settings_file_of_noise_prevents_no_start()
     {
         const QString path = gui().settings().fileName();

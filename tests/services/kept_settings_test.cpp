@@ -1,0 +1,157 @@
+// The settings are written soon after a change, and nothing that stands in their way holds the
+// program up.
+#include "gui/kept_settings.h"
+
+#include "gui/settings_file.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <sys/stat.h>
+
+namespace {
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+void put_text(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(text), qint64{text.size()});
+}
+
+// As another computer leaves it in a shared folder when it stops.
+void lock_from_elsewhere(const QString &settings, const QDateTime &time)
+{
+    const QString path = settings + ".lock";
+    put_text(path, "4711\nsomething\nelsewhere\n");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.setFileTime(time, QFileDevice::FileModificationTime));
+}
+
+} // namespace
+
+class KeptSettingsTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> folder;
+
+private slots:
+    void init()
+    {
+        QCoreApplication::setOrganizationName("Makers");
+        QCoreApplication::setApplicationName("Program");
+        folder = std::make_unique<QTemporaryDir>();
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder->path());
+        QVERIFY(QDir(folder->path()).mkpath("Makers"));
+    }
+
+    void what_was_written_is_read()
+    {
+        KeptSettings settings;
+        QCOMPARE(settings.value("a", 5), QVariant(5));
+        settings.put("a", 7);
+        QCOMPARE(settings.value("a", 5), QVariant(7));
+        QVERIFY(settings.write(0));
+        QVERIFY(contents(settings_path()).contains("a=7"));
+        QCOMPARE(KeptSettings().value("a").toInt(), 7);
+    }
+
+    void only_what_differs_is_news()
+    {
+        KeptSettings settings;
+        QVERIFY(!settings.has_news());
+        settings.put("a", 7);
+        QVERIFY(settings.has_news());
+        QVERIFY(settings.write(0));
+        settings.put("a", 7);
+        QVERIFY(!settings.has_news());
+    }
+
+    void many_changes_are_due_once()
+    {
+        KeptSettings settings;
+        QSignalSpy due(&settings, &KeptSettings::due);
+        for (int i = 0; i < 10; ++i)
+            settings.note_change();
+        QCOMPARE(due.size(), 0);
+        QTRY_COMPARE(due.size(), 1);
+        QTest::qWait(0);
+        QCOMPARE(due.size(), 1);
+    }
+
+    void read_only_settings_are_never_due_nor_written()
+    {
+        KeptSettings settings;
+        QSignalSpy due(&settings, &KeptSettings::due);
+        settings.note_change();
+        settings.set_read_only();
+        settings.note_change();
+        QVERIFY(!due.wait(1500));
+        settings.put("a", 7);
+        QVERIFY(settings.write(0));
+        QVERIFY(!QFile::exists(settings_path()));
+    }
+
+    // Opening the pipe would wait for somebody to write to it.
+    void what_is_no_file_is_neither_read_nor_written_data()
+    {
+        QTest::addColumn<QString>("kind");
+        for (const char *kind : {"pipe", "folder", "device"})
+            QTest::newRow(kind) << kind;
+    }
+    void what_is_no_file_is_neither_read_nor_written()
+    {
+        QFETCH(QString, kind);
+        const QString path = settings_path();
+        if (kind == "pipe")
+            QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else
+            QVERIFY(kind == "folder" ? QDir().mkpath(path) : QFile::link("/dev/null", path));
+        KeptSettings settings;
+        settings.put("a", 7);
+        QVERIFY(settings.write(0));
+        QCOMPARE(KeptSettings().value("a"), QVariant());
+        QCOMPARE(QDir(folder->filePath("Makers"))
+                     .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot),
+                 QStringList("Program.ini"));
+    }
+
+    // The toolkit by itself would wait for half a minute.
+    void a_fresh_foreign_lock_is_not_waited_for()
+    {
+        KeptSettings settings;
+        lock_from_elsewhere(settings_path(), QDateTime::currentDateTime());
+        settings.put("a", 7);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        QVERIFY(!settings.write(1000));
+        QVERIFY(!QFile::exists(settings_path()));
+        QCOMPARE(settings.value("a"), QVariant(7)); // the next one may write it
+        QVERIFY(QFile::remove(settings_path() + ".lock"));
+        QVERIFY(settings.write(0));
+        QVERIFY(contents(settings_path()).contains("a=7"));
+        QVERIFY(elapsed.elapsed() < 15000);
+    }
+
+    void an_old_foreign_lock_is_taken_over()
+    {
+        KeptSettings settings;
+        lock_from_elsewhere(settings_path(), QDateTime::currentDateTime().addSecs(-60));
+        settings.put("a", 7);
+        QVERIFY(settings.write(0));
+        QVERIFY(contents(settings_path()).contains("a=7"));
+    }
+};
+
+QTEST_GUILESS_MAIN(KeptSettingsTest)
+#include "kept_settings_test.moc"
