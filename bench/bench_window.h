@@ -1,5 +1,5 @@
-// What benchmarks with the real window share: a private network, settings of their own, a fleet's
-// worth of reports, and a print that puts every figure beside its reference.
+// What benchmarks with the real window share: a private network, settings of their own, and a
+// fleet's worth of reports.
 #pragma once
 
 #include "gui/program_names.h"
@@ -91,13 +91,4 @@ inline QHostAddress bench_address(int number)
 {
     return QHostAddress((quint32(10) << 24) + (quint32(71) << 16)
                         + static_cast<quint32>(number + 10));
-}
-
-// Prints "  NAME  VALUE UNIT  RATIO x REFERENCE (REFERENCE VALUE UNIT)".
-inline void print_figure(const char *name, double value, const char *unit, double reference,
-                         const char *reference_name)
-{
-    std::printf("  %-44s %9.3f %s   %6.2f x %s (%.3f %s)\n", name, value, unit, value / reference,
-                reference_name, reference, unit);
-    std::fflush(stdout);
 }

@@ -4,6 +4,7 @@
 #include "eq/filter.h"
 #include "eq/filter_list.h"
 #include "eq/filter_response.h"
+#include "limit.h"
 #include "measure.h"
 
 #include <QApplication>
@@ -71,9 +72,9 @@ void measure_response()
         for (const Biquad &biquad : biquads)
             compute_biquad_response(biquad, grid, quick.magnitude, quick.phase);
     });
-    std::printf("response of 5 bands over 2000 points: %.0f us, plain complex %.0f us, ratio %.2f "
-                "(at most 0.6), results %s\n",
-                quick_cost, plain_cost, quick_cost / plain_cost, is_same ? "equal" : "DIFFER");
+    at_most_times("response of 5 bands over 2,000 points", quick_cost, "us", plain_cost,
+                  "plain complex numbers", 0.6);
+    must_hold("both responses are equal", is_same);
 }
 
 void send_mouse(CurveWidget &view, QEvent::Type type, QPoint position)
@@ -112,29 +113,28 @@ void measure_painting()
     const int columns = CurveGrid().columns_per_stroke;
     const double one_stroke = drag_step_microseconds(view, std::numeric_limits<int>::max());
     const double sliced = drag_step_microseconds(view, columns);
-    std::printf(
-        "drag step at 1900 x 500, slices of %d columns: %.0f us, one stroke per curve %.0f us, "
-        "ratio %.2f (at most 0.25)\n",
-        columns, sliced, one_stroke, sliced / one_stroke);
+    at_most_times("a drag step at 1900 x 500", sliced, "us", one_stroke, "one stroke per curve",
+                  0.25);
     const double idle = least_microseconds(30, [&view] { view.repaint(); });
     view.set_has_curve(false);
     const double blank = least_microseconds(30, [&view] { view.repaint(); });
-    std::printf("paint of the idle view: %.0f us, of the background alone %.0f us\n", idle, blank);
+    at_most_times("paint of the idle view", idle, "us", blank, "the background alone", 2.5);
     const double refresh = least_microseconds(100, [&view] {
         const QList<Filter *> filters = make_filters(BANDS);
         static_cast<void>(same_filters(filters, view.filters));
         qDeleteAll(filters);
     });
-    std::printf("refresh with nothing changed: %.1f us\n", refresh);
+    at_most("refresh with nothing changed", refresh, "us", 50);
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
+    is_short_run(argc, argv);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     measure_response();
     measure_painting();
-    return 0;
+    return bench_result();
 }

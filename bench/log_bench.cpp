@@ -1,6 +1,6 @@
 // How fast log windows take text: lines per second of CPU time, stalls and memory. First the
 // window's text alone, then the program with 20 log windows, fed by datagrams over the loopback.
-#include "bench_window.h"
+#include "bench_main.h"
 
 #include "link/datagram.h"
 #include "meter/log_stream.h"
@@ -102,12 +102,14 @@ Result stream(int lines, int burst, Append append)
     return result;
 }
 
-void print(const std::string &what, const Result &result, const Result &reference)
+void print(const std::string &what, const Result &result, const Result &reference,
+           double least_times)
 {
-    std::printf("%-40s %7.0f lines/s (%.1f x), painted %7.0f lines/s (%.1f x), worst %5.2f ms\n",
-                what.c_str(), result.lines_per_second,
-                result.lines_per_second / reference.lines_per_second, result.with_painting,
-                result.with_painting / reference.with_painting, result.worst);
+    std::printf("%s: %.0f lines/s, %.0f with painting\n", what.c_str(), result.lines_per_second,
+                result.with_painting);
+    at_least("of the rate of one insertion per line",
+             result.lines_per_second / reference.lines_per_second, "x", least_times);
+    at_most("the longest burst", result.worst, "ms", 50);
 }
 
 void append_one_by_one(QPlainTextEdit *view, const std::vector<QString> &texts)
@@ -136,11 +138,11 @@ Result bench_reference(int lines)
 
 void bench_one_window(int lines, const Result &reference)
 {
-    print("reference, one insertion per line", reference, reference);
+    print("reference, one insertion per line", reference, reference, 1);
     const auto single = make_view();
     const auto one_by_one
         = [view = single.get()](const auto &texts) { append_one_by_one(view, texts); };
-    print("one by one, bursts of 48", stream(lines / 4, 48, one_by_one), reference);
+    print("one by one, bursts of 48", stream(lines / 4, 48, one_by_one), reference, 0.8);
     for (const int burst : {4, 16, 48, 200, 500}) {
         const auto view = make_view();
         LogAppender appender;
@@ -148,7 +150,7 @@ void bench_one_window(int lines, const Result &reference)
             append_joined(appender, target, texts);
         };
         print("joined, bursts of " + std::to_string(burst),
-              stream(burst < 48 ? lines / 4 : lines, burst, joined), reference);
+              stream(burst < 48 ? lines / 4 : lines, burst, joined), reference, burst < 16 ? 1 : 2);
     }
 }
 
@@ -161,9 +163,8 @@ void bench_scrolled_up(int lines, const Result &reference)
     };
     view->verticalScrollBar()->setValue(300);
     const Result result = stream(std::min(lines, 20000), 48, joined);
-    print("joined, bursts of 48, scrolled up", result, reference);
-    std::printf("the view stood at line 300 and stands at %d\n",
-                view->verticalScrollBar()->value());
+    print("joined, bursts of 48, scrolled up", result, reference, 1);
+    tell("the view stood at line 300 and stands at", view->verticalScrollBar()->value(), "");
 }
 
 void bench_twenty_windows(int lines, const Result &reference)
@@ -176,7 +177,7 @@ void bench_twenty_windows(int lines, const Result &reference)
     const auto joined = [&appender, &views, &next](const auto &texts) {
         append_joined(appender, views[next++ % views.size()].get(), texts);
     };
-    print("joined, bursts of 48, 20 windows in turn", stream(lines, 48, joined), reference);
+    print("joined, bursts of 48, 20 windows in turn", stream(lines, 48, joined), reference, 2);
 }
 
 void bench_memory(int lines)
@@ -187,8 +188,8 @@ void bench_memory(int lines)
         append_joined(appender, target, texts);
     };
     for (int round = 0; round <= 4; ++round) {
-        std::printf("memory after %6d lines: %.1f MB\n", MAX_BLOCKS + round * lines,
-                    resident_megabytes());
+        std::printf("after %d lines\n", MAX_BLOCKS + round * lines);
+        tell("memory", resident_megabytes(), "MB");
         stream(lines, 200, joined);
     }
 }
@@ -206,8 +207,7 @@ void bench_filter()
     const auto take = [&log, &attachment] {
         take_log_message(log, {{"pos", static_cast<double>(log.log_pos)}}, attachment);
     };
-    std::printf("one message of 15 coloured lines, %d bytes, to text: %.2f us\n", attachment.size(),
-                cpu_microseconds(20000, take));
+    at_most("one message of 15 coloured lines to text", cpu_microseconds(20000, take), "us", 100);
 }
 
 QByteArray log_datagram(const Device &device, uint32_t position, const QByteArray &text)
@@ -294,11 +294,11 @@ void bench_program_stream(Program &program, int lines, int burst)
     program.settle();
     const bool is_whole
         = device->log_pos == sent && !device->log_view->toPlainText().contains("[lost");
-    std::printf(
-        "  %6d lines, %3d at a time: %7.0f lines/s from the wire to the screen, longest turn "
-        "%5.2f ms (at most 12), %s\n",
-        lines, burst, lines / spent, program.worst_turn, is_whole ? "all shown" : "NOT ALL SHOWN");
-    std::fflush(stdout);
+    std::printf("%d lines, %d at a time\n", lines, burst);
+    const double least = burst < 4 ? 5000 : burst < 16 ? 20000 : burst < 48 ? 50000 : 80000;
+    at_least("from the wire to the screen", lines / spent, "lines/s", least);
+    at_most("longest turn", program.worst_turn, "ms", 12);
+    must_hold("all lines are shown", is_whole);
 }
 
 void bench_program_windows(Program &program, int lines)
@@ -314,17 +314,17 @@ void bench_program_windows(Program &program, int lines)
             program.turn();
         }
         program.settle();
-        std::printf("  %6d lines to 20 windows in turn: longest turn %5.2f ms, memory %.1f MB, the "
-                    "one scrolled up stands at %d\n",
-                    lines, program.worst_turn, resident_megabytes(), bar->value());
-        std::fflush(stdout);
+        std::printf("%d lines to 20 windows in turn, the one scrolled up stands at %d\n", lines,
+                    bar->value());
+        at_most("longest turn", program.worst_turn, "ms", 12);
+        tell("memory", resident_megabytes(), "MB");
     }
 }
 
 void bench_program(int lines)
 {
     Program program;
-    std::printf("the program with 20 log windows:\n");
+    std::printf("the program with 20 log windows\n");
     for (int burst : {1, 4, 16, 48})
         bench_program_stream(program, burst == 48 ? lines : lines / 4, burst);
     // Fills the second window, then leaves it where a reader would have it.
@@ -373,30 +373,24 @@ void bench_hostile_messages(Program &program)
         program.worst_turn = 0;
         program.send(log_datagram(*device, device->log_pos, one.text));
         program.settle();
-        std::printf("  65,000 bytes of %-24s longest turn %6.2f ms (at most 50)\n", one.what,
-                    program.worst_turn);
-        std::fflush(stdout);
+        at_most(one.what, program.worst_turn, "ms", 50);
     }
 }
 } // namespace
 
 int main(int argc, char **argv)
 {
-    start_bench_process();
-    QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    register_resources();
-    build_catalogue();
-    const bool is_short = application.arguments().contains("--short");
-    const int lines = is_short ? 40000 : 200000;
-    bench_filter();
-    bench_memory(lines);
-    const Result reference = bench_reference(lines);
-    bench_one_window(lines, reference);
-    bench_scrolled_up(lines, reference);
-    bench_twenty_windows(lines, reference);
-    bench_program(lines);
-    Program program;
-    bench_hostile_messages(program);
-    return 0;
+    return bench_main(argc, argv, [](bool is_short, const QStringList &) {
+        const int lines = is_short ? 40000 : 200000;
+        bench_filter();
+        bench_memory(lines);
+        const Result reference = bench_reference(lines);
+        bench_one_window(lines, reference);
+        bench_scrolled_up(lines, reference);
+        bench_twenty_windows(lines, reference);
+        bench_program(lines);
+        Program program;
+        std::printf("the longest turn that 65,000 bytes of one kind make\n");
+        bench_hostile_messages(program);
+    });
 }

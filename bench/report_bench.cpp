@@ -1,5 +1,6 @@
 // What a report, a changed cell, a lost fleet and a start cost, beside plain work of the same kind.
 #include "bench_window.h"
+#include "limit.h"
 
 #include "gui/device_list_view.h"
 #include "link/datagram.h"
@@ -103,12 +104,12 @@ void bench_reports(WindowHandle &gui, int rounds)
     const double floor = floor_per_datagram(datagrams[0], rounds);
     manager_per_datagram(gui, datagrams[0], 2);
     const double unchanged = manager_per_datagram(gui, datagrams[0], rounds);
-    print_figure("unchanged, at most 2", unchanged, "us", floor, "receive, checksum and parse");
+    at_most_times("an unchanged report", unchanged, "us", floor, "receive, checksum and parse", 2);
     double counting = 0;
     for (int round = 0; round < rounds; ++round)
         counting += manager_per_datagram(gui, datagrams[round % 2 == 0], 1) / rounds;
-    print_figure("with another number in no column", counting, "us", floor,
-                 "receive, checksum and parse");
+    at_most_times("a report with another number in no column", counting, "us", floor,
+                  "receive, checksum and parse", 3);
 }
 
 void bench_changed_cell(WindowHandle &gui, int rounds)
@@ -129,9 +130,10 @@ void bench_changed_cell(WindowHandle &gui, int rounds)
         gui.report(address, bench_report(1, 1), true, gui.network());
         QApplication::processEvents();
     });
-    print_figure("changed cell, with painting", each, "us", unchanged, "an unchanged report");
-    std::printf("  %-44s %9.2f (at most 1)\n", "rounds of measuring per frame of 16 ms",
-                (gui.view()->measurements() - measured) / 7.0 / frames);
+    tell("a changed cell with its painting", each, "us");
+    tell("an unchanged report, handled alone", unchanged, "us");
+    at_most("rounds of measuring columns per frame of 16 ms",
+            (gui.view()->measurements() - measured) / 7.0 / frames, "", 1);
 }
 
 void bench_lost_fleet(WindowHandle &gui)
@@ -145,8 +147,8 @@ void bench_lost_fleet(WindowHandle &gui)
     const double pass = (cpu_seconds() - start) * 1e3;
     pass_time(40);
     const double painted = (cpu_seconds() - start) * 1e3;
-    std::printf("  %-44s %9.1f ms (under 60), %.1f ms with painting\n", "all in one pass", pass,
-                painted);
+    at_most("all go offline in one pass", pass, "ms", 60);
+    tell("the same with its painting", painted, "ms");
 }
 
 // CPU milliseconds of a whole process of this program, called with one more argument.
@@ -194,8 +196,7 @@ void bench_empty_start(const char *program, int rounds)
     std::printf("start of the whole program without devices\n");
     const double bare = process_milliseconds(program, "--bare-window", rounds);
     const double ours = process_milliseconds(program, "--our-window", rounds);
-    print_figure("from start to painted, at most 1.6", ours, "ms", bare,
-                 "a bare window with a tree view");
+    at_most_times("from start to painted", ours, "ms", bare, "a bare window with a tree view", 1.6);
 }
 
 // Reads the cache, merges every report and makes the same rows as a full list has, item by item,
@@ -254,15 +255,15 @@ void bench_full_start(WindowHandle &filled, const QString &folder)
     QApplication::processEvents();
     const double ours = (cpu_seconds() - start) * 1e3;
     std::printf("  %d rows\n", gui->model().rowCount());
-    print_figure("window with its list, at most 1.2", ours, "ms", plain,
-                 "reading, merging and building rows with one sort");
+    at_most_times("the window with its list", ours, "ms", plain,
+                  "reading, merging and building rows with one sort", 1.2);
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const bool is_short = argc > 1 && qstrcmp(argv[1], "--short") == 0;
+    const bool is_short = is_short_run(argc, argv);
     start_bench_process();
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
@@ -283,5 +284,5 @@ int main(int argc, char **argv)
     bench_changed_cell(*gui, is_short ? 1000 : 4000);
     bench_lost_fleet(*gui);
     bench_full_start(*gui, folder.path());
-    return 0;
+    return bench_result();
 }

@@ -1,13 +1,10 @@
 // What keeping and searching a thousand devices costs: the longest stall of a save, the price of a
-// typed letter. Run it in a network of its own (unshare -rn), as the window looks for devices.
-#include "measure.h"
-
+// typed letter.
+#include "bench_main.h"
 #include "gui/device_list_view.h"
-#include "gui/program_names.h"
 #include "model/device_state.h"
 #include "model/json_path.h"
 #include "model/saved_file.h"
-#include "support/window_handle.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -61,11 +58,9 @@ void bench_save(WindowHandle &gui)
     std::printf("report %d bytes, cache %.2f MB\n",
                 QJsonDocument(report_of(1, 1)).toJson(QJsonDocument::Compact).size(),
                 plain_text(gui).size() / 1e6);
-    std::printf("reference, all text built anew: %.1f ms CPU\n",
-                cpu_microseconds(5, [&gui] { plain_text(gui); }) / 1e3);
+    const double anew = cpu_microseconds(5, [&gui] { plain_text(gui); }) / 1e3;
     for (const bool is_changing : {true, false}) {
         double worst_cpu = 0;
-        double worst_wall = 0;
         double total = 0;
         int slices = 0;
         for (int round = 0; round < 20; ++round) {
@@ -73,25 +68,23 @@ void bench_save(WindowHandle &gui)
                 change_all(gui, round);
             gui.start_cache_save();
             while (gui.cache_slice_timer().isActive()) {
-                QElapsedTimer wall;
-                wall.start();
                 const double cpu = cpu_microseconds(1, [&gui] { gui.continue_cache_save(); }) / 1e3;
-                worst_wall = std::max(worst_wall, static_cast<double>(wall.nsecsElapsed()) / 1e6);
                 worst_cpu = std::max(worst_cpu, cpu);
                 total += cpu;
                 ++slices;
             }
         }
-        std::printf("save in slices, %-11s %.1f slices, %.1f ms CPU in all, worst %.2f ms CPU, "
-                    "%.2f ms wall\n",
-                    is_changing ? "all changed" : "unchanged", slices / 20.0, total / 20, worst_cpu,
-                    worst_wall);
+        std::printf("%s: %.1f slices\n", is_changing ? "all changed" : "unchanged", slices / 20.0);
+        at_most_times("a save in slices", total / 20, "ms", anew, "all text built anew",
+                      is_changing ? 1.8 : 0.1);
+        at_most("its longest slice", worst_cpu, "ms", 16);
     }
     change_all(gui, 77);
-    std::printf("save at once, all changed: %.1f ms CPU\n",
-                cpu_microseconds(1, [&gui] { gui.save_cache(); }) / 1e3);
-    std::printf("the same bytes: %s\n",
-                read_saved_file(gui.cache_path()).value() == plain_text(gui) ? "yes" : "NO");
+    at_most_times("a save at once, all changed",
+                  cpu_microseconds(1, [&gui] { gui.save_cache(); }) / 1e3, "ms", anew,
+                  "all text built anew", 1.8);
+    must_hold("the cache holds the same bytes",
+              read_saved_file(gui.cache_path()).value() == plain_text(gui));
 }
 
 void bench_write(const QString &path)
@@ -101,8 +94,9 @@ void bench_write(const QString &path)
         QFile::remove(path);
         const double fresh = cpu_microseconds(1, [&] { replace_saved_file(path, text); });
         const double over = cpu_microseconds(10, [&] { replace_saved_file(path, text); });
-        std::printf("%d MB written: fresh %.2f ms CPU, over an old text %.2f ms\n", megabytes,
-                    fresh / 1e3, over / 1e3);
+        std::printf("%d MB written\n", megabytes);
+        at_most("to a fresh file", fresh / 1e3, "ms", 16);
+        at_most("over an old text", over / 1e3, "ms", 16);
     }
 }
 
@@ -120,7 +114,8 @@ void bench_hiding(WindowHandle &gui)
             QApplication::processEvents();
         }
     }
-    std::printf("hiding all rows %.0f us, showing them %.0f us\n", hide / 10, show / 10);
+    tell("hiding all rows", hide / 10, "us");
+    tell("showing them", show / 10, "us");
 }
 
 // One look at each visible cell's text.
@@ -153,10 +148,10 @@ void bench_word(WindowHandle &gui, const std::vector<QString> &texts, const QStr
     }
     const double warm = cpu_microseconds(50, [&] { hits = bare_loop(texts, search); });
     const double again = cpu_microseconds(50, [&gui] { gui.refresh_search(); });
-    std::printf("'%s' in %d cells: bare loop %.0f us, typed %.0f us (%.1f times), painting and "
-                "layout %.0f us; warm %.0f us, %.0f us (%.1f times)\n",
-                qPrintable(search), hits, cold / rounds, typed / rounds, typed / cold,
-                painted / rounds, warm, again, again / warm);
+    std::printf("'%s' in %d cells\n", qPrintable(search), hits);
+    at_most_times("typed", typed / rounds, "us", cold / rounds, "a bare loop over the texts", 6);
+    at_most_times("searched once more", again, "us", warm, "the same loop, warm", 8);
+    at_most("painting and layout", painted / rounds / 1e3, "ms", 16);
 }
 
 void bench_search(WindowHandle &gui)
@@ -174,41 +169,40 @@ void bench_search(WindowHandle &gui)
             gui.search_box()->lineEdit()->clear();
         });
     }
-    std::printf("the box alone: %.0f us\n", plain / 2);
+    tell("the box alone", plain / 2, "us");
     for (const char *search : {"q", "zz", "speaker", "5", "hall 7"})
         bench_word(gui, texts, search);
     gui.search_box()->lineEdit()->clear();
+}
+
+void bench_all()
+{
+    const QTemporaryDir folder;
+    {
+        const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
+        gui->show();
+        gui->begin_batch();
+        for (int number = 0; number < DEVICES; ++number)
+            gui->report(QHostAddress(0x0A000001 + static_cast<quint32>(number)),
+                        report_of(number, 0), false, QString());
+        gui->end_batch();
+        gui->sort();
+        gui->cache_timer().stop();
+        gui->meter_timer().stop();
+        gui->discovery_timer().stop();
+        QApplication::processEvents();
+        bench_save(*gui);
+        bench_write(folder.filePath("write"));
+        bench_hiding(*gui);
+        bench_search(*gui);
+    }
+    tell("start with these devices in the cache",
+         cpu_microseconds(1, [] { WindowHandle gui; }) / 1e3, "ms");
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const QTemporaryDir folder;
-    set_program_names();
-    QApplication application(argc, argv);
-    register_resources();
-    build_catalogue();
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-    {
-        WindowHandle gui;
-        gui.show();
-        gui.begin_batch();
-        for (int number = 0; number < DEVICES; ++number)
-            gui.report(QHostAddress(0x0A000001 + static_cast<quint32>(number)),
-                       report_of(number, 0), false, QString());
-        gui.end_batch();
-        gui.sort();
-        gui.cache_timer().stop();
-        gui.meter_timer().stop();
-        gui.discovery_timer().stop();
-        QApplication::processEvents();
-        bench_save(gui);
-        bench_write(folder.filePath("write"));
-        bench_hiding(gui);
-        bench_search(gui);
-    }
-    std::printf("start with these devices in the cache: %.0f ms CPU\n",
-                cpu_microseconds(1, [] { WindowHandle gui; }) / 1e3);
-    return 0;
+    return bench_main(argc, argv, [](bool, const QStringList &) { bench_all(); });
 }

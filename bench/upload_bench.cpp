@@ -1,7 +1,7 @@
 // A whole fleet is updated at once through the real window, with simulated devices at the other end
 // of a cable: first without loss, then with 5 % of datagrams lost in each direction.
 // Usage: upload_bench [--short]
-#include "bench_window.h"
+#include "bench_main.h"
 
 #include "firmware/tftp_uploader.h"
 #include "gui/device_list_view.h"
@@ -118,8 +118,7 @@ void start_all(WindowHandle &gui, const Load &load, Outcome &outcome)
     }
 }
 
-// True when all transfers succeed and every device has the very bytes.
-bool update_all(WindowHandle &gui, SimulatedFleet &fleet, const Load &load, const char *title)
+void update_all(WindowHandle &gui, SimulatedFleet &fleet, const Load &load, const char *title)
 {
     const int files = files_of(fleet.stats().first());
     gui.view()->selectAll(); // as an operator has done before
@@ -148,38 +147,23 @@ bool update_all(WindowHandle &gui, SimulatedFleet &fleet, const Load &load, cons
     for (const QJsonValue &device : fleet.stats())
         identical += files_of(device) > files && stored_file(device) == load.bytes;
     std::printf("%s: %d devices, %d bytes each\n", title, load.devices, load.bytes.size());
-    std::printf("  %d ended with \"Upload succeeded.\", %d files are byte-identical\n",
-                outcome.succeeded, identical);
+    must_hold("all end with \"Upload succeeded.\"", outcome.succeeded == load.devices);
+    must_hold("all files are byte-identical", identical == load.devices);
     for (const QString &failure : outcome.failures)
         std::printf("  failed: %s\n", qPrintable(failure));
     const double blocks = load.devices * (load.bytes.size() / 512.0 + 1);
-    std::printf("  %.1f s, %.0f blocks/s, %.2f CPU seconds per second (at most 1)\n", seconds,
-                blocks / seconds, cpu_used / seconds);
-    std::printf("  longest stall %.1f ms of CPU time (at most 50); the start took %.1f\n",
-                outcome.longest_stall, start_took);
-    std::printf("  %.1f CPU us per block, with its row in the list\n", cpu_used * 1e6 / blocks);
-    std::fflush(stdout);
-    return outcome.succeeded == load.devices && identical == load.devices;
+    std::printf("  %.1f s, %.0f blocks/s\n", seconds, blocks / seconds);
+    at_most("CPU seconds per second", cpu_used / seconds, "", 1);
+    at_most("longest stall, of CPU time", outcome.longest_stall, "ms", 50);
+    tell("the start", start_took, "ms");
+    tell("CPU time of a block, with its row in the list", cpu_used * 1e6 / blocks, "us");
 }
 
-Load load_from(int argc, char **argv)
+void bench_uploads(bool is_short)
 {
     Load load{.bytes = embedded_image()};
-    if (argc > 1 && qstrcmp(argv[1], "--short") == 0)
+    if (is_short)
         load = {.devices = 10, .bytes = load.bytes.left(30'000), .remote_name = "lpi.bin"};
-    return load;
-}
-
-} // namespace
-
-int main(int argc, char **argv)
-{
-    start_bench_process();
-    QApplication application(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    register_resources();
-    build_catalogue();
-    const Load load = load_from(argc, argv);
     QTemporaryDir folder;
     SimulatedFleet fleet(
         {"--fleet", write_fleet(folder.path(), load), "--store", folder.path() + "/files"});
@@ -187,10 +171,17 @@ int main(int argc, char **argv)
     gui->show();
 
     run_until("start", [&gui, &load] { return are_all_online(*gui, load.devices); });
-    bool is_good = update_all(*gui, fleet, load, "without loss");
+    update_all(*gui, fleet, load, "without loss");
     run_until("restart", [&fleet] { return are_all_restarted(fleet); });
     run_until("return", [&gui, &load] { return are_all_online(*gui, load.devices); });
     fleet.fault("all", "loss", {{"percent", LOSS}, {"direction", "both"}});
-    is_good = update_all(*gui, fleet, load, "5 % lost in each direction") && is_good;
-    return is_good ? 0 : 1;
+    update_all(*gui, fleet, load, "5 % lost in each direction");
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    return bench_main(argc, argv,
+                      [](bool is_short, const QStringList &) { bench_uploads(is_short); });
 }

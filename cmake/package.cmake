@@ -1,6 +1,5 @@
 # What `cmake --install` installs, and the Debian package that `cpack` makes of it.
 include(GNUInstallDirs)
-include(cmake/package_hardening.cmake)
 
 set(PICTURES_URL "https://velmark.example/network-manager/pictures" CACHE STRING
     "Where docs/pictures is published: software centres show screenshots from the web only")

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # build.sh PRESET [TARGETS...]: configures the preset once and builds the targets, or everything.
+# With VELMARK_WERROR=ON in the environment warnings are errors, as in continuous integration.
 # What the compiler says goes to build/PRESET/build.log and is shown when the build fails.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -17,9 +18,13 @@ fail() {
     exit 1
 }
 
-if [[ ! -f $folder/build.ninja ]]; then
-    echo "The first build of the preset $preset takes some minutes."
+[[ -f $folder/build.ninja ]] || echo "The first build of the preset $preset takes some minutes."
+if [[ ! -f $folder/build.ninja || CMakePresets.json -nt $folder/CMakeCache.txt ]]; then
     cmake --preset "$preset" >>"$log" 2>&1 || fail
+    touch "$folder/CMakeCache.txt"
 fi
+werror=${VELMARK_WERROR:-OFF}
+grep -qx "VELMARK_WERROR:BOOL=$werror" "$folder/CMakeCache.txt" \
+    || cmake -DVELMARK_WERROR="$werror" "$folder" >>"$log" 2>&1 || fail
 echo "Building ${targets[*]:-everything} (preset $preset)"
 cmake --build "$folder" --parallel "$(nproc)" --target "${targets[@]:-all}" >>"$log" 2>&1 || fail
