@@ -38,9 +38,7 @@ void measure_confirm(WindowHandle *gui)
             gui->model().index(row, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     }
     gui->set_edit_mode(true);
-    Property *level = gui->row("dsp/level");
-    level->value = 1;
-    level->edited = true;
+    gui->panel().take("dsp/level", 1);
     measure("Confirm of a change at 200 of 1,000 devices", 1, 40, [gui](int) { gui->confirm(); });
     gui->discovery_timer().stop();
 }
@@ -81,10 +79,11 @@ void measure_all()
     measure("select 1,000 devices again", 1, 200, [&gui](int) { gui->view()->selectAll(); });
     measure("one report of 1,000 selected", 100, 4, [&report](int i) { report(500, i); });
     measure("start an edit of 1,000 devices", 1, 100, [&gui](int) { gui->set_edit_mode(true); });
-    measure("one edit of a row", 10, 1, [&gui](int) { gui->row_edited(gui->row("dsp/level")); });
+    measure("one edit of a row", 10, 1,
+            [&gui](int) { gui->panel().take("dsp/level", gui->row("dsp/level").value); });
     measure("end the edit", 1, 120, [&gui](int) { gui->set_edit_mode(false); });
     measure_confirm(gui.get());
-    measure("refresh of all rows", 200, 16, [&gui](int) { gui->refresh_all_rows(); });
+    measure("refresh of all rows", 200, 16, [&gui](int) { gui->panel().refresh_all_rows(); });
     measure_farewell(gui.get());
 }
 

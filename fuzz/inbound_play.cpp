@@ -129,7 +129,7 @@ void InboundPlay::edit_step(char letter, const QByteArray &rest)
     else if (letter == 'I')
         gui->edit_button()->click();
     else if (letter == 'N')
-        gui->cancel();
+        gui->panel().cancel();
     else if (letter == 'Q')
         gui->eq_button()->click();
     else
@@ -197,17 +197,17 @@ void InboundPlay::select_rows(const QByteArray &numbers)
 void InboundPlay::edit(int number, const QByteArray &text)
 {
     const auto count = static_cast<int>(property_keys.size());
-    Property *row = gui->row(property_keys[static_cast<size_t>(number % count)]);
-    if (row->line_edit && row->line_edit->isEnabled()) {
-        row->line_edit->setText(QString::fromUtf8(text));
-        emit row->line_edit->textEdited(row->line_edit->text());
-    } else if (row->spinner && row->spinner->isEnabled()) {
-        row->spinner->findChild<QLineEdit *>()->setText(QString::fromUtf8(text));
-    } else if (row->check_box && row->check_box->isEnabled()) {
-        row->check_box->click();
-    } else if (row->combo && row->combo->isEnabled() && row->combo->count() > 0) {
-        row->combo->setCurrentIndex(number_at(text, 0) % row->combo->count());
-        emit row->combo->activated(row->combo->currentIndex());
+    const PanelRow row = gui->row(property_keys[static_cast<size_t>(number % count)]);
+    if (row.line_edit && row.line_edit->isEnabled()) {
+        row.line_edit->setText(QString::fromUtf8(text));
+        emit row.line_edit->textEdited(row.line_edit->text());
+    } else if (row.spinner && row.spinner->isEnabled()) {
+        row.spinner->findChild<QLineEdit *>()->setText(QString::fromUtf8(text));
+    } else if (row.check_box && row.check_box->isEnabled()) {
+        row.check_box->click();
+    } else if (row.combo && row.combo->isEnabled() && row.combo->count() > 0) {
+        row.combo->setCurrentIndex(number_at(text, 0) % row.combo->count());
+        emit row.combo->activated(row.combo->currentIndex());
     }
 }
 

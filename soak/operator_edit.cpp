@@ -34,18 +34,18 @@ void OperatorPlay::begin_edit()
 
 void OperatorPlay::edit_row()
 {
-    std::vector<Property *> rows;
+    std::vector<PanelRow> rows;
     for (const auto &[key, row] : gui().rows())
-        if (row->holder && row->holder->isVisible() && row->holder->isEnabled())
-            rows.push_back(row.get());
+        if (row.holder && row.holder->isVisible() && row.holder->isEnabled())
+            rows.push_back(row);
     if (rows.empty())
         return;
     if (!gui().is_editing() && random.happens(50))
         begin_edit();
-    change_editor(*rows[static_cast<size_t>(random.below(static_cast<int>(rows.size())))]);
+    change_editor(rows[static_cast<size_t>(random.below(static_cast<int>(rows.size())))]);
 }
 
-void OperatorPlay::change_editor(Property &row)
+void OperatorPlay::change_editor(const PanelRow &row)
 {
     if (row.line_edit && row.line_edit->isEnabled()) {
         type_over(row.line_edit, odd_text(random));
@@ -107,7 +107,7 @@ void OperatorPlay::purge()
 void OperatorPlay::update_firmware()
 {
     if (gui().selected_devices().size() < 12)
-        press(gui().rows().at("firmware_version")->button);
+        press(gui().row("firmware_version").button);
 }
 
 void OperatorPlay::upload_file()
@@ -119,9 +119,9 @@ void OperatorPlay::upload_file()
 void OperatorPlay::save_or_load_backup()
 {
     for (const auto &[key, row] : gui().rows()) {
-        if (row->extra_widgets.size() != 2)
+        if (row.extra_widgets.size() != 2)
             continue;
-        QWidget *button = row->extra_widgets[static_cast<size_t>(random.below(2))];
+        QWidget *button = row.extra_widgets[static_cast<size_t>(random.below(2))];
         return press(qobject_cast<QPushButton *>(button));
     }
 }

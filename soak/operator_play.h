@@ -14,7 +14,7 @@ class WindowHandle;
 class QAbstractButton;
 class StallWatch;
 struct Device;
-struct Property;
+struct PanelRow;
 struct WindowCase;
 
 class OperatorPlay : public QObject
@@ -69,7 +69,7 @@ private:
     void update_firmware();
     void upload_file();
     void save_or_load_backup();
-    void change_editor(Property &row);
+    void change_editor(const PanelRow &row);
 
     // --- soak/operator_windows.cpp
     void open_logs();

@@ -29,7 +29,8 @@ bool same_filter(const Filter *left, const Filter *right)
     FilterParams right_params;
     left->get_params(left_params);
     right->get_params(right_params);
-    return left->type_name() == right->type_name() && same_params(left_params, right_params);
+    return left->number == right->number && left->type_name() == right->type_name()
+        && same_params(left_params, right_params);
 }
 
 } // namespace

@@ -10,6 +10,7 @@ class Filter;
 // One new object per band, without a grid; the caller owns them.
 QList<Filter *> make_filters(const std::vector<EqBand> &bands);
 
-// Whether both lists draw and drag alike: type names and exact parameters at each position. The
-// numbers are not looked at, which stays so.
+// Whether both lists draw and drag alike: numbers, type names and exact parameters at each
+// position. A drag writes to the rows of its band's number: equal bands of other numbers are
+// others.
 bool same_filters(const QList<Filter *> &left, const QList<Filter *> &right);

@@ -11,7 +11,7 @@ void Gui::refresh_eq_view()
 {
     if (selected_devices().empty())
         return;
-    const Property *enable = property_row(EQ_ENABLE_KEY);
+    const Property *enable = panel.row(EQ_ENABLE_KEY);
     if (!enable || enable->desc.kind == PROP_NONE) {
         curve_widget->set_has_curve(false);
         eq_button->setChecked(false);
@@ -26,7 +26,7 @@ void Gui::load_curve_from_rows()
 {
     curve_widget->set_has_curve(true);
     const auto row_value = [this](const std::string &key) -> std::optional<QVariant> {
-        const Property *row = property_row(key);
+        const Property *row = panel.row(key);
         return row ? std::optional(row->value) : std::nullopt;
     };
     const QList<Filter *> bands = make_filters(read_eq_bands(row_value));
@@ -41,13 +41,6 @@ void Gui::apply_band_edit(Filter *filter)
 {
     FilterParams params;
     filter->get_params(params);
-    for (const auto &[key, value] : eq_row_edits(filter->number, params)) {
-        Property *row = property_row(key);
-        if (!row || row->desc.kind == PROP_NONE)
-            continue;
-        set_row_value(row, value, true);
-        row->edited = true;
-        mark_dependants(row);
-        refresh_needed_rows();
-    }
+    for (const auto &[key, value] : eq_row_edits(filter->number, params))
+        panel.take_unchanged(key, value);
 }

@@ -46,18 +46,25 @@ std::vector<PropertyChoice> preset_choices(const QVariant &product, const QVaria
     return choices;
 }
 
-int session_channels(const Property &session)
+QVariant value_of(const OtherRow &row)
 {
-    const PropertyChoice *choice = find_choice(session.desc.choices, session.value);
+    return row.value ? *row.value : QVariant();
+}
+
+int session_channels(const PropertyDesc &session, const QVariant &value)
+{
+    const PropertyChoice *choice = find_choice(session.choices, value);
     return choice ? choice->data.value<session_item>().channels : 0;
 }
 
 int source_channel_count(const PropertyLookup &lookup)
 {
-    if (lookup("stream/rtp/en").value.toBool())
-        return int_of(lookup("stream/rtp/cc").value).value_or(0);
-    const Property session = lookup("stream/name");
-    return session.desc.kind == PROP_NONE ? 0 : session_channels(session);
+    if (value_of(lookup("stream/rtp/en")).toBool())
+        return int_of(value_of(lookup("stream/rtp/cc"))).value_or(0);
+    const OtherRow session = lookup("stream/name");
+    if (!session.desc || session.desc->kind == PROP_NONE)
+        return 0;
+    return session_channels(*session.desc, value_of(session));
 }
 
 // Doubles, unlike the ints of the destination channels: they are compared as numbers anyway, and a
@@ -86,14 +93,14 @@ QString not_found_text(const PropertyDesc &desc, const QVariant &value)
 
 } // namespace
 
-void update_dynamic_choices(Property &prop, const PropertyLookup &lookup)
+void update_dynamic_choices(PropertyDesc &desc, const PropertyLookup &lookup)
 {
-    if (prop.desc.key == "dsp/preset")
-        prop.desc.choices = preset_choices(lookup("product_id").value, lookup("dsp/bank").value);
+    if (desc.key == "dsp/preset")
+        desc.choices = preset_choices(value_of(lookup("product_id")), value_of(lookup("dsp/bank")));
 
-    const bool is_source_channel = (prop.desc.flags & PF_SOURCE_CHANNEL) != 0;
-    if (is_source_channel && int_of(prop.desc.user_value))
-        prop.desc.choices = source_channel_choices(source_channel_count(lookup));
+    const bool is_source_channel = (desc.flags & PF_SOURCE_CHANNEL) != 0;
+    if (is_source_channel && int_of(desc.user_value))
+        desc.choices = source_channel_choices(source_channel_count(lookup));
 }
 
 std::vector<PropertyChoice> session_choices(const std::vector<session_item> &sessions)

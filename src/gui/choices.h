@@ -12,7 +12,7 @@
 // Recomputes the choices of a row that depends on other rows: preset names follow product and
 // bank, source channels follow the stream. `lookup` gives those other rows (or one device's state);
 // any other row stays as it is.
-void update_dynamic_choices(Property &prop, const PropertyLookup &lookup);
+void update_dynamic_choices(PropertyDesc &desc, const PropertyLookup &lookup);
 
 // The choices of "stream/name": "<disable>" (an empty name), then the sessions ordered by the bytes
 // of their labels, "name (info)". Each carries its session_item as data.

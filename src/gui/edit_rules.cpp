@@ -77,15 +77,6 @@ bool is_read_only(const Property &row, const std::string &key, const Device &dev
     return ((row.desc.flags | own_flags) & PF_READONLY) != 0;
 }
 
-bool changes_device(const Property &row, const std::string &key, const Device &device)
-{
-    if (!row.edited || row.desc.kind == PROP_DUMMY || !row.value.isValid())
-        return false;
-    if (!is_finite(row.value) || is_read_only(row, key, device))
-        return false;
-    return row.value != device.value(key);
-}
-
 } // namespace
 
 QVariant editor_value(const PropertyDesc &desc, bool uniform, const EditorState &editor)
@@ -132,14 +123,23 @@ QString value_error_text(const std::string &label, const QString &error)
         + ".\nEither correct it, or cancel editing.";
 }
 
+bool changes_device(const Property &row, const std::string &key, const Device &device)
+{
+    if (!row.edited || row.desc.kind == PROP_DUMMY || !row.value.isValid())
+        return false;
+    if (!is_finite(row.value) || is_read_only(row, key, device))
+        return false;
+    return row.value != device.value(key);
+}
+
 std::optional<QJsonObject> device_changes(const PropertyRows &rows, const Device &device)
 {
     QJsonObject object = device.online ? device_command("set_params") : device.last_report;
     bool is_changed = false;
     for (const auto &[key, row] : rows) {
-        if (!changes_device(*row, key, device))
+        if (!changes_device(row, key, device))
             continue;
-        json_set_path(object, row->desc.path, QJsonValue::fromVariant(row->value));
+        json_set_path(object, row.desc.path, QJsonValue::fromVariant(row.value));
         is_changed = true;
     }
     if (!is_changed)

@@ -5,6 +5,7 @@
 #include "model/device.h"
 
 #include <QJsonObject>
+#include <QMetaType>
 #include <QString>
 #include <QVariant>
 
@@ -34,10 +35,22 @@ bool needs_validation(const Property &row);
 // The text of the "Value error" box.
 QString value_error_text(const std::string &label, const QString &error);
 
+// Whether an edited row changes its property at this device. Values that JSON can't hold (infinite,
+// not a number) and what the device has for reading only change nothing.
+bool changes_device(const Property &row, const std::string &key, const Device &device);
+
 // What the edited rows change at this device: for an online one a "set_params" with exactly the
 // values that differ, for an offline one its last report with them. Nothing when none differs.
-// Values that JSON can't hold (infinite, not a number) are left out.
 std::optional<QJsonObject> device_changes(const PropertyRows &rows, const Device &device);
+
+// What a Confirm came to.
+struct ConfirmResult
+{
+    int devices = 0;   // in the edit
+    int differing = 0; // to which there was something to say
+    int sent = 0;      // told, without an error
+};
+Q_DECLARE_METATYPE(ConfirmResult)
 
 // What ends the "Network error" box when changes went to offline devices, as rich text.
 QString offline_notice();

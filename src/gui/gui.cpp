@@ -55,8 +55,7 @@ Gui::Gui()
     build_device_menu();
     start_sockets();
     build_window();
-    update_edit_buttons();
-    refresh_all_rows();
+    panel.refresh_all_rows();
     restore_saved_state();
     // Only now: filling the box with the history must start no search.
     connect(search_combo, &QComboBox::currentTextChanged, this, &Gui::refresh_search);
@@ -80,6 +79,7 @@ Gui::~Gui()
     disconnect(device_list->selectionModel(), nullptr, this, nullptr);
     if (!curve_widget->parent())
         delete curve_widget;
+    panel.setParent(nullptr); // a member: nothing else may delete it
     delete takeCentralWidget();
     free_rows(device_model);
 }

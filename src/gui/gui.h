@@ -5,9 +5,10 @@
 #include "firmware/upload_rules.h"
 #include "firmware/uploads.h"
 #include "gui/copy_lock.h"
+#include "gui/edit_rules.h"
 #include "gui/highlight_delegate.h"
 #include "gui/kept_settings.h"
-#include "gui/property_row.h"
+#include "gui/property_panel.h"
 #include "link/datagram.h"
 #include "link/device_link.h"
 #include "link/sender_index.h"
@@ -35,13 +36,10 @@ class DeviceListView;
 class Filter;
 class QAction;
 class QComboBox;
-class QGridLayout;
 class QLineEdit;
 class QMenu;
 class QPushButton;
-class QScrollArea;
 class QSplitter;
-class QToolButton;
 
 class Gui : public QMainWindow
 {
@@ -68,7 +66,6 @@ public:
     void build_device_menu();
     void build_window();
     QWidget *build_top_bar();
-    QWidget *build_property_column();
     void on_eq_toggled(bool checked);
     void restore_saved_state();
     void restore_search_history();
@@ -106,33 +103,12 @@ public:
     void offer_assistant(Device *device);
     void update_identify_button();
 
-    // ---- gui/gui_panel.cpp -------------------------------------------------------------------
-    void build_panel_rows(QGridLayout *grid);
-    void update_property(const std::string &key);
-    void update_row(Property *prop, const std::vector<Device *> &selection);
-    void refresh_needed_rows();
-    void refresh_all_rows();
-    void mark_dependants(const Property *prop);
-    Property *property_row(const std::string &key) const; // null when the key has none
+    // ---- gui/gui_confirm.cpp -----------------------------------------------------------------
+    void connect_panel();
     void on_selection_changed();
-
-    // ---- gui/gui_panel_widgets.cpp -----------------------------------------------------------
-    void rebuild_row_widgets(Property *prop);
-    void set_row_value(Property *prop, const QVariant &value, bool uniform);
-    void set_row_enabled(Property *prop, bool enabled);
-    void order_tab_stops();
-
-    // ---- gui/gui_edit.cpp --------------------------------------------------------------------
-    // The row's editor as a value: invalid for none, an ErrorValue for a refused input.
-    QVariant read_row_value(const Property *prop) const;
-    QString row_error_text(const Property *prop) const; // empty unless refused
-    void set_edit_mode(bool on);
-    void drop_edits();
-    void update_edit_buttons();
-    void on_row_edited(Property *prop);
+    void on_edit_ended();
     void on_confirm();
     bool shows_value_error();
-    void on_cancel();
 
     // ---- gui/gui_search.cpp ------------------------------------------------------------------
     void refresh_search();
@@ -232,6 +208,10 @@ public:
     void flush_logs(); // the same at once, up to a slice
     void handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment);
 
+signals:
+    // A Confirm is through.
+    void changes_sent(const ConfirmResult &result);
+
 public slots:
     void send_discovery_packets();
 
@@ -251,8 +231,7 @@ public:
     QTimer discovery_timer;
 
     std::map<QString, Device *> devices; // owned, by device id
-    PropertyRows property_rows;          // one per key
-    bool has_new_editors = false;        // the tab order does not know them yet
+    PropertyPanel panel{[this] { return selected_devices(); }};
 
     QStandardItemModel device_model;
     DeviceListView *device_list = nullptr;
@@ -267,10 +246,6 @@ public:
     KeptSections kept_sections; // of the file that is being offered
     Uploads uploads;
 
-    bool editing = false;
-    QPushButton *edit_button = nullptr;
-    QToolButton *confirm_button = nullptr;
-    QToolButton *cancel_button = nullptr;
     QSplitter *property_splitter = nullptr;
     QSplitter *eq_splitter = nullptr;
     QPushButton *identify_button = nullptr;
@@ -292,9 +267,6 @@ public:
     QByteArray cache_text;     // what the slices have made so far
     QString cache_position;    // id of the device they did last; null before the first
     bool cache_text_is_whole = false;
-    QScrollArea *property_scroll = nullptr;
-    QGridLayout *panel_grid = nullptr; // one row of cells per property, by order of the keys
-    QWidget *property_column = nullptr;
 
     // Parallel lists, one entry per column.
     QStringList column_names;

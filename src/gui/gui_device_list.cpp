@@ -39,16 +39,13 @@ StatusFacts status_facts(const Device &device)
 }
 
 // One device's own state as rows: a list cell shows a preset's name for that device alone.
-Property device_property(const Device &device, const std::string &key)
+OtherRow device_property(const Device &device, const std::string &key)
 {
-    Property property;
     const auto desc = device.properties.find(key);
     const auto value = device.values.find(key);
     if (desc == device.properties.end() || value == device.values.end())
-        return property;
-    property.desc = desc->second;
-    property.value = value->second;
-    return property;
+        return {};
+    return {.desc = &desc->second, .value = &value->second};
 }
 
 } // namespace
@@ -195,11 +192,11 @@ void Gui::write_property_cell(Device *device, size_t column, DeviceCell *item)
     QString text;
     QIcon icon;
     if (desc->second.flags & (PF_FOLLOWS_BANK | PF_SOURCE_CHANNEL)) {
-        Property property{.desc = desc->second, .value = value->second};
-        update_dynamic_choices(property, [device](const std::string &other) {
+        PropertyDesc dependent = desc->second;
+        update_dynamic_choices(dependent, [device](const std::string &other) {
             return device_property(*device, other);
         });
-        value_text(property.desc, value->second, true, &text, &icon);
+        value_text(dependent, value->second, true, &text, &icon);
     } else {
         value_text(desc->second, value->second, true, &text, &icon);
     }

@@ -8,35 +8,16 @@
 #include <QAction>
 #include <QComboBox>
 #include <QCoreApplication>
-#include <QGridLayout>
 #include <QHeaderView>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
-#include <QScrollArea>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QSplitter>
-#include <QStyle>
-#include <QToolButton>
 
 #include <limits>
-
-namespace {
-
-// Accessible names equal the tool tips: a picture alone says nothing to a screen reader.
-QToolButton *make_tool_button(QStyle *style, QStyle::StandardPixmap picture, const QString &tip)
-{
-    auto *button = new QToolButton;
-    button->setIcon(style->standardIcon(picture));
-    button->setToolTip(tip);
-    button->setAccessibleName(tip);
-    return button;
-}
-
-} // namespace
 
 void Gui::build_menus()
 {
@@ -84,11 +65,12 @@ void Gui::build_window()
 
     property_splitter = new QSplitter(Qt::Horizontal);
     property_splitter->addWidget(left);
-    property_column = build_property_column();
-    property_splitter->addWidget(property_column);
+    panel.set_ground(dark_theme);
+    property_splitter->addWidget(&panel);
 
     curve_widget = new CurveWidget(nullptr, {});
     connect(curve_widget, &CurveWidget::on_filter_edited, this, &Gui::apply_band_edit);
+    connect_panel();
 
     property_splitter->setSizes(first_splitter_sizes(width()));
     constexpr int half = std::numeric_limits<int>::max();
@@ -130,39 +112,6 @@ QWidget *Gui::build_top_bar()
     layout->addStretch(1);
     layout->addWidget(search_combo, 3);
     return bar;
-}
-
-QWidget *Gui::build_property_column()
-{
-    edit_button = new QPushButton("Edit");
-    cancel_button = make_tool_button(style(), QStyle::SP_DialogCancelButton, "Cancel");
-    confirm_button = make_tool_button(style(), QStyle::SP_DialogApplyButton, "Confirm");
-    connect(edit_button, &QPushButton::clicked, this, [this] { set_edit_mode(true); });
-    connect(cancel_button, &QToolButton::clicked, this, &Gui::on_cancel);
-    connect(confirm_button, &QToolButton::clicked, this, &Gui::on_confirm);
-
-    auto *head = new QHBoxLayout;
-    head->addWidget(new QLabel("<b>Properties"));
-    head->addWidget(edit_button);
-    head->addWidget(cancel_button);
-    head->addWidget(confirm_button);
-
-    auto *rows = new QWidget;
-    rows->setObjectName("backw");
-    rows->setStyleSheet(dark_theme ? "#backw { background-color: black; }"
-                                   : "#backw { background-color: white; }");
-    auto *grid = new QGridLayout(rows);
-    grid->setVerticalSpacing(0);
-    build_panel_rows(grid);
-    property_scroll = new QScrollArea;
-    property_scroll->setWidgetResizable(true);
-    property_scroll->setWidget(rows);
-
-    auto *column = new QWidget;
-    auto *layout = new QVBoxLayout(column);
-    layout->addLayout(head);
-    layout->addWidget(property_scroll);
-    return column;
 }
 
 void Gui::on_eq_toggled(bool checked)

@@ -34,7 +34,7 @@ void Gui::refresh_search()
 // Touches only rows whose state changes; true when a selected one was among them. That one ends an
 // edit first, as hidden rows are no longer part of the selection. Ending it merges the reports that
 // were held back, which may sort the list again and change texts: the walk then starts afresh.
-// An edit is the operator's to end: what a report would hide or show of it waits (drop_edits).
+// An edit is the operator's to end: what a report would hide or show of it waits (on_edit_ended).
 bool Gui::show_matching_rows(bool is_new_search)
 {
     const std::vector<int> columns = shown_columns();
@@ -45,12 +45,12 @@ bool Gui::show_matching_rows(bool is_new_search)
             continue;
         const QModelIndex index = device_model.index(row, 0);
         const bool is_selected = device_list->selectionModel()->isSelected(index);
-        if (is_selected && editing && !is_new_search)
+        if (is_selected && panel.is_editing() && !is_new_search)
             continue;
         if (is_selected && !selection_touched) {
             selection_touched = true;
-            set_edit_mode(false);
-            refresh_all_rows();
+            panel.set_edit_mode(false);
+            panel.refresh_all_rows();
             row = -1;
             continue;
         }

@@ -154,8 +154,6 @@ std::optional<MergedRow> merge_selection(const std::vector<Device *> &selection,
         }
     }
 
-    Property dependent{.desc = std::move(row->desc)};
-    update_dynamic_choices(dependent, lookup);
-    row->desc = std::move(dependent.desc);
+    update_dynamic_choices(row->desc, lookup);
     return row;
 }

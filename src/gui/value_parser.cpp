@@ -26,7 +26,8 @@ bool parse_value_text(const QString &text, const QString &unit, double *value)
     number.replace(',', '.');
 
     bool is_number = false;
-    *value = factor * number.toDouble(&is_number);
+    const double converted = number.toDouble(&is_number);
+    *value = is_number ? factor * converted : 0.0; // a number too large converts to an infinity
     return is_number;
 }
 

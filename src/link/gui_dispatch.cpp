@@ -105,7 +105,7 @@ void Gui::handle_repeated_report(Device *device)
     note_report(*device, true, now(), device->fw_magic);
     if (!device->is_merged || was_online != device->online || was_broken != device->broken_net) {
         merge_when_free(device);
-    } else if (editing && is_device_selected(device)) {
+    } else if (panel.is_editing() && is_device_selected(device)) {
         device->stale = true;
         offer_assistant(device);
     } else {
@@ -164,7 +164,7 @@ Device *Gui::handle_report(const QHostAddress &from, const QJsonObject &object, 
 // The operator's edit is not disturbed: a report of a selected device waits until it ends.
 void Gui::merge_when_free(Device *device)
 {
-    if (!editing || !is_device_selected(device)) {
+    if (!panel.is_editing() || !is_device_selected(device)) {
         apply_device_state(device, QJsonObject(device->last_report));
         return;
     }

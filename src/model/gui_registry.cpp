@@ -51,17 +51,17 @@ void Gui::follow_merge(Device *device, const MergeResult &merged)
 {
     const bool is_selected = is_device_selected(device);
     if (merged.product_changed)
-        mark_dependants(property_row("product_id"));
+        panel.mark_dependants("product_id");
     if (is_selected) {
         for (const std::string *key : merged.changed_keys)
-            property_row(*key)->needs_update = true;
-        refresh_needed_rows();
+            panel.mark(*key);
+        panel.refresh_needed_rows();
     }
     update_device_properties(device);
     // A pending save is not pushed back: a steady flow of changes is saved every 500 ms.
     if (merged.device_changed() && !cache_timer.isActive())
         cache_timer.start();
-    if (is_selected && !editing)
+    if (is_selected && !panel.is_editing())
         panel_timer.start();
     if (!search_combo->lineEdit()->text().isEmpty())
         start_search_refresh();
@@ -71,7 +71,7 @@ void Gui::follow_merge(Device *device, const MergeResult &merged)
 void Gui::follow_repeated_report(Device *device)
 {
     offer_assistant(device);
-    if (!editing && is_device_selected(device))
+    if (!panel.is_editing() && is_device_selected(device))
         panel_timer.start();
     if (!search_combo->lineEdit()->text().isEmpty())
         start_search_refresh();
@@ -95,8 +95,8 @@ void Gui::delete_selected_devices()
     std::vector<Device *> leaving = selected_devices();
     if (leaving.empty())
         return;
-    set_edit_mode(false);
-    refresh_all_rows();
+    panel.set_edit_mode(false);
+    panel.refresh_all_rows();
     std::erase_if(leaving, [](const Device *device) { return device->deppen_ass != nullptr; });
     remove_rows(leaving);
     for (Device *device : leaving) {

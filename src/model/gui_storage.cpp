@@ -144,15 +144,14 @@ void Gui::load_backup(uint32_t mask)
 // the bank and source channels the stream. A hidden row has no kind, so it takes no value.
 void Gui::restore_backup(const QJsonObject &object, uint32_t mask)
 {
-    set_edit_mode(true);
+    panel.set_edit_mode(true);
     for (const std::string &key : property_keys) {
-        Property *row = property_row(key);
+        const Property *row = panel.row(key);
         if (!row || (row->desc.flags & mask) == 0)
             continue;
         const QVariant value = value_from_json(object, row->desc);
         if (value.isNull())
             continue;
-        set_row_value(row, value, true);
-        on_row_edited(row);
+        panel.take(key, value);
     }
 }

@@ -1,6 +1,5 @@
 // Editing in the real window while a fleet of simulated loudspeakers goes on reporting.
 #include "gui/modified_combo_box.h"
-#include "gui/property_row.h"
 #include "link/datagram.h"
 #include "support/fleet_window.h"
 
@@ -117,7 +116,7 @@ class FleetEditingTest : public QObject
     int changes = 0; // so often the fleet has been stirred
 
     WindowHandle &gui() { return *window->gui; }
-    Property &row(const std::string &key) { return *gui().rows().at(key); }
+    PanelRow row(const std::string &key) { return gui().row(key); }
     int any(int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
 
     void key(int code, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -364,7 +363,7 @@ void FleetEditingTest::an_open_popup_is_not_disturbed_by_a_busy_fleet()
     start_mixed_fleet();
     find_devices();
     start_edit();
-    const Property &prop = row("stream/name"); // its list comes with the reports
+    const PanelRow prop = row("stream/name"); // its list comes with the reports
     gui().property_scroll()->ensureWidgetVisible(prop.combo);
     const QPointer<ModifiedComboBox> combo = prop.combo;
     QTest::mouseClick(combo, Qt::LeftButton);
@@ -376,9 +375,9 @@ void FleetEditingTest::an_open_popup_is_not_disturbed_by_a_busy_fleet()
     const QModelIndex marked = combo->view()->currentIndex();
     const QString shown = combo->currentText();
     const Places places(gui());
-    keep_busy(100, [this, &prop, &combo, &places, &marked, &shown, popup, place, items] {
+    keep_busy(100, [this, &combo, &places, &marked, &shown, popup, place, items] {
         QVERIFY(gui().is_editing());
-        QCOMPARE(prop.combo, combo.data());
+        QCOMPARE(row("stream/name").combo, combo.data());
         QCOMPARE(QApplication::activePopupWidget(), popup);
         QVERIFY(combo->view()->isVisible());
         QCOMPARE(popup->geometry(), place);
@@ -392,8 +391,8 @@ void FleetEditingTest::an_open_popup_is_not_disturbed_by_a_busy_fleet()
     QTest::keyClick(combo->view(), Qt::Key_Return);
     QVERIFY(!combo->view()->isVisible());
     QCOMPARE(combo->currentIndex(), marked.row());
-    QVERIFY(prop.edited);
-    QCOMPARE(prop.value, combo->itemData(marked.row()));
+    QVERIFY(row("stream/name").edited);
+    QCOMPARE(row("stream/name").value, combo->itemData(marked.row()));
     expect_newest_values_at_cancel();
 }
 

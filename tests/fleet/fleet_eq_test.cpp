@@ -112,11 +112,11 @@ void FleetEqTest::drags_reach_the_device_at_confirm_and_not_before()
     QJsonObject expected;
     const QJsonObject had = simulated_dsp();
     for (const auto &[key, row] : gui().rows()) {
-        if (!row->edited)
+        if (!row.edited)
             continue;
         const QStringList path = QString::fromStdString(key).split('/');
         QJsonObject values = expected.value(path[1]).toObject();
-        const double value = row->value.toDouble();
+        const double value = row.value.toDouble();
         if (had.value(path[1]).toObject().value(path[2]).toDouble() != value)
             values.insert(path[2], value);
         expected.insert(path[1], values);

@@ -101,7 +101,7 @@ private slots:
         QVERIFY(runs_until([this] { return window->online_count() == fleet->count; }));
         Device *device = window->device(0);
         window->select({device});
-        QPushButton *button = window->gui->rows().at("firmware_version")->button;
+        QPushButton *button = window->gui->row("firmware_version").button;
         QVERIFY(button);
         QVERIFY(runs_until([button] { return !button->rect().isEmpty(); }));
         DialogProbe probe;

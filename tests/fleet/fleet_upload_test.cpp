@@ -47,7 +47,7 @@ class FleetUploadTest : public QObject
         const QString path = window->folder.filePath("image");
         write_test_file(path, image);
         window->select(devices);
-        QPushButton *button = gui().rows().at("firmware_version")->button;
+        QPushButton *button = gui().row("firmware_version").button;
         QVERIFY(button);
         QTRY_VERIFY(!button->rect().isEmpty()); // the row has just come up
         DialogProbe probe;

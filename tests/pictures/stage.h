@@ -98,11 +98,11 @@ struct Stage
         action->setChecked(shown);
     }
 
-    Property &row(const std::string &key) { return *gui.rows().at(key); }
+    PanelRow row(const std::string &key) { return gui.row(key); }
 
     void type(const std::string &key, const QString &text)
     {
-        Property &prop = row(key);
+        const PanelRow prop = row(key);
         QWidget *editor = prop.spinner;
         if (prop.line_edit)
             editor = prop.line_edit;

@@ -34,7 +34,11 @@ using Rows = std::map<std::string, Property>;
 
 PropertyLookup lookup_in(const Rows &rows)
 {
-    return [rows](const std::string &key) { return rows.count(key) ? rows.at(key) : Property(); };
+    return [rows](const std::string &key) {
+        const auto found = rows.find(key);
+        return found == rows.end() ? OtherRow()
+                                   : OtherRow{&found->second.desc, &found->second.value};
+    };
 }
 
 QJsonArray labels_and_values(const std::vector<PropertyChoice> &choices)
@@ -71,7 +75,8 @@ std::vector<PropertyChoice> channels_for_count(const QVariant &count)
 {
     Property row = source_channel_row();
     update_dynamic_choices(
-        row, lookup_in({{"stream/rtp/en", {.value = true}}, {"stream/rtp/cc", {.value = count}}}));
+        row.desc,
+        lookup_in({{"stream/rtp/en", {.value = true}}, {"stream/rtp/cc", {.value = count}}}));
     return row.desc.choices;
 }
 
@@ -79,7 +84,7 @@ std::vector<PropertyChoice> presets_for(const QVariant &product, const QVariant 
 {
     Property row{.desc = {.key = "dsp/preset", .kind = PROP_CHOICE}};
     update_dynamic_choices(
-        row, lookup_in({{"product_id", {.value = product}}, {"dsp/bank", {.value = bank}}}));
+        row.desc, lookup_in({{"product_id", {.value = product}}, {"dsp/bank", {.value = bank}}}));
     return row.desc.choices;
 }
 
@@ -122,9 +127,9 @@ void ChoicesTest::channels_are_as_computed_elsewhere()
     Property row = source_channel_row();
     row.desc.user_value = typed_value(input.value("user_value").toObject());
     row.desc.choices = {{.value = 77, .label = "before", .data = {}}};
-    update_dynamic_choices(row, lookup_in(rows));
+    update_dynamic_choices(row.desc, lookup_in(rows));
 
-    const QJsonArray unchanged{QJsonArray{77, "before"}};
+    const QJsonArray unchanged{QJsonValue(QJsonArray{77, "before"})};
     QCOMPARE(labels_and_values(row.desc.choices),
              expect.contains("unchanged") ? unchanged : expect.value("choices").toArray());
 }
@@ -178,7 +183,7 @@ void ChoicesTest::other_rows_keep_their_choices()
     Property row{.desc = {.key = "dsp/level",
                           .kind = PROP_CHOICE,
                           .choices = {{.value = 1, .label = "x", .data = {}}}}};
-    update_dynamic_choices(row, [](const std::string &) -> Property {
+    update_dynamic_choices(row.desc, [](const std::string &) -> OtherRow {
         qFatal("a row that depends on nothing looks nothing up");
     });
     QCOMPARE(row.desc.choices.size(), std::size_t{1});
@@ -190,8 +195,9 @@ void ChoicesTest::broken_session_leaves_disabled_alone()
     const Property session{
         .desc = {.kind = PROP_CHOICE, .choices = {{.value = "a", .label = "a ()", .data = "?"}}},
         .value = "a"};
-    update_dynamic_choices(row, lookup_in({{"stream/name", session}}));
-    QCOMPARE(labels_and_values(row.desc.choices), (QJsonArray{QJsonArray{-1.0, "Disabled"}}));
+    update_dynamic_choices(row.desc, lookup_in({{"stream/name", session}}));
+    QCOMPARE(labels_and_values(row.desc.choices),
+             (QJsonArray{QJsonValue(QJsonArray{-1.0, "Disabled"})}));
 }
 
 void ChoicesTest::disabled_source_channel_is_minus_one()

@@ -3,7 +3,7 @@
 
 #include "gui/error_value.h"
 #include "link/interface_rules.h"
-#include "support/panel_rows.h"
+#include "support/selected_rows.h"
 #include "support/vectors.h"
 
 #include <QtTest>
@@ -119,7 +119,7 @@ void EditRulesTest::commands_are_as_computed_elsewhere()
         devices.back()->online = device.toObject().value("online").toBool();
         selection.push_back(devices.back().get());
     }
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(selection);
     for (const QJsonValue &edit : input.value("edits").toArray())
         panel.edit(edit.toArray().at(0).toString().toStdString(),
@@ -131,7 +131,7 @@ void EditRulesTest::commands_are_as_computed_elsewhere()
         const QJsonObject from = given.at(i).toObject();
         const bool online = from.value("online").toBool();
         const std::optional<QJsonObject> object
-            = device_changes(panel.rows, *devices[static_cast<std::size_t>(i)]);
+            = panel.rows.changes_for(*devices[static_cast<std::size_t>(i)]);
         const QJsonObject wanted = expect.value("devices").toArray().at(i).toObject();
         QCOMPARE(sent_or_null(object, online), wanted.value("sent"));
         QCOMPARE(sent_or_null(object, !online), wanted.value("stored"));
@@ -220,58 +220,59 @@ void EditRulesTest::only_the_device_that_differs_gets_a_command()
 {
     const auto same = device_from_report(report_of(11, dsp("level", 4)));
     const auto other = device_from_report(report_of(11, dsp("level", 2)));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({same.get(), other.get()});
     panel.edit("dsp/level", 4);
-    QVERIFY(!device_changes(panel.rows, *same));
-    QCOMPARE(device_changes(panel.rows, *other).value_or(QJsonObject()), level_command(4));
+    QVERIFY(!panel.rows.changes_for(*same));
+    QCOMPARE(panel.rows.changes_for(*other).value_or(QJsonObject()), level_command(4));
 }
 
 void EditRulesTest::nothing_edited_sends_nothing()
 {
     const auto device = device_from_report(report_of(11, dsp("level", 4)));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({device.get()});
-    QVERIFY(!device_changes(panel.rows, *device));
+    QVERIFY(!panel.rows.changes_for(*device));
     device->online = false;
-    QVERIFY(!device_changes(panel.rows, *device));
+    QVERIFY(!panel.rows.changes_for(*device));
 }
 
 void EditRulesTest::read_only_row_of_a_device_is_left_out_for_it_alone()
 {
     const auto unknown = device_from_report(report_of(0, {}));
     const auto loudspeaker = device_from_report(report_of(11, {}));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({unknown.get(), loudspeaker.get()});
     QVERIFY((panel.row("product_id").desc.flags & PF_READONLY) == 0);
     panel.edit("product_id", 12);
-    QVERIFY(!device_changes(panel.rows, *loudspeaker));
-    QCOMPARE(device_changes(panel.rows, *unknown).value_or(QJsonObject()).value("product_id"),
+    QVERIFY(!panel.rows.changes_for(*loudspeaker));
+    QCOMPARE(panel.rows.changes_for(*unknown).value_or(QJsonObject()).value("product_id"),
              QJsonValue(12));
 }
 
 void EditRulesTest::an_edited_row_that_was_hidden_is_still_sent()
 {
     const auto device = device_from_report(report_of(11, dsp("level", 2)));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({device.get()});
     panel.edit("dsp/level", 4);
-    panel.row("dsp/level").desc.kind = PROP_NONE;
-    QVERIFY(!needs_validation(panel.row("dsp/level")));
-    QCOMPARE(device_changes(panel.rows, *device).value_or(QJsonObject()), level_command(4));
+    PropertyRows rows = panel.rows.all();
+    rows.at("dsp/level").desc.kind = PROP_NONE;
+    QVERIFY(!needs_validation(rows.at("dsp/level")));
+    QCOMPARE(device_changes(rows, *device).value_or(QJsonObject()), level_command(4));
 }
 
 void EditRulesTest::non_finite_numbers_are_left_out()
 {
     const auto device = device_from_report(report_of(11, dsp("delay", 1)));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({device.get()});
     for (const double number : {qInf(), -qInf(), qQNaN()}) {
         panel.edit("dsp/delay", number);
-        QVERIFY(!device_changes(panel.rows, *device));
+        QVERIFY(!panel.rows.changes_for(*device));
     }
     panel.edit("dsp/level", 3);
-    QCOMPARE(device_changes(panel.rows, *device).value_or(QJsonObject()), level_command(3));
+    QCOMPARE(panel.rows.changes_for(*device).value_or(QJsonObject()), level_command(3));
 }
 
 void EditRulesTest::offline_device_keeps_the_rest_of_its_report()
@@ -279,23 +280,23 @@ void EditRulesTest::offline_device_keeps_the_rest_of_its_report()
     const QJsonObject report = report_of(11, {{"x", "kept"}, {"dsp", QJsonObject{{"level", 1}}}});
     const auto device = device_from_report(report);
     device->online = false;
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({device.get()});
     panel.edit("dsp/level", 5);
     QJsonObject expected = report;
     expected.insert("dsp", QJsonObject{{"level", 5}});
-    QCOMPARE(device_changes(panel.rows, *device).value_or(QJsonObject()), expected);
+    QCOMPARE(panel.rows.changes_for(*device).value_or(QJsonObject()), expected);
     QCOMPARE(device->last_report, report); // storing it is for the caller
 }
 
 void EditRulesTest::members_of_one_object_stay_together()
 {
     const auto device = device_from_report(report_of(1000, {}));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({device.get()});
     panel.edit("stream/rtp/en", true);
     panel.edit("stream/rtp/ip", "239.1.2.3");
-    const QJsonObject object = device_changes(panel.rows, *device).value_or(QJsonObject());
+    const QJsonObject object = panel.rows.changes_for(*device).value_or(QJsonObject());
     QCOMPARE(object.value("stream").toObject().value("rtp").toObject(),
              (QJsonObject{{"en", true}, {"ip", "239.1.2.3"}}));
 }

@@ -3,7 +3,7 @@
 
 #include "gui/choices.h"
 #include "gui/value_text.h"
-#include "support/panel_rows.h"
+#include "support/selected_rows.h"
 #include "support/vectors.h"
 
 #include <QtTest>
@@ -158,7 +158,7 @@ void SelectionMergeTest::rows_are_as_computed_elsewhere()
     DeviceList devices;
     for (const QJsonValue &device : input.value("devices").toArray())
         devices.push_back(device_from_case(device.toObject()));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     for (const QJsonValue &edit : input.value("edits").toArray())
         panel.edit(edit.toArray().at(0).toString().toStdString(),
@@ -173,7 +173,7 @@ void SelectionMergeTest::rows_are_as_computed_elsewhere()
 
 void SelectionMergeTest::nothing_selected_hides_all_rows()
 {
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({});
     for (const std::string &key : property_keys)
         QVERIFY(!panel.is_shown(key));
@@ -183,7 +183,7 @@ void SelectionMergeTest::mixed_products_share_no_preset_names()
 {
     const DeviceList devices
         = devices_of({report_of(11, dsp("preset", 2)), report_of(4, dsp("preset", 2))});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(!panel.row("product_id").uniform);
     const Property &preset = panel.row("dsp/preset");
@@ -197,7 +197,7 @@ void SelectionMergeTest::mixed_level_keeps_the_first_devices_choices()
 {
     const DeviceList devices
         = devices_of({report_of(11, dsp("level", 1)), report_of(11, dsp("level", 2))});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     const Property &level = panel.row("dsp/level");
     QVERIFY(!level.uniform);
@@ -209,7 +209,7 @@ void SelectionMergeTest::mixed_level_keeps_the_first_devices_choices()
 void SelectionMergeTest::module_and_loudspeaker_hide_what_only_one_has()
 {
     const DeviceList devices = devices_of({report_of(1000, {}), report_of(11, {})});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(!panel.is_shown("dsp/level"));
     QVERIFY(!panel.is_shown("dummy/header/eq0"));
@@ -221,7 +221,7 @@ void SelectionMergeTest::module_and_loudspeaker_hide_what_only_one_has()
 void SelectionMergeTest::headers_and_buttons_show_for_devices_never_selected_before()
 {
     const DeviceList devices = devices_of({report_of(11, {}), report_of(12, {})});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(panel.is_shown("dummy/header/1"));
     QVERIFY(panel.is_shown("dummy/load_restore/0"));
@@ -232,7 +232,7 @@ void SelectionMergeTest::different_decimals_hide_the_row()
     const DeviceList devices
         = devices_of({report_of(11, dsp("delay", 1)), report_of(11, dsp("delay", 1))});
     devices[1]->properties.at("dsp/delay").decimals = 2;
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(!panel.is_shown("dsp/delay"));
 }
@@ -240,7 +240,7 @@ void SelectionMergeTest::different_decimals_hide_the_row()
 void SelectionMergeTest::value_that_no_device_said_is_uniform_and_invalid()
 {
     const DeviceList devices = devices_of({report_of(11, {}), report_of(11, {})});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(panel.row("dsp/mute").uniform);
     QVERIFY(!panel.row("dsp/mute").value.isValid());
@@ -251,7 +251,7 @@ void SelectionMergeTest::devices_behind_the_first_difference_are_not_looked_at()
 {
     const DeviceList devices = devices_of(
         {report_of(11, dsp("delay", 1)), report_of(11, dsp("delay", 2)), report_of(1000, {})});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(panel.is_shown("dsp/delay")); // though the third has none
     panel.select({devices[0].get(), devices[2].get(), devices[1].get()});
@@ -264,7 +264,7 @@ void SelectionMergeTest::smaller_minimum_wins()
         = devices_of({report_of(11, dsp("delay", 1)), report_of(11, dsp("delay", 1))});
     devices[1]->properties.at("dsp/delay").min = 10;
     devices[1]->properties.at("dsp/delay").max = 500;
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QCOMPARE(panel.row("dsp/delay").desc.min, 0.0);
     QCOMPARE(panel.row("dsp/delay").desc.max, 500.0);
@@ -277,7 +277,7 @@ void SelectionMergeTest::edited_value_counts_for_all()
 {
     const DeviceList devices
         = devices_of({report_of(11, dsp("level", 1)), report_of(11, dsp("level", 2))});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     panel.edit("product_id", 12); // makes every other row stale
     panel.edit("dsp/level", 5);
@@ -289,7 +289,7 @@ void SelectionMergeTest::edited_value_counts_for_all()
 void SelectionMergeTest::list_columns_have_no_row()
 {
     const DeviceList devices = devices_of({report_of(11, {})});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     for (const char *key : {"device_id", "net/static_ip", "link_state/bw"})
         QVERIFY(!panel.is_shown(key));
@@ -299,7 +299,7 @@ void SelectionMergeTest::backed_up_bank_changes_the_presets_before_confirm()
 {
     const DeviceList devices
         = devices_of({report_of(3, {{"dsp", QJsonObject{{"bank", 1}, {"preset", 0}}}})});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QCOMPARE(panel.row("dsp/preset").desc.choices.front().label, std::string("Flat"));
     panel.edit("dsp/bank", 3);
@@ -314,7 +314,7 @@ void SelectionMergeTest::choices_are_shared_by_label_and_value_whatever_their_da
     };
     const DeviceList devices
         = devices_of({with_session("x", 2), with_session("x", 8), with_session("y", 2)});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({devices[0].get(), devices[1].get()});
     const std::vector<PropertyChoice> &choices = panel.row("stream/name").desc.choices;
     QCOMPARE(choices.size(), std::size_t{2});
@@ -337,7 +337,7 @@ void SelectionMergeTest::flags_and_needs_rebuild_no_editor()
 void SelectionMergeTest::session_listed_twice_multiplies_with_each_device()
 {
     const DeviceList devices = devices_of({doubled_session(), doubled_session()});
-    PanelRows panel;
+    SelectedRows panel;
     panel.select({devices[0].get()});
     QCOMPARE(panel.row("stream/name").desc.choices.size(), std::size_t{1 + 2 * 2});
     panel.select(pointers(devices));
@@ -349,7 +349,7 @@ void SelectionMergeTest::session_listed_twice_by_many_devices_fills_no_memory()
     DeviceList devices;
     for (int i = 0; i < 200; ++i)
         devices.push_back(device_from_report(doubled_session()));
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(panel.is_shown("stream/name"));
     QVERIFY(panel.row("stream/name").desc.choices.size() <= 1024);
@@ -360,7 +360,7 @@ void SelectionMergeTest::merging_changes_no_device()
 {
     const DeviceList devices = devices_of({report_of(11, {}), report_of(12, {})});
     const ValueMap before = devices[0]->values;
-    PanelRows panel;
+    SelectedRows panel;
     panel.select(pointers(devices));
     QCOMPARE(devices[0]->values.size(), before.size());
 }

@@ -65,7 +65,7 @@ struct PanelCase : WindowCase
         }
     }
 
-    Property &row(const std::string &key) { return *gui->rows().at(key); }
+    PanelRow row(const std::string &key) { return gui->row(key); }
     bool is_shown(const std::string &key)
     {
         return row(key).holder && row(key).holder->isVisible();
@@ -78,7 +78,7 @@ struct PanelCase : WindowCase
     // Replaces a field's text by typing.
     void type(const std::string &key, const QString &text)
     {
-        Property &prop = row(key);
+        const PanelRow prop = row(key);
         QWidget *editor = prop.line_edit ? static_cast<QWidget *>(prop.line_edit) : prop.spinner;
         gui->property_scroll()->ensureWidgetVisible(editor);
         editor->setFocus();

@@ -219,19 +219,30 @@ void WindowHandle::commit_search()
     gui->commit_search();
 }
 
-PropertyRows &WindowHandle::rows() const
+PropertyPanel &WindowHandle::panel() const
 {
-    return gui->property_rows;
+    return gui->panel;
 }
 
-Property *WindowHandle::row(const std::string &key) const
+PanelRow WindowHandle::row(const std::string &key) const
 {
-    return gui->property_row(key);
+    const Property *row = gui->panel.row(key);
+    if (!row)
+        qFatal("no row %s", key.c_str());
+    return {*row, *gui->panel.row_widgets(key)};
+}
+
+std::map<std::string, PanelRow> WindowHandle::rows() const
+{
+    std::map<std::string, PanelRow> all;
+    for (const std::string &key : property_keys)
+        all[key] = row(key);
+    return all;
 }
 
 QScrollArea *WindowHandle::property_scroll() const
 {
-    return gui->property_scroll;
+    return gui->panel.findChild<QScrollArea *>("property_scroll");
 }
 
 QSplitter *WindowHandle::property_splitter() const
@@ -244,29 +255,14 @@ QTimer &WindowHandle::panel_timer() const
     return gui->panel_timer;
 }
 
-void WindowHandle::refresh_all_rows()
-{
-    gui->refresh_all_rows();
-}
-
-void WindowHandle::rebuild_row(Property *row)
-{
-    gui->rebuild_row_widgets(row);
-}
-
 bool WindowHandle::is_editing() const
 {
-    return gui->editing;
+    return gui->panel.is_editing();
 }
 
 void WindowHandle::set_edit_mode(bool on)
 {
-    gui->set_edit_mode(on);
-}
-
-void WindowHandle::row_edited(Property *row)
-{
-    gui->on_row_edited(row);
+    gui->panel.set_edit_mode(on);
 }
 
 void WindowHandle::confirm()
@@ -274,24 +270,19 @@ void WindowHandle::confirm()
     gui->on_confirm();
 }
 
-void WindowHandle::cancel()
-{
-    gui->on_cancel();
-}
-
 QPushButton *WindowHandle::edit_button() const
 {
-    return gui->edit_button;
+    return gui->panel.findChild<QPushButton *>("edit_button");
 }
 
 QToolButton *WindowHandle::confirm_button() const
 {
-    return gui->confirm_button;
+    return gui->panel.findChild<QToolButton *>("confirm_button");
 }
 
 QToolButton *WindowHandle::cancel_button() const
 {
-    return gui->cancel_button;
+    return gui->panel.findChild<QToolButton *>("cancel_button");
 }
 
 QPushButton *WindowHandle::identify_button() const
@@ -373,11 +364,6 @@ DeviceLink &WindowHandle::link() const
 void WindowHandle::drain()
 {
     gui->device_link.on_packet();
-}
-
-size_t WindowHandle::known_senders() const
-{
-    return gui->senders.size();
 }
 
 void WindowHandle::deliver(const QHostAddress &from, const QByteArray &datagram)

@@ -3,7 +3,8 @@
 #pragma once
 
 #include "gui/highlight_delegate.h"
-#include "gui/property_row.h"
+#include "gui/property_panel.h"
+#include "gui/row_caption.h"
 #include "link/device_link.h"
 #include "meter/log_text.h"
 #include "model/device.h"
@@ -34,6 +35,11 @@ class DeviceListView;
 class Gui;
 class QTFTPFileUploader;
 class Uploads;
+
+// A row of the panel and its widgets, as they are now.
+struct PanelRow : Property, RowWidgets
+{
+};
 
 class WindowHandle
 {
@@ -92,20 +98,17 @@ public:
     void commit_search();
 
     // ---- the panel
-    PropertyRows &rows() const;
-    Property *row(const std::string &key) const; // null when the key has none
+    PropertyPanel &panel() const;
+    PanelRow row(const std::string &key) const; // ends the test when the key has none
+    std::map<std::string, PanelRow> rows() const;
     QScrollArea *property_scroll() const;
     QSplitter *property_splitter() const;
     QTimer &panel_timer() const;
-    void refresh_all_rows();
-    void rebuild_row(Property *row);
 
     // ---- an edit
     bool is_editing() const;
     void set_edit_mode(bool on);
-    void row_edited(Property *row);
     void confirm();
-    void cancel();
     QPushButton *edit_button() const;
     QToolButton *confirm_button() const;
     QToolButton *cancel_button() const;
@@ -133,7 +136,6 @@ public:
     // ---- what arrives
     DeviceLink &link() const;
     void drain(); // what waits in the sockets
-    size_t known_senders() const; // addresses by which a device is found
     void deliver(const QHostAddress &from, const QByteArray &datagram);
     void report(const QHostAddress &from, const QJsonObject &object, bool live,
                 const QString &interface);

@@ -88,9 +88,9 @@ class DarkThemeTest : public QObject
         QWidget *content = window->gui->property_scroll()->widget();
         const QImage rows = picture_of(content);
         for (const auto &[key, prop] : window->gui->rows()) {
-            if (!prop->caption || !prop->caption->isVisible() || prop->caption->text().isEmpty())
+            if (!prop.caption || !prop.caption->isVisible() || prop.caption->text().isEmpty())
                 continue;
-            const QRect place(prop->caption->mapTo(content, QPoint(0, 0)), prop->caption->size());
+            const QRect place(prop.caption->mapTo(content, QPoint(0, 0)), prop.caption->size());
             QVERIFY2(text_contrast(rows.copy(place)) >= READABLE, key.c_str());
         }
     }

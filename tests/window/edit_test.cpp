@@ -458,7 +458,7 @@ private slots:
         const QJsonObject rtp{{"ip", "1.2.3"}};
         window->gui->restore_backup({{"product", "KESTA"}, {"stream", QJsonObject{{"rtp", rtp}}}},
                                     PF_BACKUP);
-        const Property &address = window->row("stream/rtp/ip");
+        const PanelRow address = window->row("stream/rtp/ip");
         QCOMPARE(address.line_edit->text(), QString("1.2.3"));
         QCOMPARE(address.value, QVariant("1.2.3"));
         QVERIFY(!address.edited);

@@ -58,7 +58,7 @@ struct EqCase : PanelCase
 
     CurveMouse mouse() const { return CurveMouse(gui.get()); }
 
-    Property &band_row(int number, const char *name) { return row(eq_row_key(number - 1, name)); }
+    PanelRow band_row(int number, const char *name) { return row(eq_row_key(number - 1, name)); }
 
     // Confirm asks all devices for reports, which these give when the test says so.
     void confirm()
@@ -220,6 +220,7 @@ private slots:
     void without_a_selection_the_curve_stays();
     void disabled_bands_and_bands_of_no_type_keep_their_numbers();
     void a_q_beyond_the_model_keeps_its_row();
+    void a_drag_changes_the_band_of_the_device_that_is_selected();
     void a_hidden_row_still_draws_and_takes_nothing();
     void hints_count_presses_outside_an_edit();
     void hostile_reports_draw_no_harm_data();
@@ -531,11 +532,36 @@ void EqWindowTest::a_q_beyond_the_model_keeps_its_row()
     QCOMPARE(window->band_row(1, "q").value, QVariant(0.1));
 }
 
+void EqWindowTest::a_drag_changes_the_band_of_the_device_that_is_selected()
+{
+    const QJsonObject on = eq_band(EQ_PEQ, 1000, 1.0, 6.0);
+    const QJsonObject off = eq_band(EQ_PEQ, 1000, 1.0, 6.0, false);
+    const auto bands = [](const QJsonObject &first, const QJsonObject &second) {
+        return QJsonObject{{"dsp", QJsonObject{{"eq_en", true}, {"eq0", first}, {"eq1", second}}}};
+    };
+    show_device(bands(on, off));
+    QCOMPARE(mouse().numbers(), QList<int>({1}));
+    show_device(bands(off, on)); // equal values in another band
+    QCOMPARE(mouse().numbers(), QList<int>({2}));
+    window->press_edit();
+    mouse().click(mouse().marker(2));
+    const QPoint strip = mouse().marker(2) + QPoint(0, 60);
+    mouse().drag(strip, strip + QPoint(30, 0));
+    const int freq = window->band_row(2, "freq").value.toInt();
+    QVERIFY(freq > 1000);
+    window->confirm();
+    const QJsonObject expected{{"eq1", QJsonObject{{"freq", freq}}}};
+    QCOMPARE(sent_to(1), QList<QJsonObject>{set_params({{"dsp", expected}})});
+    QVERIFY(sent_to(0).isEmpty());
+}
+
 void EqWindowTest::a_hidden_row_still_draws_and_takes_nothing()
 {
-    show_device(one_band(eq_band(EQ_PEQ, 1000, 1.0, 6.0)));
+    FakeDevice &shown = show_device(one_band(eq_band(EQ_PEQ, 1000, 1.0, 6.0)));
     window->press_edit();
-    window->band_row(1, "q").desc.kind = PROP_NONE;
+    shown.record()->properties.at("dsp/eq0/q").flags |= PF_NO_ROW;
+    gui().panel().update_property("dsp/eq0/q");
+    QVERIFY(!window->is_shown("dsp/eq0/q"));
     gui().refresh_eq_view();
     QCoreApplication::processEvents();
     QCOMPARE(mouse().numbers(), QList<int>({1}));

@@ -64,9 +64,9 @@ private slots:
     {
         window->gui->property_splitter()->setSizes({800, 700});
         for (const auto &[key, prop] : window->gui->rows())
-            if (prop->caption && prop->caption->isVisible())
-                QVERIFY2(prop->caption->width() >= prop->caption->sizeHint().width()
-                             && prop->caption->height() >= prop->caption->sizeHint().height(),
+            if (prop.caption && prop.caption->isVisible())
+                QVERIFY2(prop.caption->width() >= prop.caption->sizeHint().width()
+                             && prop.caption->height() >= prop.caption->sizeHint().height(),
                          key.c_str());
         for (const QPushButton *button :
              {window->gui->edit_button(), window->gui->identify_button(), window->gui->eq_button()})

@@ -170,6 +170,23 @@ private slots:
         QCOMPARE(window->row("stream/ch1").combo->currentText(), QString("Disabled"));
     }
 
+    // A row that is hidden now still holds what a module's stream was.
+    void source_channels_of_a_loudspeaker_follow_no_module_selected_before()
+    {
+        const QJsonObject manual{{"en", true}, {"cc", 2}};
+        const QJsonArray list{QJsonObject{{"n", "a"}, {"i", "x"}, {"c", 5}}};
+        window->add({{"stream", QJsonObject{{"rtp", manual}}}}, 1000);
+        window->add({{"streams", QJsonObject{{"list", list}}},
+                     {"stream", QJsonObject{{"name", "a"}, {"ch0", 4}}}});
+        window->select({0});
+        QVERIFY(window->is_shown("stream/rtp/en"));
+        window->select({1});
+        QVERIFY(!window->is_shown("stream/rtp/en"));
+        const ModifiedComboBox *channel = window->row("stream/ch0").combo;
+        QCOMPARE(channel->count(), 6);
+        QCOMPARE(channel->currentText(), QString("5"));
+    }
+
     void source_channels_follow_the_manual_stream_of_the_new_selection()
     {
         const QJsonObject manual{{"en", true}, {"cc", 2}};
@@ -196,7 +213,7 @@ private slots:
         QTRY_VERIFY(level->view()->isVisible());
         device.report("dsp", "level", 2);
         neighbour.report("dsp", "level", 2);
-        window->gui->refresh_all_rows();
+        window->gui->panel().refresh_all_rows();
         QVERIFY(level->view()->isVisible());
         QCOMPARE(level->currentText(), QString("9 (not found)"));
         level->hidePopup();
@@ -212,7 +229,7 @@ private slots:
         window->select({0});
         QLineEdit *name = window->row("ui/name").line_edit;
         name->setCursorPosition(2);
-        window->gui->refresh_all_rows();
+        window->gui->panel().refresh_all_rows();
         QCOMPARE(name->cursorPosition(), 2);
     }
 
@@ -235,7 +252,7 @@ private slots:
     {
         window->add({});
         window->select({0});
-        const Property &header = window->row("dummy/header/1");
+        const PanelRow header = window->row("dummy/header/1");
         QCOMPARE(header.text_label->text(), QString("<b>AES67</b>\n"));
         QCOMPARE(header.caption->text(), QString());
         QVERIFY(!header.holder->autoFillBackground());
@@ -244,12 +261,12 @@ private slots:
 
     void an_unknown_pseudo_row_is_never_seen()
     {
-        Property &prop = window->row("dummy/header/3");
-        prop.desc.kind = PROP_DUMMY;
-        prop.desc.path = {"dummy", "else", "1"};
-        window->gui->rebuild_row(&prop);
+        FakeDevice &device = window->add({});
+        device.record()->properties.at("dummy/header/1").path = {"dummy", "else", "1"};
+        window->select({0});
+        const PanelRow prop = window->row("dummy/header/1");
         QCOMPARE(prop.text_label->text(), QString("error"));
-        prop.holder->show();
+        QVERIFY(prop.holder->isVisible());
         QVERIFY(!prop.text_label->isVisible());
         QCOMPARE(prop.row_layout->count(), 0);
     }
@@ -258,7 +275,7 @@ private slots:
     {
         window->add({});
         window->select({0});
-        const Property &backup = window->row("dummy/load_restore/0");
+        const PanelRow backup = window->row("dummy/load_restore/0");
         QCOMPARE(backup.extra_widgets.size(), std::size_t{2});
         for (const QWidget *button : backup.extra_widgets)
             QVERIFY(button->isEnabled());
@@ -302,7 +319,7 @@ private slots:
         window->select({0});
         int editors = 0;
         for (const std::string &key : property_keys) {
-            const Property &prop = window->row(key);
+            const PanelRow prop = window->row(key);
             for (QWidget *editor : std::initializer_list<QWidget *>{prop.line_edit, prop.spinner,
                                                                     prop.check_box, prop.combo}) {
                 if (!editor)
@@ -336,7 +353,7 @@ private slots:
         window->press_edit();
         const QPointer<ModifiedComboBox> old = window->row("dsp/level").combo;
         device.record()->properties.at("dsp/level").choices.pop_back();
-        window->row("dsp/level").needs_update = true;
+        window->gui->panel().mark("dsp/level");
         window->pick("dsp/level", "-12 dB");
         QTRY_VERIFY(!old);
         QCOMPARE(window->row("dsp/level").combo->currentText(), QString("-12 dB"));

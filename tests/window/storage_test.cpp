@@ -615,8 +615,8 @@ private slots:
         QVERIFY(boxes_of_load(json(backup)).isEmpty());
         QCOMPARE(window->row("dsp/level").value, QVariant(-6));
         for (const auto &[key, row] : gui().rows())
-            if (row->desc.kind == PROP_NONE)
-                QVERIFY2(!row->edited, key.c_str());
+            if (row.desc.kind == PROP_NONE)
+                QVERIFY2(!row.edited, key.c_str());
     }
 };
 

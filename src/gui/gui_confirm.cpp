@@ -1,0 +1,96 @@
+// Joins the panel to devices: what an edit holds back, what Confirm sends, what a selection shows.
+#include "eq/curve_widget.h"
+#include "gui/device_list_view.h"
+#include "gui/edit_rules.h"
+#include "gui/gui.h"
+
+#include <QMessageBox>
+
+namespace {
+
+constexpr int CONFIRMED_DISCOVERY_DELAY = 10; // ms: the result of a change shows at once
+
+} // namespace
+
+void Gui::connect_panel()
+{
+    connect(&panel, &PropertyPanel::edit_started, this,
+            [this] { curve_widget->set_editable(true); });
+    connect(&panel, &PropertyPanel::edit_ended, this, &Gui::on_edit_ended);
+    connect(&panel, &PropertyPanel::eq_rows_changed, this, &Gui::refresh_eq_view);
+    connect(&panel, &PropertyPanel::focus_released, this, [this] { device_list->setFocus(); });
+    connect(&panel, &PropertyPanel::confirmed, this, &Gui::on_confirm);
+    connect(&panel, &PropertyPanel::update_pressed, this, [this] { upload_file("firmware.bin"); });
+    connect(&panel, &PropertyPanel::save_pressed, this, &Gui::save_backup);
+    connect(&panel, &PropertyPanel::load_pressed, this, &Gui::load_backup);
+}
+
+void Gui::on_selection_changed()
+{
+    panel.show_selection();
+    refresh_eq_view();
+    update_identify_button();
+}
+
+// Takes up the reports that came during the edit, before the rows are shown again. The search has
+// left the edited rows as they were.
+void Gui::on_edit_ended()
+{
+    for (const auto &[id, device] : devices) {
+        if (!device->stale)
+            continue;
+        device->stale = false;
+        apply_device_state(device, QJsonObject(device->last_report));
+    }
+    if (!highlight_delegate.search_text.isEmpty())
+        start_search_refresh();
+    curve_widget->set_editable(false);
+}
+
+// Everything is validated before anything is sent, and all is sent before the edit ends.
+void Gui::on_confirm()
+{
+    if (!panel.is_editing() || shows_value_error())
+        return;
+
+    QString errors;
+    std::vector<Device *> offline;
+    ConfirmResult result;
+    for (Device *device : selected_devices()) {
+        ++result.devices;
+        const std::optional<QJsonObject> changes = panel.changes_for(*device);
+        if (!changes)
+            continue;
+        ++result.differing;
+        if (device->online) {
+            const QString error = send_to_device(device, *changes, false);
+            result.sent += error.isEmpty();
+            report_device_error(errors, device, error);
+            discovery_timer.start(CONFIRMED_DISCOVERY_DELAY);
+        } else {
+            report_device_error(errors, device, "offline");
+            device->take_report(*changes);
+            offline.push_back(device);
+        }
+    }
+
+    panel.set_edit_mode(false);
+    device_list->setFocus();
+    for (Device *device : offline)
+        apply_device_state(device, QJsonObject(device->last_report));
+    if (!offline.empty())
+        errors += offline_notice();
+    emit changes_sent(result);
+    show_network_errors(errors);
+}
+
+// Tells of the first edited row, by key, whose input is refused.
+bool Gui::shows_value_error()
+{
+    const std::optional<RefusedRow> refused = panel.first_refusal();
+    if (!refused)
+        return false;
+    QMessageBox::critical(this, "Value error", value_error_text(refused->label, refused->reason),
+                          QMessageBox::Ok);
+    return true;
+}

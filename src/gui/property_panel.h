@@ -1,0 +1,119 @@
+// The property panel: the rows of what is selected, and the edit of them.
+#pragma once
+
+#include "gui/panel_rows.h"
+#include "gui/row_widgets.h"
+
+#include <QVariant>
+#include <QWidget>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+class QGridLayout;
+class QPushButton;
+class QScrollArea;
+class QToolButton;
+
+// The selected devices in their order, asked for whenever rows are refreshed: sorting the list
+// changes who leads without another selection.
+using SelectionSource = std::function<std::vector<Device *>()>;
+
+class PropertyPanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PropertyPanel(SelectionSource its_selection, QWidget *parent = nullptr);
+
+    // Another selection: drops an edit without a word, and shows what is selected now.
+    void show_selection();
+    // Without a change, nothing happens. Ending it drops what was edited.
+    void set_edit_mode(bool on);
+    bool is_editing() const { return editing; }
+    // What the Cancel button does.
+    void cancel();
+    // What F2 does: an edit that begins in the name.
+    void edit_name();
+
+    // Rows in line with the selection: one, those that are marked, all of them.
+    void update_property(const std::string &key);
+    void refresh_needed_rows();
+    void refresh_all_rows();
+    void mark(const std::string &key) { rows.mark(key); }
+    void mark_dependants(const std::string &key) { rows.mark_dependants(key); }
+
+    // Shows a value as if the operator had put it in: the editor may bound or refuse it. A hidden
+    // row takes none.
+    void take(const std::string &key, const QVariant &value);
+    // The same, but the value stays what it is, whatever the editor makes of it.
+    void take_unchanged(const std::string &key, const QVariant &value);
+
+    // What a row's editor holds: invalid for none, an ErrorValue for a refused input.
+    QVariant read_row_value(const std::string &key) const;
+    std::optional<RefusedRow> first_refusal() const;
+    std::optional<QJsonObject> changes_for(const Device &device) const;
+    // How many properties have no row because not all selected devices have them.
+    int count_unshared() const { return rows.count_unshared(selection()); }
+
+    // Scrolls up or down until these rows are in sight, the first before the others. The focus
+    // stays where it is.
+    void bring_into_sight(const std::vector<std::string> &keys);
+
+    const Property *row(const std::string &key) const { return rows.row(key); }
+    const RowWidgets *row_widgets(const std::string &key) const; // null when the key has none
+
+    // Black or white, as the desktop is.
+    void set_ground(bool is_dark);
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+signals:
+    // Between the change of mode and the refresh of the rows: what was held back is merged now.
+    void edit_started();
+    void edit_ended();
+    void row_edited(const std::string &key);
+    void eq_rows_changed(); // the curve has to be drawn from the rows again
+    void focus_released();  // an edit ended: the panel has no use for the focus any more
+    void confirmed();
+    void update_pressed();
+    void save_pressed();
+    void load_pressed(uint32_t mask);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void build_head();
+    void build_rows();
+    void add_shortcuts();
+    void make_row_widgets(RowWidgets &row, const std::string &key);
+    void rebuild_editor(const std::string &key, RowWidgets &row);
+    void update_row(const std::string &key, const std::vector<Device *> &selected);
+    void show_row(const std::string &key, RowWidgets &row, const std::vector<Device *> &selected);
+    void show_value(const std::string &key, RowWidgets &row);
+    void mark_changes(const std::string &key, const std::vector<Device *> &selected);
+    void on_row_edited(const std::string &key);
+    void begin_edit_in_sight();
+    bool has_focus_inside() const;
+    void update_edit_buttons();
+    void order_tab_stops();
+    void fit_width();
+    bool is_in_sight(const QWidget *widget) const;
+
+    SelectionSource selection;
+    PanelRows rows = {};
+    std::map<std::string, RowWidgets> widgets = {};
+    bool editing = false;
+    bool has_new_editors = false; // the tab order does not know them yet
+    QPushButton *edit_button = nullptr;
+    QToolButton *confirm_button = nullptr;
+    QToolButton *cancel_button = nullptr;
+    QScrollArea *property_scroll = nullptr;
+    QWidget *content = nullptr;  // of the scroll area
+    QGridLayout *grid = nullptr; // one row of cells per property, by order of the keys
+};

@@ -1,0 +1,27 @@
+// The caption of a row: gives way to the editors by ending in dots, and stands out when edited.
+#pragma once
+
+#include <QLabel>
+
+class RowCaption : public QLabel
+{
+    Q_OBJECT
+
+public:
+    explicit RowCaption(const QString &text);
+
+    // Bold. The room for it is there from the start, so that nothing moves when it changes.
+    void set_marked(bool is_marked);
+    bool is_marked() const;
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    // A caption that is cut tells its whole text as a tool tip.
+    bool event(QEvent *event) override;
+
+private:
+    bool is_cut() const;
+};
