@@ -5,6 +5,7 @@
 #include "link/datagram.h"
 #include "meter/log_stream.h"
 #include "meter/log_text.h"
+#include "meter/log_window.h"
 
 #include <QFile>
 #include <QFontDatabase>
@@ -292,8 +293,8 @@ void bench_program_stream(Program &program, int lines, int burst)
             spent += program.turn();
     }
     program.settle();
-    const bool is_whole
-        = device->log_pos == sent && !device->log_view->toPlainText().contains("[lost");
+    const bool is_whole = device->log_pos == sent
+        && !program.gui->log_view(device)->toPlainText().contains("[lost");
     std::printf("%d lines, %d at a time\n", lines, burst);
     const double least = burst < 4 ? 5000 : burst < 16 ? 20000 : burst < 48 ? 50000 : 80000;
     at_least("from the wire to the screen", lines / spent, "lines/s", least);
@@ -303,7 +304,7 @@ void bench_program_stream(Program &program, int lines, int burst)
 
 void bench_program_windows(Program &program, int lines)
 {
-    const QScrollBar *bar = program.devices[1]->log_view->verticalScrollBar();
+    const QScrollBar *bar = program.gui->log_view(program.devices[1])->verticalScrollBar();
     std::vector<uint32_t> sent(program.devices.size());
     for (int round = 0; round < 4; ++round) {
         program.worst_turn = 0;
@@ -334,7 +335,7 @@ void bench_program(int lines)
         program.turn();
     }
     program.settle();
-    program.devices[1]->log_view->verticalScrollBar()->setValue(300);
+    program.gui->log_view(program.devices[1])->verticalScrollBar()->setValue(300);
     bench_program_windows(program, lines / 4);
 }
 

@@ -6,9 +6,9 @@
 #include "fuzz/inbound_steps.h"
 #include "gui/device_cell.h"
 #include "gui/device_list_view.h"
-#include "gui/main_window_with_close_signal.h"
 #include "gui/modified_combo_box.h"
 #include "gui/value_spinner.h"
+#include "meter/log_window.h"
 #include "model/saved_state.h"
 #include "support/window_handle.h"
 
@@ -145,10 +145,10 @@ void InboundPlay::log_step(char letter, const QByteArray &rest)
     if (!device)
         return;
     if (letter == 'W')
-        device->log_window->close();
+        gui->log_window(device)->close();
     if (letter != 'K')
         return;
-    auto *console = device->log_window->findChild<QLineEdit *>();
+    auto *console = gui->log_window(device)->findChild<QLineEdit *>();
     console->setText(QString::fromUtf8(rest));
     emit console->returnPressed();
 }
@@ -244,7 +244,7 @@ void InboundPlay::paint()
 Device *InboundPlay::some_device_with_log()
 {
     for (const auto &[id, device] : gui->all_devices())
-        if (device->log_window)
+        if (gui->log_window(device))
             return device;
     return nullptr;
 }

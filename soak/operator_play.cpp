@@ -2,7 +2,7 @@
 #include "soak/operator_play.h"
 
 #include "gui/device_list_view.h"
-#include "gui/main_window_with_close_signal.h"
+#include "meter/log_window.h"
 #include "soak/vital_signs.h"
 #include "support/window_main.h"
 
@@ -137,7 +137,7 @@ void OperatorPlay::leave_tidily()
     homesickness.stop();
     return_to_fleet();
     while (Device *device = device_with_log())
-        device->log_window->close();
+        gui().log_window(device)->close();
     gui().show_column_menu({});
     gui().header_menu()->hide();
     for (QAction *action : gui().column_actions())

@@ -1,7 +1,7 @@
 // The operator beside the list: log windows, networks, dialogs, leaving and coming back.
 #include "soak/operator_play.h"
 
-#include "gui/main_window_with_close_signal.h"
+#include "meter/log_window.h"
 #include "soak/odd_texts.h"
 #include "support/window_main.h"
 
@@ -18,7 +18,7 @@ int open_log_count(const WindowHandle &gui)
 {
     int count = 0;
     for (const auto &[id, device] : gui.all_devices())
-        count += device->log_window != nullptr;
+        count += gui.log_window(device) != nullptr;
     return count;
 }
 
@@ -28,7 +28,7 @@ Device *OperatorPlay::device_with_log()
 {
     int chosen = random.below(open_log_count(gui()));
     for (const auto &[id, device] : gui().all_devices())
-        if (device->log_window && chosen-- == 0)
+        if (gui().log_window(device) && chosen-- == 0)
             return device;
     return nullptr;
 }
@@ -42,7 +42,7 @@ void OperatorPlay::open_logs()
 void OperatorPlay::close_log()
 {
     if (Device *device = device_with_log())
-        device->log_window->close();
+        gui().log_window(device)->close();
 }
 
 void OperatorPlay::use_console()
@@ -56,7 +56,7 @@ void OperatorPlay::use_console()
                                   R"({"logging":{"en":false}})",
                                   "no JSON",
                                   ""};
-    auto *console = device->log_window->findChild<QLineEdit *>();
+    auto *console = gui().log_window(device)->findChild<QLineEdit *>();
     console->setText(random.happens(20) ? odd_text(random)
                                         : commands.at(random.below(commands.size())));
     QTest::keyClick(console, Qt::Key_Return);
@@ -67,7 +67,7 @@ void OperatorPlay::use_log_keys()
     const Device *device = device_with_log();
     if (!device)
         return;
-    const QList<QShortcut *> keys = device->log_view->findChildren<QShortcut *>();
+    const QList<QShortcut *> keys = gui().log_view(device)->findChildren<QShortcut *>();
     if (!keys.isEmpty())
         emit keys.at(random.below(keys.size()))->activated();
 }

@@ -129,11 +129,12 @@ void Gui::start_timers()
     }
     cache_timer.setSingleShot(true);
     cache_timer.setInterval(CACHE_DELAY);
-    log_timer.setSingleShot(true);
-    log_timer.setTimerType(Qt::PreciseTimer);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
     connect(&search_timer, &QTimer::timeout, this, &Gui::refresh_search);
-    connect(&log_timer, &QTimer::timeout, this, &Gui::flush_logs);
+    connect(&log_windows, &LogWindows::opened, this, &Gui::update_device_properties);
+    connect(&log_windows, &LogWindows::closed, this, &Gui::close_log);
+    connect(&log_windows, &LogWindows::pause_toggled, this, &Gui::toggle_log_pause);
+    connect(&log_windows, &LogWindows::line_typed, this, &Gui::send_console_line);
     connect(&uploads, &Uploads::changed, this, &Gui::update_device_properties);
     connect(&cache_timer, &QTimer::timeout, this, &Gui::start_cache_save);
     connect(&cache_slice_timer, &QTimer::timeout, this, &Gui::continue_cache_save);
@@ -177,9 +178,10 @@ void Gui::close_down()
 void Gui::destroy_devices()
 {
     for (QTimer *timer : {&discovery_timer, &panel_timer, &search_timer, &cache_timer,
-                          &cache_slice_timer, &meter_timer, &log_timer})
+                          &cache_slice_timer, &meter_timer})
         timer->stop();
     settings.stop();
+    log_windows.stop();
     // Closed now, not when the rest is freed: another copy may be waiting to hear the devices.
     device_link.close();
     // The list's cells point at the devices' meters.

@@ -13,7 +13,7 @@
 #include "link/device_link.h"
 #include "link/sender_index.h"
 #include "link/text_limit.h"
-#include "meter/log_text.h"
+#include "meter/log_windows.h"
 #include "model/device.h"
 #include "model/device_state.h"
 
@@ -199,13 +199,10 @@ public:
 
     // ---- meter/gui_log.cpp -------------------------------------------------------------------
     void enable_logging();
-    void open_log(Device *device);
-    void add_log_shortcuts(Device *device);
     void close_log(Device *device);
-    void send_console_line(Device *device, QLineEdit *console);
+    void toggle_log_pause(Device *device);
+    void send_console_line(Device *device, const QString &line);
     void append_log(Device *device, bool highlighted, const QString &text);
-    void show_logs();  // what was collected
-    void flush_logs(); // the same at once, up to a slice
     void handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment);
 
 signals:
@@ -239,9 +236,7 @@ public:
     bool row_changed = false;  // the row being written differs from what it showed
     bool sort_pending = false; // a key in the sort column has changed
     int collecting = 0; // above 0: a burst or the cache is read, sorting and logs wait for its end
-    LogAppender log_appender;
-    QElapsedTimer log_pace; // since log windows were last written to
-    QTimer log_timer;       // single-shot: the next time
+    LogWindows log_windows{this};
 
     KeptSections kept_sections; // of the file that is being offered
     Uploads uploads;

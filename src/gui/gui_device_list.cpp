@@ -6,7 +6,6 @@
 #include "gui/device_cell.h"
 #include "gui/device_list_view.h"
 #include "gui/gui.h"
-#include "gui/main_window_with_close_signal.h"
 #include "gui/status_text.h"
 #include "gui/value_text.h"
 #include "model/device_state.h"
@@ -388,10 +387,10 @@ void Gui::show_column_menu(const QPoint &position)
 
 void Gui::update_log_title(Device *device)
 {
-    if (device->log_view)
-        device->log_window->setWindowTitle(log_title(product_name(*device), device->address,
-                                                     device->value("ui/name").toString(),
-                                                     device->log_paused));
+    if (log_windows.is_open(device))
+        log_windows.set_title(device,
+                              log_title(product_name(*device), device->address,
+                                        device->value("ui/name").toString(), device->log_paused));
 }
 
 // One assistant at a time in the whole program; it opens by itself.

@@ -29,7 +29,7 @@ bool repeats_its_report(const Device &device, const QHostAddress &from, const QB
 void Gui::begin_burst()
 {
     ++collecting;
-    if (log_appender.is_full())
+    if (log_windows.is_full())
         device_link.end_slice();
 }
 
@@ -37,7 +37,7 @@ void Gui::take_datagram(const QHostAddress &from, const QByteArray &payload)
 {
     handle_datagram(from, payload);
     // No text for log windows is taken on while plenty waits there.
-    if (log_appender.is_full())
+    if (log_windows.is_full())
         device_link.end_slice();
 }
 
@@ -45,7 +45,7 @@ void Gui::end_burst()
 {
     --collecting;
     sort_list_if_needed();
-    show_logs();
+    log_windows.show_soon();
 }
 
 void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
@@ -66,7 +66,7 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
     switch (packet_kind(frame.object)) {
     case PacketKind::LogStream: {
         Device *device = device_of(from, frame.object);
-        if (device && device->log_view && !device->log_paused
+        if (device && log_windows.is_open(device) && !device->log_paused
             && is_log_attachment(frame.attachment))
             handle_raw_log(device, frame.object, frame.attachment);
         break;
@@ -132,7 +132,7 @@ void Gui::handle_reply(const QHostAddress &from, const QJsonObject &object,
     for (const auto &[id, device] : devices) {
         if (!device->online || device->address != from || device->interface != interface)
             continue;
-        if (device->log_view)
+        if (log_windows.is_open(device))
             append_log(device, true, traffic_line("Received JSON: ", object));
         if (note_reply(*device))
             update_device_properties(device);
@@ -175,7 +175,7 @@ void Gui::merge_when_free(Device *device)
 // A device that has restarted forgot that its log is watched.
 void Gui::watch_log_stream(Device *device)
 {
-    if (device->log_view && !is_logging(device->last_report))
+    if (log_windows.is_open(device) && !is_logging(device->last_report))
         send_to_device(device, logging_command(true), false);
 }
 

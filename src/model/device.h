@@ -17,8 +17,6 @@
 #include <vector>
 
 class DeppenAss;
-class MainWindowWithCloseSignal;
-class QPlainTextEdit;
 
 // An AES67 session that a device has heard of.
 struct session_item
@@ -60,9 +58,7 @@ struct Device
     std::optional<UploadState> upload = {}; // what runs
     DeppenAss *deppen_ass = nullptr;        // belongs to the window; blocks deletion
     bool assistant_dismissed = false;
-    MainWindowWithCloseSignal *log_window = nullptr; // owned
-    QPlainTextEdit *log_view = nullptr;              // inside log_window
-    uint32_t log_pos = 0;                            // next expected position of the log stream
+    uint32_t log_pos = 0; // next expected position of the log stream
     int32_t log_escape_state = 0;
     uint8_t log_escape_count = 0;
     bool log_paused = false;

@@ -2,7 +2,6 @@
 #include "firmware/deppen_ass.h"
 #include "gui/device_list_view.h"
 #include "gui/gui.h"
-#include "gui/main_window_with_close_signal.h"
 #include "model/device_state.h"
 
 #include <QComboBox>
@@ -132,6 +131,6 @@ void Gui::destroy_device(Device *device)
     uploads.drop(device);
     if (device->deppen_ass)
         device->deppen_ass->forget_device();
-    delete device->log_window;
+    log_windows.drop(device);
     delete device;
 }

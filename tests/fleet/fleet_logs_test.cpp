@@ -1,6 +1,6 @@
 // Log windows of simulated devices: when the stream is on, what it shows and notes as lost over
 // time, and messages of any content. VELMARK_LOG_SECONDS=600 makes the count of bytes a long one.
-#include "gui/main_window_with_close_signal.h"
+#include "meter/log_window.h"
 #include "support/fleet_window.h"
 
 #include <QLineEdit>
@@ -95,7 +95,7 @@ class FleetLogsTest : public QObject
         gui().enable_logging();
     }
 
-    QString text(int index) { return window->device(index)->log_view->toPlainText(); }
+    QString text(int index) { return gui().log_view(window->device(index))->toPlainText(); }
 
     // The bytes leave device `index` as they are.
     void send_raw(int index, const QByteArray &bytes)
@@ -122,7 +122,7 @@ private slots:
             Device *device = window->device(index);
             device->log_paused = false;
             gui().open_log(device); // a deleted device is told nothing
-            device->log_window->close();
+            gui().log_window(device)->close();
             fleet->fault(index, "log", {{"clear", true}, {"rate", -1}});
             fleet->fault(index, "loss", {{"percent", 0}});
             QVERIFY(becomes_logging(index, false));
@@ -145,7 +145,7 @@ private slots:
         QVERIFY(becomes_logging(0, true) && becomes_logging(1, true));
         QTRY_VERIFY(text(0).contains("boot: firmware "));
 
-        window->device(0)->log_window->close();
+        gui().log_window(window->device(0))->close();
         QVERIFY(becomes_logging(0, false));
         QVERIFY(reports_again(0));
         QVERIFY(!is_logging(0));
@@ -173,7 +173,7 @@ private slots:
 
         // Closed while the device restarts: it comes back with its stream off and keeps it so.
         fleet->fault(0, "reboot");
-        window->device(0)->log_window->close();
+        gui().log_window(window->device(0))->close();
         QVERIFY(runs_until([this] { return stats(0).value("reboots").toInt() == 2; }));
         QVERIFY(reports_again(0));
         QVERIFY(!is_logging(0));
@@ -232,7 +232,7 @@ private slots:
     void a_console_line_reaches_the_device_as_it_was_typed()
     {
         open({0});
-        auto *console = window->device(0)->log_window->findChild<QLineEdit *>();
+        auto *console = gui().log_window(window->device(0))->findChild<QLineEdit *>();
         console->setText(R"({"command":"set_params","seq":7,"ui":{"name":"From the console"}})");
         QTest::keyClick(console, Qt::Key_Return);
         QTRY_COMPARE(window->device(0)->value("ui/name").toString(), QString("From the console"));
@@ -286,15 +286,15 @@ private slots:
         for (const int index : {0, 1})
             fleet->fault(index, "log", {{"text", "ready\n"}});
         QTRY_VERIFY(text(0).contains("ready") && text(1).contains("ready"));
-        window->device(1)->log_view->clear();
+        gui().log_view(window->device(1))->clear();
         Device *device = window->device(0);
         device->log_pos = 0;
-        device->log_view->clear();
+        gui().log_view(device)->clear();
         send_raw(0, log_message(device->device_id, members, bytes, length));
         // Comes behind it, in another window.
         fleet->fault(1, "log", {{"text", LAST_LINE}});
         QTRY_VERIFY(text(1).contains(LAST_LINE));
-        QCOMPARE(device->log_view->toPlainText(), expected);
+        QCOMPARE(gui().log_view(device)->toPlainText(), expected);
     }
 
     void devices_can_be_deleted_with_log_windows_in_any_state()
@@ -302,9 +302,9 @@ private slots:
         fleet->ask({{"options", QJsonObject{{"log_rate", 500}}}});
         open({0, 1, 2, 3});
         for (int index = 0; index < COUNT; ++index)
-            QTRY_VERIFY(window->device(index)->log_view->blockCount() > 60);
+            QTRY_VERIFY(gui().log_view(window->device(index))->blockCount() > 60);
         window->device(1)->log_paused = true;
-        window->device(2)->log_view->verticalScrollBar()->setValue(5);
+        gui().log_view(window->device(2))->verticalScrollBar()->setValue(5);
         gui().append_log(window->device(3), false, QString(60000, '\n')); // not all shown yet
         QVERIFY(!gui().are_logs_shown());
         gui().view()->selectAll();
@@ -312,7 +312,7 @@ private slots:
         // What is on its way meets devices that are new, without a window.
         QVERIFY(runs_until([this] { return window->online_count() == COUNT; }));
         for (int index = 0; index < COUNT; ++index)
-            QVERIFY(!window->device(index)->log_view);
+            QVERIFY(!gui().log_view(window->device(index)));
     }
 
     void the_program_can_be_closed_with_log_windows_in_any_state()
@@ -320,11 +320,11 @@ private slots:
         fleet->ask({{"options", QJsonObject{{"log_rate", 500}}}});
         open({0, 1, 2, 3});
         for (int index = 0; index < COUNT; ++index)
-            QTRY_VERIFY(window->device(index)->log_view->blockCount() > 60);
+            QTRY_VERIFY(gui().log_view(window->device(index))->blockCount() > 60);
         window->device(0)->log_paused = true;
-        window->device(1)->log_window->close();
+        gui().log_window(window->device(1))->close();
         open({1});
-        window->device(2)->log_view->verticalScrollBar()->setValue(5);
+        gui().log_view(window->device(2))->verticalScrollBar()->setValue(5);
         gui().append_log(window->device(3), false, QString(60000, '\n'));
         QJsonArray commands = stats(0).value("commands").toArray();
         gui().close();

@@ -4,7 +4,7 @@
 #include "eq/filter.h"
 #include "firmware/deppen_ass.h"
 #include "firmware/tftp_uploader.h"
-#include "gui/main_window_with_close_signal.h"
+#include "meter/log_window.h"
 #include "meter/meter_object.h"
 #include "pictures/stage.h"
 #include "support/contrast.h"
@@ -256,19 +256,22 @@ void log_window(Stage &stage)
     stage.select({"Main left"});
     Device *device = stage.device("Main left");
     QTest::keyClick(&stage.gui.widget(), Qt::Key_L, Qt::ControlModifier);
-    expect(runs_until([device] { return device->log_window != nullptr; }), "a log");
-    device->log_window->resize(1000, 460);
-    const auto await_lines = [device](int lines) {
-        expect(runs_until([device, lines] { return device->log_view->blockCount() > lines; }),
+    expect(runs_until([&stage, device] { return stage.gui.log_window(device) != nullptr; }),
+           "a log");
+    stage.gui.log_window(device)->resize(1000, 460);
+    const auto await_lines = [&stage, device](int lines) {
+        expect(runs_until([&stage, device, lines] {
+                   return stage.gui.log_view(device)->blockCount() > lines;
+               }),
                "lines of the log");
     };
     await_lines(18);
     stage.fleet.fault("Main left", "log", {{"lose", 3}});
     await_lines(34);
-    auto *console = device->log_window->findChild<QLineEdit *>();
+    auto *console = stage.gui.log_window(device)->findChild<QLineEdit *>();
     QTest::keyClicks(console, R"({"command": "blink_leds", "seq": 1})");
     QTest::keyClick(console, Qt::Key_Return);
-    stage.take(device->log_window);
+    stage.take(stage.gui.log_window(device));
 }
 
 void columns(Stage &stage)

@@ -3,6 +3,7 @@
 
 #include "firmware/deppen_ass.h"
 #include "gui/gui.h"
+#include "meter/log_window.h"
 
 #include <QCoreApplication>
 
@@ -499,7 +500,7 @@ void WindowHandle::enable_logging()
 
 void WindowHandle::open_log(Device *device)
 {
-    gui->open_log(device);
+    gui->log_windows.open({device});
 }
 
 void WindowHandle::append_log(Device *device, bool highlighted, const QString &text)
@@ -509,5 +510,16 @@ void WindowHandle::append_log(Device *device, bool highlighted, const QString &t
 
 bool WindowHandle::are_logs_shown() const
 {
-    return gui->log_appender.is_empty();
+    return gui->log_windows.is_empty();
+}
+
+LogWindow *WindowHandle::log_window(const Device *device) const
+{
+    return gui->log_windows.window(device);
+}
+
+QPlainTextEdit *WindowHandle::log_view(const Device *device) const
+{
+    const LogWindow *window = log_window(device);
+    return window ? window->log() : nullptr;
 }

@@ -6,7 +6,6 @@
 #include "gui/property_panel.h"
 #include "gui/row_caption.h"
 #include "link/device_link.h"
-#include "meter/log_text.h"
 #include "model/device.h"
 
 #include <QAction>
@@ -33,6 +32,8 @@ class CurveWidget;
 class DeppenAss;
 class DeviceListView;
 class Gui;
+class LogWindow;
+class QPlainTextEdit;
 class QTFTPFileUploader;
 class Uploads;
 
@@ -172,7 +173,9 @@ public:
     void enable_logging();
     void open_log(Device *device);
     void append_log(Device *device, bool highlighted, const QString &text);
-    bool are_logs_shown() const; // all that was collected
+    bool are_logs_shown() const;                          // all that was collected
+    LogWindow *log_window(const Device *device) const;    // null when none is open
+    QPlainTextEdit *log_view(const Device *device) const; // in its window, else null
 
 private:
     std::unique_ptr<Gui> gui;

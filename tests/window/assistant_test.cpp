@@ -2,6 +2,7 @@
 #include "firmware/assistant_rules.h"
 #include "firmware/deppen_ass.h"
 #include "firmware/tftp_uploader.h"
+#include "meter/log_window.h"
 #include "support/dialog_probe.h"
 #include "support/image_file.h"
 #include "support/panel_case.h"
@@ -542,8 +543,8 @@ private slots:
     {
         gui().open_log(device());
         reach(PAGE_SETTING_PRODUCT);
-        QTRY_VERIFY(device()->log_view->toPlainText().contains("\"product_id\""));
-        QVERIFY(device()->log_view->toPlainText().contains("Sending JSON: "));
+        QTRY_VERIFY(gui().log_view(device())->toPlainText().contains("\"product_id\""));
+        QVERIFY(gui().log_view(device())->toPlainText().contains("Sending JSON: "));
     }
 
     void a_failing_command_shows_nowhere()

@@ -1,4 +1,5 @@
 // Everything in the window can be read on a light and on a dark desktop.
+#include "meter/log_window.h"
 #include "support/contrast.h"
 #include "support/panel_case.h"
 
@@ -169,9 +170,9 @@ private slots:
         open_window();
         Device *device = window->devices[0]->record();
         window->gui->open_log(device);
-        QWidget *view = device->log_view->viewport();
+        QWidget *view = window->gui->log_view(device)->viewport();
         for (const bool is_echo : {false, true}) {
-            device->log_view->clear();
+            window->gui->log_view(device)->clear();
             window->gui->append_log(device, is_echo, "sync source selected\n");
             const double found = text_contrast(picture_of(view));
             // Red is the brightest that red can be: less than black or white.

@@ -1,11 +1,25 @@
 // Log windows in the real program: switching the stream, echoes, console, pause, and every way to
 // go.
-#include "gui/main_window_with_close_signal.h"
+#include "meter/log_window.h"
 #include "support/panel_case.h"
 
+#include <QBackingStore>
+#include <QFontDatabase>
 #include <QPlainTextEdit>
+#include <QTextBlock>
+
+#include <algorithm>
+#include <unistd.h>
 
 namespace {
+
+double resident_megabytes()
+{
+    QFile file("/proc/self/statm");
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("no figures");
+    return file.readAll().split(' ').at(1).toDouble() * double(sysconf(_SC_PAGESIZE)) / 1e6;
+}
 
 const QJsonObject LOGGING_ON{
     {"command", "set_params"}, {"seq", 1}, {"logging", QJsonObject{{"en", true}}}};
@@ -36,7 +50,7 @@ class LogWindowTest : public QObject
         window->select({0});
         gui().enable_logging();
         // Keys go to the active window's shortcuts.
-        QApplication::setActiveWindow(device.record()->log_window);
+        QApplication::setActiveWindow(gui().log_window(device.record()));
         return device;
     }
 
@@ -47,7 +61,7 @@ class LogWindowTest : public QObject
 
     QLineEdit *console(FakeDevice &device)
     {
-        return device.record()->log_window->findChild<QLineEdit *>();
+        return gui().log_window(device.record())->findChild<QLineEdit *>();
     }
 
 private slots:
@@ -57,14 +71,14 @@ private slots:
     void opening_sends_nothing_and_closing_tells_the_device()
     {
         FakeDevice &device = device_with_log();
-        QVERIFY(device.record()->log_view != nullptr);
+        QVERIFY(gui().log_view(device.record()) != nullptr);
         QCoreApplication::processEvents();
         QVERIFY(device.commands().isEmpty());
         device.report();
         QTRY_COMPARE(device.commands(), QList<QJsonObject>({LOGGING_ON}));
-        device.record()->log_window->close();
-        QVERIFY(device.record()->log_view == nullptr);
-        QVERIFY(device.record()->log_window == nullptr);
+        gui().log_window(device.record())->close();
+        QVERIFY(gui().log_view(device.record()) == nullptr);
+        QVERIFY(gui().log_window(device.record()) == nullptr);
         QTRY_COMPARE(device.commands(), QList<QJsonObject>({LOGGING_ON, LOGGING_OFF}));
     }
 
@@ -84,9 +98,158 @@ private slots:
     void opening_again_raises_the_one_window()
     {
         FakeDevice &device = device_with_log();
-        MainWindowWithCloseSignal *first = device.record()->log_window;
+        const LogWindow *first = gui().log_window(device.record());
+        QApplication::setActiveWindow(&gui().widget());
+        QTRY_COMPARE(QApplication::activeWindow(), &gui().widget());
         gui().open_log(device.record());
-        QCOMPARE(device.record()->log_window, first);
+        QCOMPARE(gui().log_window(device.record()), first);
+        QTRY_COMPARE(QApplication::activeWindow(), first);
+    }
+
+    void a_window_that_was_minimised_shows_when_opened_again()
+    {
+        FakeDevice &device = device_with_log();
+        gui().log_window(device.record())->hide();
+        gui().open_log(device.record());
+        QVERIFY(gui().log_window(device.record())->isVisible());
+    }
+
+    void the_window_looks_as_it_should()
+    {
+        const LogWindow *log = gui().log_window(device_with_log().record());
+        QCOMPARE(log->size(), QSize(1000, 700));
+        const QPlainTextEdit *view = log->log();
+        QVERIFY(view->isReadOnly());
+        QCOMPARE(view->font().pointSize(), 11);
+        QCOMPARE(view->font().family(),
+                 QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
+        QCOMPARE(view->font().styleHint(), QFont::Monospace);
+        QCOMPARE(view->font().styleStrategy(), QFont::PreferDefault);
+        QVERIFY(view->verticalScrollBar()->isVisible()); // though nothing is there to scroll
+        QCOMPARE(view->document()->maximumBlockCount(), 30000);
+        const QLineEdit *console = log->findChild<QLineEdit *>();
+        QCOMPARE(console->placeholderText(), QString("Enter JSON commands here."));
+        // Text above, console below, one pixel between them and none around them.
+        QCOMPARE(view->geometry().topLeft(), QPoint(0, 0));
+        QCOMPARE(view->width(), 1000);
+        QCOMPARE(console->geometry().top(), view->geometry().bottom() + 2);
+        QCOMPARE(console->geometry().bottomRight(), QPoint(999, 699));
+    }
+
+    void old_lines_go_at_the_cap_of_30000()
+    {
+        FakeDevice &device = device_with_log();
+        QByteArray lines;
+        for (int i = 0; i < 6000; ++i)
+            lines += QByteArray::number(i % 10) + "\n";
+        for (int message = 0; message < 5; ++message)
+            stream(device, message * lines.size(), lines);
+        stream(device, 5 * lines.size(), "the 30,001st\nthe last");
+        QTRY_VERIFY(gui().are_logs_shown());
+        const QTextDocument *document = gui().log_view(device.record())->document();
+        QCOMPARE(document->blockCount(), 30000);
+        QCOMPARE(document->firstBlock().text(), QString("2"));
+        QCOMPARE(document->lastBlock().text(), QString("the last"));
+    }
+
+    void ctrl_w_closes_the_window_and_tells_the_device()
+    {
+        FakeDevice &device = device_with_log();
+        QPointer<LogWindow> log = gui().log_window(device.record());
+        QTest::keyClick(console(device), Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!gui().log_window(device.record()));
+        QTRY_VERIFY(log.isNull());
+        QTRY_COMPARE(device.commands(), QList<QJsonObject>({LOGGING_OFF}));
+        QVERIFY(gui().widget().isVisible());
+    }
+
+    // Three hundred at once would hold the window up for seconds.
+    void many_windows_open_in_turns_of_the_event_loop_and_in_order()
+    {
+        for (int i = 0; i < 6; ++i)
+            window->add({});
+        window->select({4, 1, 0, 5, 2, 3});
+        gui().enable_logging();
+        std::vector<int> order;
+        const auto look = [this, &order] {
+            for (int i = 0; i < 6; ++i)
+                if (gui().log_window(window->devices[size_t(i)]->record())
+                    && std::find(order.begin(), order.end(), i) == order.end())
+                    order.push_back(i);
+        };
+        look();
+        QCOMPARE(order, std::vector<int>({4}));
+        size_t most = 0;
+        for (int turn = 0; turn < 1000 && order.size() < 6; ++turn) {
+            const size_t before = order.size();
+            QCoreApplication::processEvents();
+            look();
+            most = std::max(most, order.size() - before);
+        }
+        QCOMPARE(order, std::vector<int>({4, 1, 0, 5, 2, 3}));
+        QCOMPARE(most, size_t(1));
+    }
+
+    void what_waits_to_be_opened_may_go_before()
+    {
+        for (int i = 0; i < 4; ++i)
+            window->add({});
+        window->select({0, 1, 2, 3});
+        gui().enable_logging();
+        Device *last = window->devices[3]->record();
+        window->select({1, 2});
+        gui().delete_selected();
+        QTRY_VERIFY(gui().log_window(last));
+        QCOMPARE(gui().all_devices().size(), size_t(2));
+        // And with the program.
+        window->select({0, 3});
+        window->add({});
+        window->select({0, 3, 4});
+        gui().enable_logging();
+        gui().close();
+        QApplication::processEvents();
+        QVERIFY(gui().all_devices().empty());
+    }
+
+    void a_window_that_is_opened_again_at_once_is_not_closed_by_the_first()
+    {
+        FakeDevice &device = device_with_log();
+        QPointer<LogWindow> first = gui().log_window(device.record());
+        first->close();
+        gui().open_log(device.record());
+        first->close();
+        LogWindow *second = gui().log_window(device.record());
+        QVERIFY(second && second != first);
+        QTRY_VERIFY(first.isNull());
+        QCOMPARE(gui().log_window(device.record()), second);
+    }
+
+    // Each window is painted on 2.8 MB, which it gives back while nothing in it changes.
+    void an_empty_log_costs_at_most_half_a_megabyte()
+    {
+        constexpr int COUNT = 60;
+        for (int i = 0; i < COUNT + 1; ++i)
+            window->add({});
+        gui().open_log(window->devices[COUNT]->record()); // fonts and styles are loaded with it
+        QTest::qWait(500);
+        const double before = resident_megabytes();
+        for (int i = 0; i < COUNT; ++i)
+            gui().open_log(window->devices[size_t(i)]->record());
+        const auto are_released = [this] {
+            int released = 0;
+            for (int i = 0; i < COUNT; ++i)
+                released += gui()
+                                .log_window(window->devices[size_t(i)]->record())
+                                ->backingStore()
+                                ->size()
+                                .width()
+                    == 1;
+            return released >= COUNT - 1; // one has the focus
+        };
+        QTRY_VERIFY(are_released());
+        const double each = (resident_megabytes() - before) / COUNT;
+        qInfo("%.3f MB each", each);
+        QVERIFY2(each <= 0.5, qPrintable(QString::number(each)));
     }
 
     void the_stream_shows_and_losses_are_noted()
@@ -95,7 +258,7 @@ private slots:
         stream(device, 0, "boot\n");
         stream(device, 5, "\x1b[32mready\x1b[0m\n");
         stream(device, 1000, "late\n");
-        QCOMPARE(device.record()->log_view->toPlainText(),
+        QCOMPARE(gui().log_view(device.record())->toPlainText(),
                  QString("boot\nready\n\n[lost 980 log bytes]\nlate\n"));
     }
 
@@ -103,14 +266,20 @@ private slots:
     {
         FakeDevice &device = device_with_log();
         gui().identify_selected();
-        QVERIFY(device.record()->log_view->toPlainText().startsWith(
-            "Sending JSON: {\"api_version\":6,\"command\":\"blink_leds\",\"seq\":1}\n"));
+        QVERIFY(
+            gui()
+                .log_view(device.record())
+                ->toPlainText()
+                .startsWith(
+                    "Sending JSON: {\"api_version\":6,\"command\":\"blink_leds\",\"seq\":1}\n"));
         gui().deliver(device.address, R"({"seq":1,"status":"ok"})");
         // Replies count on the selected network only; this device was heard on another.
         device.record()->interface = gui().network();
         gui().deliver(device.address, R"({"seq":1,"status":"ok"})");
-        QVERIFY(device.record()->log_view->toPlainText().endsWith(
-            "Received JSON: {\"seq\":1,\"status\":\"ok\"}\n"));
+        QVERIFY(gui()
+                    .log_view(device.record())
+                    ->toPlainText()
+                    .endsWith("Received JSON: {\"seq\":1,\"status\":\"ok\"}\n"));
     }
 
     // The echo comes first, then the mark of a question, then the sending, which may fail.
@@ -121,7 +290,7 @@ private slots:
         device.record()->awaiting_reply = false;
         gui().identify_selected();
         QCOMPARE(
-            device.record()->log_view->toPlainText(),
+            gui().log_view(device.record())->toPlainText(),
             QString("Sending JSON: {\"api_version\":6,\"command\":\"blink_leds\",\"seq\":1}\n"));
         QVERIFY(device.record()->awaiting_reply);
         QVERIFY(device.commands().isEmpty());
@@ -141,7 +310,7 @@ private slots:
         QCOMPARE(ears.receiveDatagram().data(), QString("{\"gr\u00fc\u00df\": not json").toUtf8());
         QCOMPARE(console(device)->text(), QString());
         QVERIFY(!device.record()->awaiting_reply);
-        QCOMPARE(device.record()->log_view->toPlainText(),
+        QCOMPARE(gui().log_view(device.record())->toPlainText(),
                  QString("Sending: {\"gr\u00fc\u00df\": not json\n"));
     }
 
@@ -157,28 +326,28 @@ private slots:
     void ctrl_p_pauses_and_what_was_dropped_counts_as_lost()
     {
         FakeDevice &device = device_with_log();
-        MainWindowWithCloseSignal *log = device.record()->log_window;
+        LogWindow *log = gui().log_window(device.record());
         QVERIFY(log->windowTitle().startsWith("Firmware log ("));
         QCOMPARE(QApplication::activeWindow(), log);
         stream(device, 0, "one\n");
-        QTest::keyClick(device.record()->log_view, Qt::Key_P, Qt::ControlModifier);
+        QTest::keyClick(gui().log_view(device.record()), Qt::Key_P, Qt::ControlModifier);
         QVERIFY(device.record()->log_paused);
         QVERIFY(log->windowTitle().endsWith(" [PAUSED]"));
         stream(device, 4, "two\n");
         QCOMPARE(device.record()->log_pos, 4U);
-        QTest::keyClick(device.record()->log_view, Qt::Key_P, Qt::ControlModifier);
+        QTest::keyClick(gui().log_view(device.record()), Qt::Key_P, Qt::ControlModifier);
         stream(device, 8, "three\n");
-        QCOMPARE(device.record()->log_view->toPlainText(),
+        QCOMPARE(gui().log_view(device.record())->toPlainText(),
                  QString("one\n\n[lost 4 log bytes]\nthree\n"));
     }
 
     void ctrl_k_clears_the_window()
     {
         FakeDevice &device = device_with_log();
-        QCOMPARE(QApplication::activeWindow(), device.record()->log_window);
+        QCOMPARE(QApplication::activeWindow(), gui().log_window(device.record()));
         stream(device, 0, "one\n");
-        QTest::keyClick(device.record()->log_view, Qt::Key_K, Qt::ControlModifier);
-        QCOMPARE(device.record()->log_view->toPlainText(), QString());
+        QTest::keyClick(gui().log_view(device.record()), Qt::Key_K, Qt::ControlModifier);
+        QCOMPARE(gui().log_view(device.record())->toPlainText(), QString());
     }
 
     void position_and_pause_outlive_the_window()
@@ -186,12 +355,12 @@ private slots:
         FakeDevice &device = device_with_log();
         stream(device, 0, "one\n");
         device.record()->log_paused = true;
-        device.record()->log_window->close();
+        gui().log_window(device.record())->close();
         stream(device, 4, "missed\n");
         gui().open_log(device.record());
         QCOMPARE(device.record()->log_pos, 4U);
         QVERIFY(device.record()->log_paused);
-        QVERIFY(device.record()->log_window->windowTitle().endsWith(" [PAUSED]"));
+        QVERIFY(gui().log_window(device.record())->windowTitle().endsWith(" [PAUSED]"));
     }
 
     void hostile_log_messages_are_dropped_or_survived()
@@ -205,14 +374,14 @@ private slots:
                 gui().deliver(device.address,
                               "{\"command\":\"raw_log\",\"device_id\":\"" + id + "\",\"pos\":"
                                   + position + "}" + QByteArray(1, '\0') + attachment);
-        QVERIFY(device.record()->log_view->toPlainText().contains("!"));
+        QVERIFY(gui().log_view(device.record())->toPlainText().contains("!"));
     }
 
     // 65,000 line ends in one insertion would hold the window up for 150 ms.
     void a_message_of_line_ends_is_shown_in_slices_and_in_order()
     {
         FakeDevice &device = device_with_log();
-        QPlainTextEdit *view = device.record()->log_view;
+        QPlainTextEdit *view = gui().log_view(device.record());
         view->document()->setMaximumBlockCount(0);
         const QByteArray text(65000, '\n');
         stream(device, 0, text);
@@ -227,30 +396,30 @@ private slots:
     void clearing_takes_along_what_still_waits_to_be_shown()
     {
         FakeDevice &device = device_with_log();
-        QCOMPARE(QApplication::activeWindow(), device.record()->log_window);
+        QCOMPARE(QApplication::activeWindow(), gui().log_window(device.record()));
         stream(device, 0, QByteArray(65000, '\n'));
         QVERIFY(!gui().are_logs_shown());
-        QTest::keyClick(device.record()->log_view, Qt::Key_K, Qt::ControlModifier);
+        QTest::keyClick(gui().log_view(device.record()), Qt::Key_K, Qt::ControlModifier);
         QVERIFY(gui().are_logs_shown());
         stream(device, 65000, "new\n");
-        QCOMPARE(device.record()->log_view->toPlainText(), QString("new\n"));
+        QCOMPARE(gui().log_view(device.record())->toPlainText(), QString("new\n"));
     }
 
     void closing_takes_along_what_still_waits_to_be_shown()
     {
         FakeDevice &device = device_with_log();
         stream(device, 0, QByteArray(65000, '\n'));
-        device.record()->log_window->close();
+        gui().log_window(device.record())->close();
         QTRY_VERIFY(gui().are_logs_shown());
         gui().open_log(device.record());
         stream(device, 65000, "new\n");
-        QCOMPARE(device.record()->log_view->toPlainText(), QString("new\n"));
+        QCOMPARE(gui().log_view(device.record())->toPlainText(), QString("new\n"));
     }
 
     void deleting_a_device_takes_its_log_along_without_a_command()
     {
         FakeDevice &device = device_with_log();
-        QPointer<QWidget> log = device.record()->log_window;
+        QPointer<QWidget> log = gui().log_window(device.record());
         stream(device, 0, "one\n");
         gui().delete_selected();
         QVERIFY(log.isNull());
@@ -264,7 +433,7 @@ private slots:
         FakeDevice &second = window->add({});
         window->select({0, 1});
         gui().enable_logging();
-        QVERIFY(first.record()->log_view && second.record()->log_view);
+        QTRY_VERIFY(gui().log_view(first.record()) && gui().log_view(second.record()));
         second.record()->log_paused = true;
         gui().close();
         QApplication::closeAllWindows();
