@@ -301,11 +301,13 @@ void InboundPlay::clear()
         delete dialog;
     // By way of a selection the panel would show them all once more, which takes longest by far.
     gui->view()->clearSelection();
-    gui->model().removeRows(0, gui->model().rowCount());
+    std::vector<Device *> all;
     for (const auto &[id, device] : gui->all_devices())
+        all.push_back(device);
+    gui->remove_rows(all);
+    for (Device *device : all)
         gui->forget(device);
     gui->all_devices().clear();
-    gui->forget_sorting();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 

@@ -1,7 +1,7 @@
 // A cell of the device list.
 #include "gui/device_cell.h"
 
-bool DeviceCell::write(int role, const QVariant &value)
+bool DeviceCell::store(int role, const QVariant &value)
 {
     QVariant *stored = place(role);
     if (!stored || (stored->userType() == value.userType() && *stored == value))
@@ -20,7 +20,7 @@ void DeviceCell::setData(const QVariant &value, int role)
 {
     if (!place(role))
         QStandardItem::setData(value, role);
-    else if (write(role, value))
+    else if (store(role, value))
         emitDataChanged();
 }
 
@@ -36,7 +36,7 @@ QVariant *DeviceCell::place(int role)
         return &id;
     case SORT_ROLE:
         return &sort_key;
-    case EXTRA_ROLE:
+    case ICON_ROLE: // and METER_ROLE
         return &extra;
     default:
         return nullptr;

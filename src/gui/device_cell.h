@@ -4,20 +4,24 @@
 #include <QStandardItem>
 #include <QVariant>
 
+struct Device;
+
 // The toolkit's own item looks for its place in the model at each change, through all the cells
 // of all rows: tens of microseconds at a thousand devices. This one leaves telling to whoever
 // writes the row.
 class DeviceCell : public QStandardItem
 {
 public:
-    static constexpr int ID_ROLE = 257;    // column 0: the only link from a row to its device
-    static constexpr int BIRTH_ROLE = 257; // column 1: the row at which the device was appended
+    static constexpr int ID_ROLE = 257; // column 0: the device's id
+    static constexpr int TURN_ROLE
+        = 257; // column 1: the row's turn among those that go (row_order)
     static constexpr int SORT_ROLE = 258;  // every filled cell
-    static constexpr int EXTRA_ROLE = 259; // product column: icon path; meter column: the meter
+    static constexpr int ICON_ROLE = 259;  // product column: the path of the picture
+    static constexpr int METER_ROLE = 259; // meter column: the MeterObject *
 
     // Stores a value for one of the roles above, Qt::DisplayRole (and with it Qt::EditRole) or
     // Qt::DecorationRole. True when that changed anything; no signal is sent.
-    bool write(int role, const QVariant &value);
+    bool store(int role, const QVariant &value);
 
     // What the cell shows, without the detour that a search through all cells would feel.
     QString shown_text() const { return display.toString(); }
@@ -32,5 +36,20 @@ private:
     QVariant decoration = {};
     QVariant id = {};
     QVariant sort_key = {};
-    QVariant extra = {};
+    QVariant extra = {}; // the picture's path or the meter
+};
+
+// The cell in column 0, which stands for its row.
+class RowHead : public DeviceCell
+{
+public:
+    explicit RowHead(Device *its_device)
+        : device(its_device)
+    {
+    }
+
+    Device *device = nullptr; // null once the list has been told to forget the devices
+    int birth = 0;            // running number of the row
+    int birth_row = 0;        // where the model put it
+    bool is_online = false;   // as counted
 };

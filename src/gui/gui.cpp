@@ -1,7 +1,6 @@
 // Brings the window to life in a fixed order, and closes it without losing anything.
 #include "gui/gui.h"
 #include "eq/curve_widget.h"
-#include "gui/device_cell.h"
 #include "gui/device_list_view.h"
 #include "gui/settings_file.h"
 #include "gui/window_rules.h"
@@ -13,6 +12,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QScreen>
 
@@ -21,25 +21,6 @@ namespace {
 constexpr int FIRST_DISCOVERY_DELAY = 10; // ms: just after the event loop has started
 constexpr int CACHE_DELAY = 500;          // ms
 constexpr int METER_INTERVAL = 85;        // ms: a fall of 50 dB per second
-
-// The toolkit looks for each item that goes, through the cells of all rows, from where it put the
-// item first: at a thousand devices that takes a second. Rows that were appended, as those of the
-// cache are, go in no time once they stand in that order again. The others are soonest found at the
-// front.
-void free_rows(QStandardItemModel &model)
-{
-    int appended = 0;
-    for (int row = 0; row < model.rowCount(); ++row)
-        appended += model.item(row, 1)->data(DeviceCell::BIRTH_ROLE).isValid();
-    if (2 * appended > model.rowCount()) {
-        model.setSortRole(DeviceCell::BIRTH_ROLE);
-        model.sort(1);
-        while (model.rowCount() > 0)
-            model.removeRow(model.rowCount() - 1);
-    }
-    while (model.rowCount() > 0)
-        model.removeRow(0);
-}
 
 } // namespace
 
@@ -51,14 +32,15 @@ Gui::Gui()
     size_window();
     build_menus();
     find_cache_file();
-    build_device_list();
+    connect_device_list();
     build_device_menu();
     start_sockets();
     build_window();
     panel.refresh_all_rows();
     restore_saved_state();
     // Only now: filling the box with the history must start no search.
-    connect(search_combo, &QComboBox::currentTextChanged, this, &Gui::refresh_search);
+    connect(search_combo, &QComboBox::currentTextChanged, this,
+            [this] { table.set_search(search_combo->lineEdit()->text()); });
     load_cache();
     start_timers();
     start_networks();
@@ -71,17 +53,15 @@ Gui::Gui()
     connect(qApp, &QCoreApplication::aboutToQuit, this, &Gui::close_down);
 }
 
-// The view goes before the model.
 Gui::~Gui()
 {
     closed = true;
     destroy_devices();
-    disconnect(device_list->selectionModel(), nullptr, this, nullptr);
+    disconnect(&table, nullptr, this, nullptr);
     if (!curve_widget->parent())
         delete curve_widget;
     panel.setParent(nullptr); // a member: nothing else may delete it
     delete takeCentralWidget();
-    free_rows(device_model);
 }
 
 void Gui::detect_theme()
@@ -90,7 +70,6 @@ void Gui::detect_theme()
     const QPalette palette = probe.palette();
     dark_theme = palette.color(QPalette::Current, QPalette::WindowText).value()
         > palette.color(QPalette::Current, QPalette::Window).value();
-    highlight_delegate.dark_theme = dark_theme;
 }
 
 void Gui::size_window()
@@ -123,14 +102,11 @@ void Gui::start_sockets()
 // it fires once, 500 ms from now.
 void Gui::start_timers()
 {
-    for (QTimer *timer : {&panel_timer, &search_timer}) {
-        timer->setSingleShot(true);
-        timer->setInterval(0);
-    }
+    panel_timer.setSingleShot(true);
+    panel_timer.setInterval(0);
     cache_timer.setSingleShot(true);
     cache_timer.setInterval(CACHE_DELAY);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
-    connect(&search_timer, &QTimer::timeout, this, &Gui::refresh_search);
     connect(&log_windows, &LogWindows::opened, this, &Gui::update_device_properties);
     connect(&log_windows, &LogWindows::closed, this, &Gui::close_log);
     connect(&log_windows, &LogWindows::pause_toggled, this, &Gui::toggle_log_pause);
@@ -177,19 +153,14 @@ void Gui::close_down()
 // would wipe the cache, so everything that could start work is stilled first.
 void Gui::destroy_devices()
 {
-    for (QTimer *timer : {&discovery_timer, &panel_timer, &search_timer, &cache_timer,
-                          &cache_slice_timer, &meter_timer})
+    for (QTimer *timer :
+         {&discovery_timer, &panel_timer, &cache_timer, &cache_slice_timer, &meter_timer})
         timer->stop();
     settings.stop();
     log_windows.stop();
     // Closed now, not when the rest is freed: another copy may be waiting to hear the devices.
     device_link.close();
-    // The list's cells point at the devices' meters.
-    for (int row = 0; row < device_model.rowCount(); ++row)
-        for (int column = 0; column < device_model.columnCount(); ++column)
-            if (column_ids[static_cast<size_t>(column)] == "meter")
-                static_cast<DeviceCell *>(device_model.item(row, column))
-                    ->write(DeviceCell::EXTRA_ROLE, QVariant());
+    table.forget_devices();
     for (const auto &[id, device] : devices)
         destroy_device(device);
     devices.clear();

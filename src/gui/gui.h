@@ -5,8 +5,8 @@
 #include "firmware/upload_rules.h"
 #include "firmware/uploads.h"
 #include "gui/copy_lock.h"
+#include "gui/device_table.h"
 #include "gui/edit_rules.h"
-#include "gui/highlight_delegate.h"
 #include "gui/kept_settings.h"
 #include "gui/property_panel.h"
 #include "link/datagram.h"
@@ -21,18 +21,16 @@
 #include <QHostAddress>
 #include <QJsonObject>
 #include <QMainWindow>
-#include <QStandardItemModel>
 #include <QTimer>
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 class CurveWidget;
-class DeviceCell;
-class DeviceListView;
 class Filter;
 class QAction;
 class QComboBox;
@@ -74,31 +72,11 @@ public:
     void save_settings(); // at once
 
     // ---- gui/gui_device_list.cpp -------------------------------------------------------------
-    void build_device_list();
-    void add_columns();
-    void show_default_columns();
-    void add_column(const std::string &id, const QString &name);
+    void connect_device_list();
     // Refreshes a device's row and all that hangs on its state: log title, assistant, meter.
     void update_device_properties(Device *device);
-    int find_device_row(Device *device);
-    bool is_device_selected(Device *device);
-    // The devices of the selected rows that the search does not hide, in the selection's order.
-    std::vector<Device *> selected_devices() const;
-    QIcon load_icon(const QString &path);
-    void toggle_column(size_t index);
-    void show_column_menu(const QPoint &position);
-    void refresh_row(Device *device, int row);
-    void write_cell(Device *device, size_t column, DeviceCell *item);
-    void write_product_cell(Device *device, size_t column, DeviceCell *item);
-    void write_meter_cell(Device *device, DeviceCell *item);
-    void write_property_cell(Device *device, size_t column, DeviceCell *item);
-    void set_cell(DeviceCell *item, size_t column, const QString &text, const QVariant &sort_value);
-    void insert_row(Device *device);
-    bool is_list_sorted() const;
-    int sorted_place(const QStandardItem *item) const;
-    QStandardItem *sort_cell(int row) const;
-    void sort_list_if_needed();
-    void note_row_hints();
+    void follow_state(Device *device); // all of that but the row
+    std::vector<Device *> selected_devices() const { return table.selected(); }
     void update_log_title(Device *device);
     void offer_assistant(Device *device);
     void update_identify_button();
@@ -111,11 +89,6 @@ public:
     bool shows_value_error();
 
     // ---- gui/gui_search.cpp ------------------------------------------------------------------
-    void refresh_search();
-    void start_search_refresh(); // at most once per painted frame
-    bool show_matching_rows(bool is_new_search);
-    std::vector<int> shown_columns() const;
-    bool row_matches_search(int row, const std::vector<int> &columns) const;
     void commit_search();
 
     // ---- gui/gui_commands.cpp ----------------------------------------------------------------
@@ -169,7 +142,6 @@ public:
     void follow_repeated_report(Device *device);
     void add_dummy_device();
     void delete_selected_devices();
-    void remove_rows(const std::vector<Device *> &leaving);
     void destroy_device(Device *device);
 
     // ---- model/gui_storage.cpp ---------------------------------------------------------------
@@ -193,7 +165,6 @@ public:
     void apply_band_edit(Filter *filter);
 
     // ---- meter/gui_meters.cpp ----------------------------------------------------------------
-    void install_meter_delegate();
     void on_meter_tick();
     void take_metering(Device *device, const QJsonObject &message);
 
@@ -230,12 +201,8 @@ public:
     std::map<QString, Device *> devices; // owned, by device id
     PropertyPanel panel{[this] { return selected_devices(); }};
 
-    QStandardItemModel device_model;
-    DeviceListView *device_list = nullptr;
-    HighlightDelegate highlight_delegate;
-    bool row_changed = false;  // the row being written differs from what it showed
-    bool sort_pending = false; // a key in the sort column has changed
-    int collecting = 0; // above 0: a burst or the cache is read, sorting and logs wait for its end
+    DeviceTable table;
+    std::optional<DeviceTable::Batch> burst; // while datagrams are read
     LogWindows log_windows{this};
 
     KeptSections kept_sections; // of the file that is being offered
@@ -250,24 +217,15 @@ public:
     QString cache_path;
     KeptSettings settings;
     CopyLock copy_lock;
-    QString column_signature; // a changed set of columns throws the list's saved state away
     QComboBox *network_combo = nullptr;
     QComboBox *search_combo = nullptr;
-    std::map<QString, QIcon> icon_cache;
     QTimer panel_timer;
-    QTimer search_timer;
     QTimer cache_timer;
-    QElapsedTimer search_pace; // since the last search refresh
-    QTimer cache_slice_timer;  // runs while a save is prepared in slices
-    QByteArray cache_text;     // what the slices have made so far
-    QString cache_position;    // id of the device they did last; null before the first
+    QTimer cache_slice_timer; // runs while a save is prepared in slices
+    QByteArray cache_text;    // what the slices have made so far
+    QString cache_position;   // id of the device they did last; null before the first
     bool cache_text_is_whole = false;
 
-    // Parallel lists, one entry per column.
-    QStringList column_names;
-    std::vector<std::string> column_ids;
-    std::vector<QAction *> column_actions;
-    QMenu *header_menu = nullptr;
     QMenu *device_menu = nullptr;
 
     QString current_network;

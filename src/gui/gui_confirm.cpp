@@ -1,6 +1,5 @@
 // Joins the panel to devices: what an edit holds back, what Confirm sends, what a selection shows.
 #include "eq/curve_widget.h"
-#include "gui/device_list_view.h"
 #include "gui/edit_rules.h"
 #include "gui/gui.h"
 
@@ -14,11 +13,13 @@ constexpr int CONFIRMED_DISCOVERY_DELAY = 10; // ms: the result of a change show
 
 void Gui::connect_panel()
 {
-    connect(&panel, &PropertyPanel::edit_started, this,
-            [this] { curve_widget->set_editable(true); });
+    connect(&panel, &PropertyPanel::edit_started, this, [this] {
+        table.hold_selected_rows(true);
+        curve_widget->set_editable(true);
+    });
     connect(&panel, &PropertyPanel::edit_ended, this, &Gui::on_edit_ended);
     connect(&panel, &PropertyPanel::eq_rows_changed, this, &Gui::refresh_eq_view);
-    connect(&panel, &PropertyPanel::focus_released, this, [this] { device_list->setFocus(); });
+    connect(&panel, &PropertyPanel::focus_released, this, [this] { table.view()->setFocus(); });
     connect(&panel, &PropertyPanel::confirmed, this, &Gui::on_confirm);
     connect(&panel, &PropertyPanel::update_pressed, this, [this] { upload_file("firmware.bin"); });
     connect(&panel, &PropertyPanel::save_pressed, this, &Gui::save_backup);
@@ -42,8 +43,7 @@ void Gui::on_edit_ended()
         device->stale = false;
         apply_device_state(device, QJsonObject(device->last_report));
     }
-    if (!highlight_delegate.search_text.isEmpty())
-        start_search_refresh();
+    table.hold_selected_rows(false);
     curve_widget->set_editable(false);
 }
 
@@ -75,7 +75,7 @@ void Gui::on_confirm()
     }
 
     panel.set_edit_mode(false);
-    device_list->setFocus();
+    table.view()->setFocus();
     for (Device *device : offline)
         apply_device_state(device, QJsonObject(device->last_report));
     if (!offline.empty())

@@ -1,7 +1,6 @@
 // What stands where in the window, and what of it is kept between runs.
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
-#include "gui/device_list_view.h"
 #include "gui/gui.h"
 #include "gui/window_rules.h"
 
@@ -55,7 +54,7 @@ void Gui::build_device_menu()
 void Gui::build_window()
 {
     eq_splitter = new QSplitter(Qt::Vertical);
-    eq_splitter->addWidget(device_list);
+    eq_splitter->addWidget(table.view());
 
     auto *left = new QWidget;
     auto *left_layout = new QVBoxLayout(left);
@@ -132,13 +131,11 @@ void Gui::restore_saved_state()
     eq_splitter->restoreState(settings.value("eq_splitter").toByteArray());
     // These two are read and never written: the order that survives is the one in list_state.
     const int order = settings.value("sort_order", 0).toInt();
-    device_list->sortByColumn(settings.value("sort_column", 0).toInt(),
-                              order == Qt::DescendingOrder ? Qt::DescendingOrder
-                                                           : Qt::AscendingOrder);
+    table.sort_by(settings.value("sort_column", 0).toInt(),
+                  order == Qt::DescendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder);
     restore_search_history();
-    column_signature = column_names.join(":");
-    if (settings.value("column_info").toString() == column_signature)
-        device_list->header()->restoreState(settings.value("list_state").toByteArray());
+    if (settings.value("column_info").toString() == table.column_signature())
+        table.restore_state(settings.value("list_state").toByteArray());
 }
 
 void Gui::restore_search_history()
@@ -159,8 +156,8 @@ void Gui::put_settings()
     settings.put("windowState", saveState());
     settings.put("property_splitter", property_splitter->saveState());
     settings.put("eq_splitter", eq_splitter->saveState());
-    settings.put("list_state", device_list->header()->saveState());
-    settings.put("column_info", column_signature);
+    settings.put("list_state", table.save_state());
+    settings.put("column_info", table.column_signature());
     settings.put("search_history", history);
 }
 
@@ -185,9 +182,9 @@ void Gui::watch_for_changes()
     connect(eq_button, &QPushButton::toggled, this, note);
     for (QSplitter *splitter : {property_splitter, eq_splitter})
         connect(splitter, &QSplitter::splitterMoved, this, note);
-    connect(device_list->header(), &QHeaderView::sectionMoved, this, note);
-    connect(device_list->header(), &QHeaderView::sortIndicatorChanged, this, note);
-    for (const QAction *action : column_actions)
+    connect(table.view()->header(), &QHeaderView::sectionMoved, this, note);
+    connect(table.view()->header(), &QHeaderView::sortIndicatorChanged, this, note);
+    for (const QAction *action : table.actions())
         connect(action, &QAction::triggered, this, note);
     connect(search_combo->model(), &QAbstractItemModel::rowsInserted, this, note);
 }

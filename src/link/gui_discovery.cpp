@@ -7,7 +7,6 @@
 #include <QComboBox>
 #include <QDateTime>
 #include <QMessageBox>
-#include <QScopedValueRollback>
 
 #include <cstdio>
 #include <vector>
@@ -53,13 +52,12 @@ void Gui::take_offline(const std::vector<Device *> &lost)
     if (lost.empty())
         return;
     {
-        const QScopedValueRollback<int> guard(collecting, collecting + 1);
+        const DeviceTable::Batch batch(table);
         for (Device *device : lost) {
             device->online = false;
             update_device_properties(device);
         }
     }
-    sort_list_if_needed();
     update_identify_button();
 }
 

@@ -28,7 +28,7 @@ bool repeats_its_report(const Device &device, const QHostAddress &from, const QB
 // Until the end of the burst, texts for log windows are collected and the list stays unsorted.
 void Gui::begin_burst()
 {
-    ++collecting;
+    burst.emplace(table);
     if (log_windows.is_full())
         device_link.end_slice();
 }
@@ -43,8 +43,7 @@ void Gui::take_datagram(const QHostAddress &from, const QByteArray &payload)
 
 void Gui::end_burst()
 {
-    --collecting;
-    sort_list_if_needed();
+    burst.reset();
     log_windows.show_soon();
 }
 
@@ -105,7 +104,7 @@ void Gui::handle_repeated_report(Device *device)
     note_report(*device, true, now(), device->fw_magic);
     if (!device->is_merged || was_online != device->online || was_broken != device->broken_net) {
         merge_when_free(device);
-    } else if (panel.is_editing() && is_device_selected(device)) {
+    } else if (panel.is_editing() && table.is_selected(*device)) {
         device->stale = true;
         offer_assistant(device);
     } else {
@@ -164,7 +163,7 @@ Device *Gui::handle_report(const QHostAddress &from, const QJsonObject &object, 
 // The operator's edit is not disturbed: a report of a selected device waits until it ends.
 void Gui::merge_when_free(Device *device)
 {
-    if (!panel.is_editing() || !is_device_selected(device)) {
+    if (!panel.is_editing() || !table.is_selected(*device)) {
         apply_device_state(device, QJsonObject(device->last_report));
         return;
     }

@@ -35,7 +35,7 @@ void Gui::append_log(Device *device, bool highlighted, const QString &text)
     if (!device || !log_windows.is_open(device))
         return;
     log_windows.append(device, highlighted, text);
-    if (collecting == 0)
+    if (!table.is_in_batch())
         log_windows.flush();
 }
 

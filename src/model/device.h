@@ -65,7 +65,7 @@ struct Device
     MeterObject meter;
 
     SavedText saved = {}; // this device's part of the cache file
-    int row_hint = -1;    // where the list row was last seen; find_device_row checks it first
+    mutable int row_hint = -1; // where the list row was last seen; DeviceTable checks it first
 
     Device() = default;
     Device(const Device &) = delete;

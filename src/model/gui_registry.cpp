@@ -1,42 +1,14 @@
 // Devices come into the registry, change with their reports, and leave it.
 #include "firmware/deppen_ass.h"
-#include "gui/device_list_view.h"
 #include "gui/gui.h"
 #include "model/device_state.h"
 
-#include <QComboBox>
 #include <QDebug>
-#include <QItemSelection>
 #include <QJsonDocument>
-#include <QLineEdit>
 #include <QRandomGenerator>
 
 #include <algorithm>
-#include <functional>
 #include <vector>
-
-namespace {
-
-struct RowRange
-{
-    int first = 0;
-    int last = 0;
-};
-
-// Neighbours put together; `rows` come from the lowest in the list to the topmost.
-std::vector<RowRange> row_ranges(const std::vector<int> &rows)
-{
-    std::vector<RowRange> ranges;
-    for (const int row : rows) {
-        if (!ranges.empty() && ranges.back().first == row + 1)
-            ranges.back().first = row;
-        else
-            ranges.push_back({.first = row, .last = row});
-    }
-    return ranges;
-}
-
-} // namespace
 
 void Gui::apply_device_state(Device *device, const QJsonObject &report)
 {
@@ -48,7 +20,7 @@ void Gui::apply_device_state(Device *device, const QJsonObject &report)
 // All that a report brings along.
 void Gui::follow_merge(Device *device, const MergeResult &merged)
 {
-    const bool is_selected = is_device_selected(device);
+    const bool is_selected = table.is_selected(*device);
     if (merged.product_changed)
         panel.mark_dependants("product_id");
     if (is_selected) {
@@ -62,18 +34,14 @@ void Gui::follow_merge(Device *device, const MergeResult &merged)
         cache_timer.start();
     if (is_selected && !panel.is_editing())
         panel_timer.start();
-    if (!search_combo->lineEdit()->text().isEmpty())
-        start_search_refresh();
 }
 
 // The same for a report that says what the last one said: row and panel show it already.
 void Gui::follow_repeated_report(Device *device)
 {
     offer_assistant(device);
-    if (!panel.is_editing() && is_device_selected(device))
+    if (!panel.is_editing() && table.is_selected(*device))
         panel_timer.start();
-    if (!search_combo->lineEdit()->text().isEmpty())
-        start_search_refresh();
 }
 
 void Gui::add_dummy_device()
@@ -97,31 +65,12 @@ void Gui::delete_selected_devices()
     panel.set_edit_mode(false);
     panel.refresh_all_rows();
     std::erase_if(leaving, [](const Device *device) { return device->deppen_ass != nullptr; });
-    remove_rows(leaving);
+    table.remove(leaving);
     for (Device *device : leaving) {
         devices.erase(device->device_id);
         destroy_device(device);
     }
-    note_row_hints();
     save_cache();
-}
-
-// All leave the selection at once, and neighbours the list together: each change of the selection
-// shows all that is left of it in the panel, for a thousand devices a thousand times.
-void Gui::remove_rows(const std::vector<Device *> &leaving)
-{
-    std::vector<int> rows;
-    for (Device *device : leaving)
-        rows.push_back(find_device_row(device)); // every device has one
-    std::sort(rows.begin(), rows.end(), std::greater<>());
-    const std::vector<RowRange> ranges = row_ranges(rows);
-    QItemSelection selection;
-    for (const RowRange &range : ranges)
-        selection.select(device_model.index(range.first, 0),
-                         device_model.index(range.last, device_model.columnCount() - 1));
-    device_list->selectionModel()->select(selection, QItemSelectionModel::Deselect);
-    for (const RowRange &range : ranges)
-        device_model.removeRows(range.first, range.last - range.first + 1);
 }
 
 // Deleting a log window emits no on_close, so no device is told anything here.

@@ -92,14 +92,10 @@ void Gui::add_to_cache_save()
 // are sorted once at the end.
 void Gui::load_cache()
 {
-    {
-        const QScopedValueRollback<int> guard(collecting, collecting + 1);
-        sort_pending = true;
-        const QByteArray text = read_saved_file(cache_path).value_or(QByteArray());
-        for (const SavedDevice &saved : read_cache_text(text))
-            handle_device_packet(saved.address, saved.data, false, saved.interface);
-    }
-    sort_list_if_needed();
+    const DeviceTable::Batch batch(table);
+    const QByteArray text = read_saved_file(cache_path).value_or(QByteArray());
+    for (const SavedDevice &saved : read_cache_text(text))
+        handle_device_packet(saved.address, saved.data, false, saved.interface);
 }
 
 // Only for exactly one device; it stays that otherwise the button does nothing. While the dialog is

@@ -92,22 +92,22 @@ void WindowHandle::update(Device *device)
 
 DeviceListView *WindowHandle::view() const
 {
-    return gui->device_list;
+    return gui->table.view();
 }
 
 QStandardItemModel &WindowHandle::model() const
 {
-    return gui->device_model;
+    return gui->table.model();
 }
 
 int WindowHandle::row_of(Device *device) const
 {
-    return gui->find_device_row(device);
+    return gui->table.row_of(*device);
 }
 
 bool WindowHandle::is_selected(Device *device) const
 {
-    return gui->is_device_selected(device);
+    return gui->table.is_selected(*device);
 }
 
 std::vector<Device *> WindowHandle::selected_devices() const
@@ -122,62 +122,52 @@ void WindowHandle::delete_selected()
 
 bool WindowHandle::is_sorted() const
 {
-    return gui->is_list_sorted();
-}
-
-void WindowHandle::sort()
-{
-    gui->sort_list_if_needed();
-}
-
-void WindowHandle::forget_sorting()
-{
-    gui->sort_pending = false;
+    return gui->table.is_sorted();
 }
 
 const std::vector<std::string> &WindowHandle::column_ids() const
 {
-    return gui->column_ids;
+    return gui->table.ids();
 }
 
 const QStringList &WindowHandle::column_names() const
 {
-    return gui->column_names;
+    return gui->table.captions();
 }
 
 const std::vector<QAction *> &WindowHandle::column_actions() const
 {
-    return gui->column_actions;
+    return gui->table.actions();
 }
 
 std::vector<int> WindowHandle::shown_columns() const
 {
-    return gui->shown_columns();
+    return gui->table.shown_columns();
 }
 
 void WindowHandle::toggle_column(size_t index)
 {
-    gui->toggle_column(index);
+    gui->table.toggle_column(index);
 }
 
 void WindowHandle::show_default_columns()
 {
-    gui->show_default_columns();
+    gui->table.show_default_columns();
 }
 
 void WindowHandle::show_column_menu(const QPoint &position)
 {
-    gui->show_column_menu(position);
+    gui->table.show_column_menu(position);
 }
 
 QMenu *WindowHandle::header_menu() const
 {
-    return gui->header_menu;
+    return gui->table.menu();
 }
 
 QIcon WindowHandle::load_icon(const QString &path)
 {
-    return gui->load_icon(path);
+    return gui->table.load_icon(path);
 }
 
 QTimer &WindowHandle::meter_timer() const
@@ -195,24 +185,19 @@ QComboBox *WindowHandle::search_box() const
     return gui->search_combo;
 }
 
-QTimer &WindowHandle::search_timer() const
+FrameThrottle &WindowHandle::search_pace() const
 {
-    return gui->search_timer;
-}
-
-QElapsedTimer &WindowHandle::search_pace() const
-{
-    return gui->search_pace;
+    return gui->table.search_pace();
 }
 
 QString WindowHandle::highlighted_text() const
 {
-    return gui->highlight_delegate.search_text;
+    return gui->table.search();
 }
 
 void WindowHandle::refresh_search()
 {
-    gui->refresh_search();
+    gui->table.refresh_search();
 }
 
 void WindowHandle::commit_search()
@@ -378,19 +363,24 @@ void WindowHandle::report(const QHostAddress &from, const QJsonObject &object, b
     gui->handle_device_packet(from, object, live, interface);
 }
 
+void WindowHandle::remove_rows(const std::vector<Device *> &leaving)
+{
+    gui->table.remove(leaving);
+}
+
 void WindowHandle::begin_batch()
 {
-    ++gui->collecting;
+    batches.push_back(std::make_unique<DeviceTable::Batch>(gui->table));
 }
 
 void WindowHandle::end_batch()
 {
-    --gui->collecting;
+    batches.pop_back();
 }
 
 bool WindowHandle::is_in_batch() const
 {
-    return gui->collecting > 0;
+    return gui->table.is_in_batch();
 }
 
 QString WindowHandle::cache_path() const

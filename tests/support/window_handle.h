@@ -2,7 +2,7 @@
 // program that knows how the window is built.
 #pragma once
 
-#include "gui/highlight_delegate.h"
+#include "gui/device_table.h"
 #include "gui/property_panel.h"
 #include "gui/row_caption.h"
 #include "link/device_link.h"
@@ -10,7 +10,6 @@
 
 #include <QAction>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QJsonObject>
 #include <QMainWindow>
@@ -76,8 +75,6 @@ public:
     std::vector<Device *> selected_devices() const;
     void delete_selected();
     bool is_sorted() const;
-    void sort();
-    void forget_sorting(); // nothing is pending
     const std::vector<std::string> &column_ids() const;
     const QStringList &column_names() const;
     const std::vector<QAction *> &column_actions() const;
@@ -92,8 +89,7 @@ public:
 
     // ---- the search
     QComboBox *search_box() const;
-    QTimer &search_timer() const;
-    QElapsedTimer &search_pace() const;
+    FrameThrottle &search_pace() const;
     QString highlighted_text() const;
     void refresh_search();
     void commit_search();
@@ -140,6 +136,7 @@ public:
     void deliver(const QHostAddress &from, const QByteArray &datagram);
     void report(const QHostAddress &from, const QJsonObject &object, bool live,
                 const QString &interface);
+    void remove_rows(const std::vector<Device *> &leaving); // whose records go as well
     // Until end_batch, sorting and logs wait, as while a burst is read.
     void begin_batch();
     void end_batch();
@@ -179,4 +176,5 @@ public:
 
 private:
     std::unique_ptr<Gui> gui;
+    std::vector<std::unique_ptr<DeviceTable::Batch>> batches;
 };

@@ -189,7 +189,6 @@ private slots:
         window->select({0, 1, 2, 3, 4});
         window->press_edit();
         window->type("ui/memo", "typed");
-        gui().search_pace().invalidate();
         for (const size_t silent : {size_t(2), size_t(6)})
             window->devices[silent]->record()->last_seen -= 5000;
         gui().discover();
@@ -290,23 +289,29 @@ private slots:
     void reports_refresh_the_search_once_per_frame()
     {
         FakeDevice &device = window->add(named("Left"));
-        QVERIFY(gui().search_timer().isSingleShot());
-        QCOMPARE(gui().search_timer().interval(), 0);
-        device.report();
-        QVERIFY(!gui().search_timer().isActive()); // nothing is searched
+        device.report("ui", "memo", "first");
+        device.report("ui", "loc", "first");
+        QVERIFY(!gui().search_pace().is_waiting()); // nothing is searched
         search("left");
-        QVERIFY(!gui().search_timer().isActive());
-        gui().search_pace().start();
-        device.report();
-        QVERIFY(gui().search_timer().isActive());
-        QVERIFY(gui().search_timer().interval() > 0);
-        QVERIFY(gui().search_timer().interval() <= 16);
-        const QSignalSpy refreshes(&gui().search_timer(), &QTimer::timeout);
+        QVERIFY(!gui().search_pace().is_waiting());
+        gui().refresh_search();
+        device.report("ui", "loc", "second");
+        QVERIFY(gui().search_pace().is_waiting());
+        QVERIFY(gui().search_pace().wait() > 0);
+        QVERIFY(gui().search_pace().wait() <= 16);
+        const QSignalSpy refreshes(&gui().search_pace(), &FrameThrottle::due);
         for (int i = 0; i < 500; ++i)
-            device.report();
-        QTRY_VERIFY(!gui().search_timer().isActive());
+            device.report("ui", "loc", QString::number(i));
+        QTRY_VERIFY(!gui().search_pace().is_waiting());
         QCOMPARE(refreshes.size(), 1);
-        QCOMPARE(gui().search_timer().interval(), 0);
+    }
+
+    void a_report_without_news_refreshes_no_search()
+    {
+        FakeDevice &device = window->add(named("Left"));
+        search("left");
+        device.report();
+        QVERIFY(!gui().search_pace().is_waiting());
     }
 
     void a_refresh_that_changes_nothing_paints_nothing()

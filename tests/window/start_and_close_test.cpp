@@ -122,7 +122,6 @@ private slots:
     {
         QVERIFY(gui().discovery_timer().isSingleShot());
         QVERIFY(gui().panel_timer().isSingleShot() && gui().panel_timer().interval() == 0);
-        QVERIFY(gui().search_timer().isSingleShot() && gui().search_timer().interval() == 0);
         QVERIFY(gui().cache_timer().isSingleShot() && gui().cache_timer().interval() == 500);
         QVERIFY(!gui().meter_timer().isSingleShot() && gui().meter_timer().interval() == 85);
         QVERIFY(gui().meter_timer().isActive());

@@ -1,0 +1,29 @@
+// Where rows of the device list stand: their sorted place, and the quickest way out of the model.
+#pragma once
+
+#include <QStandardItemModel>
+#include <Qt>
+
+#include <vector>
+
+class RowHead;
+
+// What the list is sorted by; nothing while `column` is none of the model's.
+struct SortedBy
+{
+    int column = -1;
+    Qt::SortOrder order = Qt::AscendingOrder;
+};
+
+RowHead *row_head(const QStandardItemModel &model, int row); // null when there is no such row
+
+bool is_in_order(const QStandardItemModel &model, const SortedBy &sorted);
+
+// The first row that sorts behind `item`, which is in no model yet; rows with an equal key stay in
+// front.
+int sorted_place(const QStandardItemModel &model, const SortedBy &sorted,
+                 const QStandardItem &item);
+
+// Removes rows whose column 0 holds a RowHead; those that stay keep their order. For many rows the
+// model changes its layout in between.
+void remove_rows(QStandardItemModel &model, const std::vector<int> &rows);
