@@ -1,23 +1,83 @@
 #!/usr/bin/env bash
-# measure_performance.sh [SECONDS [DEVICES...]]: the table of docs/performance.md, measured on this
-# machine: one row per fleet size (100, 300, 1000 and 3000), each figure over SECONDS (12). Takes
-# about six minutes on two quiet cores; whatever else runs shows in the figures.
+# measure_performance.sh [SECONDS [DEVICES...]]: runs every benchmark in full and writes the tables of
+# docs/performance.md with the day and the machine. The fleets have 100, 300, 1000 and 3000 devices,
+# each figure of theirs is over SECONDS (12). Takes about twenty minutes on two quiet cores;
+# whatever else runs shows in the figures. Fails when a limit is missed.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 seconds=${1:-12}
 fleets=("${@:2}")
 ((${#fleets[@]})) || fleets=(100 300 1000 3000)
+document=docs/performance.md
+folder=build/performance
+export QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES="*.debug=false" XDG_CONFIG_HOME=$PWD/build/bench-settings
 
-scripts/setup.sh build network
-scripts/build.sh release load_bench loudspeaker-simulator >&2
+scripts/setup.sh build network check
+scripts/build.sh release bench/all loudspeaker-simulator >&2
+mkdir -p "$folder"
+outcome=0
 
-grep -m 1 'model name' /proc/cpuinfo | sed 's/.*: //'
-echo "$(nproc) cores, kernel $(uname -r), load $(cut -d ' ' -f 1-3 /proc/loadavg), $(date --iso-8601=minutes)"
-echo
-heading=
-for devices in "${fleets[@]}"; do
-    QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=$PWD/build/bench-settings \
-        build/release/bench/load_bench "$devices" "$seconds" $heading
-    heading=--no-heading
-done
+tell_machine() {
+    echo "Measured on $(date +%F): $(nproc) cores of$(grep -m 1 'model name' /proc/cpuinfo | sed 's/.*://'), kernel $(uname -r),"
+    echo "load average $(cut -d ' ' -f 1-3 /proc/loadavg) at the start."
+    echo
+}
+
+# Of what a benchmark prints: the lines "  WHAT | FIGURE | LIMIT | VERDICT" as rows, below what stands
+# above them.
+rows_of() {
+    awk -F ' \\| ' -v program="$1" '
+        /^  .* \| .* \| .* \| / {
+            sub(/^ +/, "", $1)
+            printf "| `%s` | %s | %s | %s%s |\n", program, heading $1, $2, $3,
+                ($4 == "MISSED" ? ", **missed**" : $4 ~ /^missed/ ? ", missed within noise" : "")
+            next
+        }
+        /^[^ |]/ { heading = $0 ~ /limits missed/ ? "" : $0 ": " }'
+}
+
+measure_fleets() {
+    tell_machine
+    local devices heading=''
+    for devices in "${fleets[@]}"; do
+        build/release/bench/load_bench "$devices" "$seconds" $heading >"$folder/load_bench" || outcome=1
+        grep '^|' "$folder/load_bench"
+        grep -v '^|' "$folder/load_bench" | sed "1i $devices devices" | rows_of load_bench >>"$folder/rows"
+        heading=--no-heading
+    done
+}
+
+measure_others() {
+    local program name
+    for program in build/release/bench/*_bench; do
+        name=${program##*/}
+        [[ $name != load_bench ]] || continue
+        "$program" >"$folder/$name" || outcome=1
+        rows_of "$name" <"$folder/$name" >>"$folder/rows"
+    done
+    tell_machine
+    echo "| Program | What | Figure | Limit |"
+    echo "|---|---|---|---|"
+    cat "$folder/rows"
+}
+
+# write_table NAME: puts the file between the marks of that name in the document.
+write_table() {
+    awk -v name="$1" -v file="$folder/$1.md" '
+        $0 == "<!-- measured: " name " -->" {
+            print; print ""
+            while ((getline line < file) > 0) print line
+            print ""; skips = 1
+        }
+        $0 == "<!-- end -->" { skips = 0 }
+        !skips && $0 != "<!-- measured: " name " -->"' "$document" >"$folder/document"
+    cat "$folder/document" >"$document"
+}
+
+: >"$folder/rows"
+measure_fleets >"$folder/fleets.md"
+measure_others >"$folder/others.md"
+write_table fleets
+write_table others
+exit $outcome
