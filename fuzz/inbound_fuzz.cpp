@@ -1,4 +1,4 @@
-// libFuzzer harness of the whole way in, from datagram to window. See fuzz_inbound.sh.
+// libFuzzer harness of the whole way in, from datagram to window. See fuzz.sh.
 #include "fuzz/inbound_mutation.h"
 #include "fuzz/inbound_play.h"
 #include "fuzz/inbound_process.h"

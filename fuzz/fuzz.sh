@@ -1,0 +1,51 @@
+#!/bin/sh
+# Fuzzes one parser, or the whole way in, under the sanitizers:
+#
+#   fuzz.sh NAME [SECONDS, default 300] [options of the engine]
+#   fuzz.sh NAME merge
+#
+# NAME is a row of the table in fuzz/CMakeLists.txt, or "inbound". The second form takes what was found
+# into the committed corpus, as few inputs as reach the same. Needs clang with libFuzzer (Debian: clang
+# libclang-rt-14-dev). Findings and new inputs are kept in build/fuzz/NAME. To see a finding again:
+# build/fuzz/fuzz/NAME_fuzz FILE
+set -eu
+cd "$(dirname "$0")/.."
+name=${1:?a row of the table in fuzz/CMakeLists.txt, or inbound}
+seconds=${2:-300}
+[ $# -lt 2 ] || shift
+shift
+build=build/fuzz
+own=$build/$name
+sanitizers=address,undefined,float-cast-overflow
+[ -f "$build/build.ninja" ] || cmake -S . -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ \
+    -DCMAKE_BUILD_TYPE= -DVELMARK_FUZZ=ON -DVELMARK_WERROR=OFF -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld \
+    -DCMAKE_CXX_FLAGS="-O2 -gline-tables-only -fno-omit-frame-pointer -fsanitize=fuzzer-no-link,$sanitizers -fno-sanitize-recover=all" \
+    >"$build.log" || { cat "$build.log"; exit 1; }
+cmake --build "$build" --parallel "${JOBS:-$(nproc)}" --target "${name}_fuzz"
+mkdir -p "$own/new" "$own/findings" "$own/merged"
+
+# A short memory for what was freed and where from makes twice as many executions; a finding that is
+# played again by itself is told in full.
+export ASAN_OPTIONS="${ASAN_OPTIONS:-quarantine_size_mb=8:malloc_context_size=2:detect_leaks=0}"
+run() {
+    # shellcheck disable=SC2046 # several words
+    "$build/fuzz/${name}_fuzz" $(cat "$build/fuzz/${name}_fuzz.options") "$@"
+}
+
+packed=fuzz/corpus/$name.base64
+corpus=fuzz/corpus/$name
+if [ ! -d "$corpus" ]; then
+    corpus=$own/corpus
+    rm -rf "$corpus"
+    mkdir -p "$corpus"
+    [ ! -f "$packed" ] || python3 fuzz/corpus.py unpack "$packed" "$corpus"
+fi
+
+if [ "$seconds" = merge ]; then
+    rm -f "$own/merged"/*
+    run "$@" -merge=1 "$own/merged" "$corpus" "$own/new"
+    exec python3 fuzz/corpus.py pack "$packed" "$own/merged"
+fi
+# New inputs go to the first folder; the corpus is only read.
+run -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2500 -entropic=0 -print_final_stats=1 \
+    -artifact_prefix="$own/findings/" "$@" "$own/new" "$corpus"

@@ -1,0 +1,92 @@
+// Backups into rows: any object becomes values, edits, and what a device is sent.
+#include "fuzz/rules/fuzz_bytes.h"
+#include "gui/edit_rules.h"
+#include "gui/selection_merge.h"
+#include "gui/value_text.h"
+#include "model/device_state.h"
+#include "model/json_path.h"
+#include "model/meta.h"
+
+#include <QJsonDocument>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// What the row's editor makes of a value that is set into it: numbers stop at the row's bounds.
+EditorState editor_with(const PropertyDesc &desc, const QVariant &value)
+{
+    EditorState editor{.text = value.toString(), .data = value};
+    editor.check_state = value.toBool() ? Qt::Checked : Qt::Unchecked;
+    editor.number = std::max(desc.min, std::min(desc.max, value.toDouble()));
+    return editor;
+}
+
+void check_value(const PropertyDesc &desc, const QVariant &value)
+{
+    if (desc.kind == PROP_INT || desc.kind == PROP_FLOAT)
+        expect(value.toDouble() >= desc.min && value.toDouble() <= desc.max,
+               "a number never leaves its row's bounds");
+    if (desc.kind == PROP_TEXT)
+        expect(value.toString().toUtf8().size() <= desc.max, "nor does a text");
+    QString text;
+    QIcon *no_icon = reinterpret_cast<QIcon *>(&text); // never written
+    value_text(desc, value, true, &text, no_icon);
+    expect(!text.isNull(), "each value has a text");
+}
+
+PropertyRows edited_rows(const Device &device, const QJsonObject &backup)
+{
+    PropertyRows rows;
+    for (const auto &[key, desc] : device.properties) {
+        if ((desc.flags & PF_BACKUP) == 0 || desc.kind == PROP_DUMMY)
+            continue;
+        const QVariant restored = value_from_json(backup, desc);
+        if (restored.isNull())
+            continue;
+        const QVariant value = editor_value(desc, true, editor_with(desc, restored));
+        if (!refusal(value).isEmpty() || !value.isValid())
+            continue;
+        check_value(desc, value);
+        rows[key] = {.desc = desc, .value = value, .edited = true, .uniform = true};
+    }
+    return rows;
+}
+
+// Without a window the device takes the command as it is.
+void check_sent(const PropertyRows &rows, Device &device, const QJsonObject &report)
+{
+    device.online = false;
+    device.last_report = report;
+    const std::optional<QJsonObject> changed = device_changes(rows, device);
+    if (!changed)
+        return;
+    merge_report(device, *changed);
+    for (const auto &[key, row] : rows)
+        if ((row.desc.flags & PF_READONLY) == 0 && device.properties.count(key) == 1)
+            expect(device.value(key) == row.value || row.value == device.value(key)
+                       || row.desc.kind == PROP_CHOICE,
+                   "what is sent is what the row says");
+    device.last_report = *changed;
+    expect(!device_changes(rows, device), "what a device has is not sent again");
+}
+
+} // namespace
+
+void fuzz_backup(const uint8_t *data, size_t size)
+{
+    set_up_catalogue();
+    FuzzBytes bytes(data, size);
+    static Records records;
+    const auto product = static_cast<size_t>(bytes.below(static_cast<int>(product_table.size())));
+    const ProductDesc &desc = product_table[product];
+    Device &device = fresh_record(records, product);
+    QJsonObject report = any_report(bytes, product);
+    report.insert("product_id", desc.product_id);
+    merge_report(device, report);
+    const QJsonObject backup = bytes.flag()
+        ? any_report(bytes, product)
+        : QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 500)).object();
+    check_sent(edited_rows(device, backup), device, report);
+}
