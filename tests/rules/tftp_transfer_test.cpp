@@ -193,7 +193,7 @@ private slots:
         owner.start();
         QVERIFY(owner.sent.empty());
         QCOMPARE(owner.transfer.status, QString("Error: file size too large"));
-        QCOMPARE(owner.signals_, (QJsonArray{QJsonArray{"done", false}}));
+        QCOMPARE(owner.signals_, (QJsonArray{QJsonValue(QJsonArray{"done", false})}));
     }
 
     // Its last block has number 65536, of which the wire shows 0: no ACK can answer it.
