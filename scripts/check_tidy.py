@@ -224,7 +224,6 @@ def compiles_alone(source):
 
 
 def main():
-    os.nice(0)
     preset, wanted = sys.argv[1], {str(pathlib.Path(name).resolve()) for name in sys.argv[2:]}
     CLEAN.mkdir(parents=True, exist_ok=True)
     GROUPS.mkdir(parents=True, exist_ok=True)
@@ -243,11 +242,14 @@ def main():
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         # The large ones first, or one would be left over at the end.
         order = sorted(groups, key=len, reverse=True)
-        said = list(pool.map(read_group, range(len(order)), order))
-        said += pool.map(compiles_alone, [s for s in sources.values() if s.is_program])
-    said = [text for text in said if text]
-    print("\n".join(said), end="\n" if said else "")
-    return 1 if said else 0
+        work = [pool.submit(read_group, number, group) for number, group in enumerate(order)]
+        work += [pool.submit(compiles_alone, s) for s in sources.values() if s.is_program]
+        is_clean = True
+        for done in concurrent.futures.as_completed(work):
+            if done.result():
+                print(done.result(), flush=True)
+                is_clean = False
+    return 0 if is_clean else 1
 
 
 sys.exit(main())
