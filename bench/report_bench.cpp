@@ -204,7 +204,7 @@ void bench_empty_start(const char *program, int rounds)
 double plain_rows_milliseconds(WindowHandle &gui)
 {
     const double start = cpu_seconds();
-    QFile file(gui.cache_path());
+    QFile file(gui.cache().path());
     if (!file.open(QIODevice::ReadOnly))
         qFatal("no cache");
     const QJsonArray cached
@@ -247,7 +247,7 @@ double plain_rows_milliseconds(WindowHandle &gui)
 void bench_full_start(WindowHandle &filled, const QString &folder)
 {
     std::printf("start with %d cached devices\n", FLEET);
-    filled.save_cache();
+    filled.cache().save();
     const double plain = plain_rows_milliseconds(filled);
     const double start = cpu_seconds();
     const std::unique_ptr<WindowHandle> gui = make_bench_window(folder);

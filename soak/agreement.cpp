@@ -35,7 +35,8 @@ bool Agreement::is_up_to_date(const WindowCase &window) const
 {
     for (const auto &[id, told] : truth) {
         const Device *device = window.gui->find_device(id);
-        if (!device || !device->online || device->stale || device->last_report != told.state
+        if (!device || !device->online || device->stale
+            || device->last_report.object() != told.state
             || device->address.toString() != told.address)
             return false;
     }
@@ -56,7 +57,7 @@ void Agreement::check_registry(const WindowCase &window)
         expect(device->online, id + " is not online");
         expect(device->address.toString() == told.address, id + " has a wrong address");
         expect(device->interface == "loudspeakers", id + " is on network " + device->interface);
-        expect(device->last_report == told.state, id + " has an old report");
+        expect(device->last_report.object() == told.state, id + " has an old report");
         expect(!device->stale && !device->upload, id + " is still busy");
         for (const auto &[key, desc] : device->properties)
             if (desc.kind != PROP_DUMMY)

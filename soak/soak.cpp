@@ -212,7 +212,7 @@ void Soak::compare()
     const ShownList worn = Agreement::shown_list(window);
     worn_out = tidy_holdings();
     window.gui->close();
-    agreement.check_cache_file(window.gui->cache_path());
+    agreement.check_cache_file(window.gui->cache().path());
     window.gui.reset();
 
     WindowCase fresh; // with a folder of its own: it knows nothing yet

@@ -194,7 +194,6 @@ Device &fresh_record(Records &kept, size_t product)
     device->values.clear();
     device->values["product_id"] = desc.product_id;
     device->session_list.clear();
-    device->session_source = {};
     device->properties["stream/name"].choices.clear();
     return *device;
 }

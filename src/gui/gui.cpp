@@ -19,7 +19,6 @@
 namespace {
 
 constexpr int FIRST_DISCOVERY_DELAY = 10; // ms: just after the event loop has started
-constexpr int CACHE_DELAY = 500;          // ms
 constexpr int METER_INTERVAL = 85;        // ms: a fall of 50 dB per second
 
 } // namespace
@@ -79,9 +78,11 @@ void Gui::size_window()
 
 void Gui::find_cache_file()
 {
-    cache_path = cache_path_beside(settings_path());
-    QDir("/").mkpath(cache_path.left(cache_path.lastIndexOf('/')));
-    copy_lock.take(cache_path);
+    const QString path = cache_path_beside(settings_path());
+    QDir("/").mkpath(path.left(path.lastIndexOf('/')));
+    device_cache.set_path(path);
+    copy_lock.take(path);
+    device_cache.set_read_only(copy_lock.is_second_copy());
     if (copy_lock.is_second_copy())
         settings.set_read_only();
 }
@@ -98,22 +99,16 @@ void Gui::start_sockets()
     connect(&discovery_timer, &QTimer::timeout, this, &Gui::send_discovery_packets);
 }
 
-// Reading the cache may have started cache_timer before its kind was set here: set while it runs,
-// it fires once, 500 ms from now.
 void Gui::start_timers()
 {
     panel_timer.setSingleShot(true);
     panel_timer.setInterval(0);
-    cache_timer.setSingleShot(true);
-    cache_timer.setInterval(CACHE_DELAY);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
     connect(&log_windows, &LogWindows::opened, this, &Gui::update_device_properties);
     connect(&log_windows, &LogWindows::closed, this, &Gui::close_log);
     connect(&log_windows, &LogWindows::pause_toggled, this, &Gui::toggle_log_pause);
     connect(&log_windows, &LogWindows::line_typed, this, &Gui::send_console_line);
     connect(&uploads, &Uploads::changed, this, &Gui::update_device_properties);
-    connect(&cache_timer, &QTimer::timeout, this, &Gui::start_cache_save);
-    connect(&cache_slice_timer, &QTimer::timeout, this, &Gui::continue_cache_save);
 }
 
 // The connections come before the first list: the first entry selects itself.
@@ -133,7 +128,7 @@ void Gui::closeEvent(QCloseEvent *event)
         return;
     }
     save_settings();
-    save_cache();
+    device_cache.save();
     QMainWindow::closeEvent(event);
     closed = true;
     destroy_devices();
@@ -145,7 +140,7 @@ void Gui::close_down()
         return;
     closed = true;
     save_settings();
-    save_cache();
+    device_cache.save();
     destroy_devices();
 }
 
@@ -153,9 +148,9 @@ void Gui::close_down()
 // would wipe the cache, so everything that could start work is stilled first.
 void Gui::destroy_devices()
 {
-    for (QTimer *timer :
-         {&discovery_timer, &panel_timer, &cache_timer, &cache_slice_timer, &meter_timer})
+    for (QTimer *timer : {&discovery_timer, &panel_timer, &meter_timer})
         timer->stop();
+    device_cache.stop();
     settings.stop();
     log_windows.stop();
     // Closed now, not when the rest is freed: another copy may be waiting to hear the devices.

@@ -15,6 +15,7 @@
 #include "link/text_limit.h"
 #include "meter/log_windows.h"
 #include "model/device.h"
+#include "model/device_cache.h"
 #include "model/device_state.h"
 
 #include <QElapsedTimer>
@@ -145,11 +146,8 @@ public:
     void destroy_device(Device *device);
 
     // ---- model/gui_storage.cpp ---------------------------------------------------------------
-    void save_cache(); // at once, and whole
-    void start_cache_save();
-    void continue_cache_save();
-    void add_to_cache_save();
     void load_cache();
+    void take_saved_device(const SavedDevice &saved);
     void save_backup();
     void load_backup(uint32_t mask);
     void restore_backup(const QJsonObject &object, uint32_t mask);
@@ -199,6 +197,7 @@ public:
     QTimer discovery_timer;
 
     std::map<QString, Device *> devices; // owned, by device id
+    DeviceCache device_cache{devices};
     PropertyPanel panel{[this] { return selected_devices(); }};
 
     DeviceTable table;
@@ -214,17 +213,11 @@ public:
     QPushButton *eq_button = nullptr;
     CurveWidget *curve_widget = nullptr; // parentless while hidden, then owned by us
 
-    QString cache_path;
     KeptSettings settings;
     CopyLock copy_lock;
     QComboBox *network_combo = nullptr;
     QComboBox *search_combo = nullptr;
     QTimer panel_timer;
-    QTimer cache_timer;
-    QTimer cache_slice_timer; // runs while a save is prepared in slices
-    QByteArray cache_text;    // what the slices have made so far
-    QString cache_position;   // id of the device they did last; null before the first
-    bool cache_text_is_whole = false;
 
     QMenu *device_menu = nullptr;
 

@@ -89,9 +89,13 @@ void Gui::handle_live_report(const QHostAddress &from, const QByteArray &payload
                              const QJsonObject &report)
 {
     Device *device = handle_report(from, report, true, current_network);
+    if (!device)
+        return;
+    const QByteArray bytes(payload.constData(), payload.size());
+    device->last_report.settle(bytes);
     const bool has_texts = report.contains("warning") || report.contains("error");
-    if (device && !has_texts)
-        device->last_payload = QByteArray(payload.constData(), payload.size());
+    if (!has_texts)
+        device->last_payload = bytes;
 }
 
 // The same as reading the bytes once more: all that they say is in the record, and only that the

@@ -2,13 +2,12 @@
 #pragma once
 
 #include "meter/meter_object.h"
+#include "model/kept_report.h"
 #include "model/meta.h"
 #include "model/saved_state.h"
 #include "model/upload_state.h"
 
 #include <QHostAddress>
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QMetaType>
 #include <QString>
 
@@ -44,13 +43,12 @@ struct Device
     bool upload_ok = false;    // result of the last upload
     QString dsp_error = {};
     bool stale = false; // a report came during an edit of this device and was not merged
-    QJsonObject last_report = {};
+    KeptReport last_report = {};
     bool is_merged = false;       // `values` say what last_report says
     QByteArray last_payload = {}; // the datagram that last_report was read from, else empty
     PropertyMap properties = {};  // what this device has: a copy of its product's
     ValueMap values = {};         // absent or invalid: the device did not say
     std::vector<session_item> session_list = {};
-    QJsonArray session_source = {}; // what session_list was last read from
     bool online = false;
     bool broken_net = false; // commands go unanswered
     bool awaiting_reply = false;
@@ -64,7 +62,7 @@ struct Device
     bool log_paused = false;
     MeterObject meter;
 
-    SavedText saved = {}; // this device's part of the cache file
+    SavedText saved = {};      // this device's part of the cache file
     mutable int row_hint = -1; // where the list row was last seen; DeviceTable checks it first
 
     Device() = default;

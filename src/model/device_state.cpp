@@ -38,10 +38,6 @@ bool take_product_of(Device &device, JsonPathReader &reader)
 
 bool take_sessions(Device &device, const QJsonObject &report)
 {
-    const QJsonArray list = report.value("streams").toObject().value("list").toArray();
-    if (list == device.session_source)
-        return false;
-    device.session_source = list;
     std::vector<session_item> sessions = sessions_of(report);
     if (sessions == device.session_list)
         return false;

@@ -29,9 +29,8 @@ void Gui::follow_merge(Device *device, const MergeResult &merged)
         panel.refresh_needed_rows();
     }
     update_device_properties(device);
-    // A pending save is not pushed back: a steady flow of changes is saved every 500 ms.
-    if (merged.device_changed() && !cache_timer.isActive())
-        cache_timer.start();
+    if (merged.device_changed())
+        device_cache.changed();
     if (is_selected && !panel.is_editing())
         panel_timer.start();
 }
@@ -70,7 +69,7 @@ void Gui::delete_selected_devices()
         devices.erase(device->device_id);
         destroy_device(device);
     }
-    save_cache();
+    device_cache.save();
 }
 
 // Deleting a log window emits no on_close, so no device is told anything here.

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr qint64 LARGEST_FILE = 64 * 1024 * 1024;
 constexpr off_t LARGEST_GROWTH = 1024 * 1024;
 
 // A file that is open for writing, made if there was none; -1 for anything but a regular file.
@@ -70,16 +69,26 @@ bool write_all(int file, const QByteArray &text)
 
 } // namespace
 
-std::optional<QByteArray> read_saved_file(const QString &path)
+std::optional<QByteArray> read_saved_file(const QString &path, int most)
 {
     QFile file(path);
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    if (file.size() > LARGEST_FILE)
+    if (file.size() > most)
         return QByteArray();
     // Some files are larger than they say.
-    const QByteArray text = file.read(LARGEST_FILE + 1);
-    return text.size() > LARGEST_FILE ? QByteArray() : text;
+    const QByteArray text = file.read(qint64{most} + 1);
+    return text.size() > most ? QByteArray() : text;
+}
+
+void set_aside_if_larger(const QString &path, int most)
+{
+    const QFileInfo file(path);
+    if (!file.isFile() || file.size() <= most)
+        return;
+    const QString aside = path + ".too-large";
+    QFile::remove(aside);
+    QFile::rename(path, aside);
 }
 
 Room make_room(const QString &path, int size)

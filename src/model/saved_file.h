@@ -6,9 +6,16 @@
 
 #include <optional>
 
+constexpr int LARGEST_SAVED_FILE = 64 * 1024 * 1024; // bytes
+
 // The whole file; nothing when it can't be opened or is no regular file (a pipe would never end).
-// A file above 64 MiB comes as an empty text: it is none of ours, and reading it would take long.
-std::optional<QByteArray> read_saved_file(const QString &path);
+// A file of more than `most` bytes comes as an empty text: it is none of ours, and reading it would
+// take long.
+std::optional<QByteArray> read_saved_file(const QString &path, int most = LARGEST_SAVED_FILE);
+
+// Gives a file of more than `most` bytes another name, with ".too-large" at its end, so that it is
+// neither read nor replaced. What can't be renamed stays.
+void set_aside_if_larger(const QString &path, int most);
 
 enum class Room
 {

@@ -1,5 +1,6 @@
 // What is kept of devices between runs.
 #include "model/saved_state.h"
+#include "model/json_indent.h"
 #include "model/registry_limit.h"
 
 #include <QJsonArray>
@@ -13,64 +14,59 @@ const QByteArray HEAD = "{\n    \"devices\": [\n";
 const QByteArray SEPARATOR = ",\n";
 const QByteArray TAIL = "    ]\n}\n";
 
-constexpr int ELEMENT_DEPTH = 2;             // of a device's braces in the text
-constexpr int INDENT = 4;                    // blanks per level
-constexpr int DEEPEST = 512;                 // the JSON reader gives up at 1,024
-constexpr int LONGEST_INDENTATION = 1 << 20; // bytes per device; a real report has 10,000
+// A part is these three with the indented report and the address between them.
+const QByteArray BEFORE_REPORT = "        {\n            \"data\": ";
+const QByteArray BEFORE_ADDRESS = ",\n            \"ip\": ";
+const QByteArray AFTER_ADDRESS = "\n        }";
+constexpr int REPORT_DEPTH = 3;
 
-QByteArray indented(const QJsonArray &devices)
+// In quotes, as JSON has it.
+QByteArray quoted(const QHostAddress &address)
 {
-    return QJsonDocument(QJsonObject{{"devices", devices}}).toJson();
+    const QByteArray list
+        = QJsonDocument(QJsonArray{address.toString()}).toJson(QJsonDocument::Compact);
+    return list.mid(1, list.size() - 2);
 }
 
-bool fits_below(const QJsonValue &value, int depth, int &budget);
-
-template<typename Container>
-bool members_fit(const Container &container, int depth, int &budget)
-{
-    return depth < DEEPEST
-        && std::all_of(container.begin(), container.end(),
-                       [depth, &budget](const QJsonValue &member) {
-                           return fits_below(member, depth + 1, budget);
-                       });
-}
-
-// Takes the indentation of all lines of `value` off the budget.
-bool fits_below(const QJsonValue &value, int depth, int &budget)
-{
-    budget -= INDENT * depth;
-    if (budget < 0)
-        return false;
-    if (value.isObject())
-        return members_fit(value.toObject(), depth, budget);
-    if (value.isArray())
-        return members_fit(value.toArray(), depth, budget);
-    return true;
-}
-
-bool fits_cache(const QJsonObject &report)
-{
-    int budget = LONGEST_INDENTATION;
-    return members_fit(report, ELEMENT_DEPTH + 1, budget);
-}
+// What a part takes beside its report, with the longest address and what separates it from the
+// next.
+constexpr int LARGEST_FRAME = 192;
 
 } // namespace
 
-bool renew_saved_text(SavedText &saved, const QHostAddress &address, const QJsonObject &report)
+void renew_saved_text(SavedText &saved, const QHostAddress &address, const KeptReport &report,
+                      int most)
 {
-    const bool is_same
-        = !saved.text.isEmpty() && saved.address == address && saved.report == report;
+    const bool is_same_report = saved.is_looked_at && saved.report == report;
     // Sharing the newer of two equal reports makes the next look at them a look at a pointer.
     saved.report = report;
-    if (is_same)
-        return false;
+    saved.is_looked_at = true;
     saved.address = address;
-    saved.text.clear();
-    if (!fits_cache(report))
-        return true;
-    const QByteArray whole = indented({QJsonObject{{"ip", address.toString()}, {"data", report}}});
-    saved.text = whole.mid(HEAD.size(), whole.size() - HEAD.size() - TAIL.size() - 1);
-    return true;
+    if (is_same_report)
+        return;
+    const int room = most - LARGEST_FRAME;
+    const QByteArray text = report.compact();
+    const int size = indented_size(text, REPORT_DEPTH, room);
+    if (size > room)
+        return;
+    saved.text = text;
+    saved.size = size + LARGEST_FRAME;
+}
+
+int last_arrival_with_room(std::vector<const SavedText *> parts, int room)
+{
+    std::sort(parts.begin(), parts.end(), [](const SavedText *one, const SavedText *other) {
+        return one->arrival < other->arrival;
+    });
+    qint64 size = 0;
+    int last = 0;
+    for (const SavedText *part : parts) {
+        size += part->size;
+        if (size > room && part->arrival > 0)
+            break;
+        last = part->arrival;
+    }
+    return last;
 }
 
 void begin_cache_text(QByteArray &text)
@@ -80,12 +76,14 @@ void begin_cache_text(QByteArray &text)
 
 void add_to_cache_text(QByteArray &text, const SavedText &saved)
 {
-    if (saved.text.isEmpty() || text.size() > LARGEST_CACHE - saved.text.size())
+    if (saved.size == 0)
         return;
     // A part ends with its brace, the head with a line end.
     if (text.endsWith('}'))
         text += SEPARATOR;
-    text += saved.text;
+    text += BEFORE_REPORT;
+    append_indented(text, saved.text, REPORT_DEPTH);
+    text += BEFORE_ADDRESS + quoted(saved.address) + AFTER_ADDRESS;
 }
 
 void end_cache_text(QByteArray &text)

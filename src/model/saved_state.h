@@ -1,6 +1,8 @@
 // What is kept of devices between runs: the device cache's text, and the test for a backup.
 #pragma once
 
+#include "model/kept_report.h"
+
 #include <QByteArray>
 #include <QHostAddress>
 #include <QJsonObject>
@@ -16,18 +18,25 @@ struct SavedDevice
     QJsonObject data = {};     // what it last reported
 };
 
-// One device's part of the cache's text, kept for as long as what it was made from stays the same.
+// One device's part of the cache's text.
 struct SavedText
 {
-    QByteArray text = {}; // empty: not made yet, or the report can't be kept
-    QJsonObject report = {};
+    KeptReport report = {}; // the last one that was looked at
+    bool is_looked_at = false;
     QHostAddress address = {};
+    QByteArray text = {}; // the last one that could be kept, compact; empty: none yet
+    int size = 0;         // bytes that the part takes in the file at the most; 0: there is none
+    int arrival = -1;     // 0: it was in the cache at the start; then by order; -1: not told yet
 };
 
-// Makes the part anew if it is not of this address and report; true when it did. Equal reports
-// count as the same. A report that no device would send, nested so deeply that its indentation
-// takes a megabyte or that the file could not be read again, is left out: it would cost the others.
-bool renew_saved_text(SavedText &saved, const QHostAddress &address, const QJsonObject &report);
+// Looks whether the part is still of this address and report, and makes it anew if not. Equal
+// reports count as the same. A part of more than `most` bytes, or nested so deeply that the file
+// could not be read again, is left out: the device stays as it was kept before, if it ever was.
+void renew_saved_text(SavedText &saved, const QHostAddress &address, const KeptReport &report,
+                      int most);
+
+// The latest arrival for which there is room in a file that holds no part of later ones.
+int last_arrival_with_room(std::vector<const SavedText *> parts, int room);
 
 // The three steps of building the cache's text in `text`: byte for byte the indented form of
 // {"devices": [{"data": report, "ip": address}, ...]}. Empty parts are passed over.

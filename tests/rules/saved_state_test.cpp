@@ -20,10 +20,16 @@ QByteArray assembled(std::vector<SavedText> &parts)
     return text;
 }
 
+QByteArray assembled(const SavedText &part)
+{
+    std::vector<SavedText> parts{part};
+    return assembled(parts);
+}
+
 SavedText part_of(const QString &address, const QJsonObject &report)
 {
     SavedText part;
-    renew_saved_text(part, QHostAddress(address), report);
+    renew_saved_text(part, QHostAddress(address), KeptReport(report), LARGEST_CACHE_PART);
     return part;
 }
 
@@ -31,7 +37,8 @@ QByteArray written_plainly(const std::vector<SavedText> &parts)
 {
     QJsonArray devices;
     for (const SavedText &part : parts)
-        devices.append(QJsonObject{{"ip", part.address.toString()}, {"data", part.report}});
+        devices.append(
+            QJsonObject{{"ip", part.address.toString()}, {"data", part.report.object()}});
     return QJsonDocument(QJsonObject{{"devices", devices}}).toJson();
 }
 
@@ -127,14 +134,19 @@ private slots:
 
     void a_part_is_kept_until_report_or_address_change()
     {
+        const auto renew = [](SavedText &part, const QString &address, const QJsonObject &report) {
+            renew_saved_text(part, QHostAddress(address), KeptReport(report), LARGEST_CACHE_PART);
+        };
         SavedText part = part_of("10.0.0.1", plain_report("a"));
         const char *made = part.text.constData();
-        QVERIFY(!renew_saved_text(part, QHostAddress("10.0.0.1"), plain_report("a")));
+        renew(part, "10.0.0.1", plain_report("a"));
         QCOMPARE(part.text.constData(), made);
 
-        QVERIFY(renew_saved_text(part, QHostAddress("10.0.0.2"), plain_report("a")));
-        QVERIFY(part.text.contains("10.0.0.2"));
-        QVERIFY(renew_saved_text(part, QHostAddress("10.0.0.2"), plain_report("b")));
+        renew(part, "10.0.0.2", plain_report("a"));
+        QCOMPARE(part.text.constData(), made);
+        std::vector<SavedText> parts{part};
+        QCOMPARE(assembled(parts), written_plainly(parts));
+        renew(part, "10.0.0.2", plain_report("b"));
         QVERIFY(part.text.contains("\"b\""));
         QVERIFY(!part.text.contains("\"a\""));
     }
@@ -148,7 +160,7 @@ private slots:
         QCOMPARE(devices.size(), size_t(3));
         for (size_t i = 0; i < devices.size(); ++i) {
             QCOMPARE(devices[i].address, parts[i].address);
-            QCOMPARE(devices[i].data, parts[i].report);
+            QCOMPARE(devices[i].data, parts[i].report.object());
             QCOMPARE(devices[i].interface, QString());
         }
     }
@@ -170,10 +182,10 @@ private slots:
         QCOMPARE(devices[1].data, plain_report("c"));
     }
 
-    void a_report_of_four_hundred_levels_is_kept()
+    void a_report_of_two_hundred_levels_is_kept()
     {
-        std::vector<SavedText> parts{part_of("10.0.0.2", nested(400))};
-        QCOMPARE(read_cache_text(assembled(parts)).at(0).data, nested(400));
+        std::vector<SavedText> parts{part_of("10.0.0.2", nested(200))};
+        QCOMPARE(read_cache_text(assembled(parts)).at(0).data, nested(200));
     }
 
     // One datagram could otherwise grow to 60 MB of blanks.
@@ -258,13 +270,70 @@ private slots:
         QCOMPARE(read_cache_text(text).size(), size_t(8192));
     }
 
-    void the_text_has_an_end()
+    void no_part_takes_more_than_its_size()
     {
-        QByteArray text(LARGEST_CACHE - 50, ' ');
-        add_to_cache_text(text, {.text = QByteArray(51, 'x')});
-        QCOMPARE(text.size(), LARGEST_CACHE - 50);
-        add_to_cache_text(text, {.text = QByteArray(50, 'x')});
-        QCOMPARE(text.size(), LARGEST_CACHE);
+        for (const char *address : {"", "10.0.0.1", "fe80::1234:5678:9abc:def0%enx001122334455"}) {
+            const SavedText part = part_of(address, plain_report("a"));
+            QByteArray text = "}";
+            add_to_cache_text(text, part);
+            QVERIFY(text.size() - 1 <= part.size);
+        }
+    }
+
+    void a_report_that_takes_too_much_leaves_the_last_that_did_not()
+    {
+        QJsonArray wide;
+        for (int i = 0; i < 15000; ++i)
+            wide.append(QJsonArray{1});
+        SavedText part = part_of("10.0.0.1", plain_report("a"));
+        const KeptReport large(QJsonObject{{"device_id", "a"}, {"x", wide}});
+        renew_saved_text(part, QHostAddress("10.0.0.2"), large, LARGEST_CACHE_PART);
+        const SavedDevice kept = read_cache_text(assembled(part)).at(0);
+        QCOMPARE(kept.data, plain_report("a"));
+        QCOMPARE(kept.address, QHostAddress("10.0.0.2"));
+
+        SavedText fresh;
+        for (int look = 0; look < 2; ++look) {
+            renew_saved_text(fresh, QHostAddress("10.0.0.2"), large, LARGEST_CACHE_PART);
+            QCOMPARE(fresh.size, 0);
+            QVERIFY(read_cache_text(assembled(fresh)).empty());
+        }
+    }
+
+    void a_part_is_bounded_as_it_is_written()
+    {
+        SavedText last;
+        for (int blanks = 0; last.size > 0 || blanks == 0; blanks += 10000) {
+            const QJsonObject report{{"device_id", "a"}, {"memo", QString(blanks, ' ')}};
+            last = part_of("10.0.0.1", report);
+            QVERIFY(assembled(last).size() < LARGEST_CACHE_PART);
+        }
+        QVERIFY(last.text.isEmpty());
+    }
+
+    void the_first_to_arrive_have_the_room_data()
+    {
+        QTest::addColumn<int>("room");
+        QTest::addColumn<int>("last");
+        QTest::newRow("all") << 1000 << 3;
+        QTest::newRow("all but the last") << 999 << 2;
+        QTest::newRow("the first two") << 400 << 1;
+        QTest::newRow("those of the start") << 399 << 0;
+        QTest::newRow("not even those") << 10 << 0;
+    }
+    void the_first_to_arrive_have_the_room()
+    {
+        QFETCH(int, room);
+        QFETCH(int, last);
+        const std::vector<SavedText> parts = {{.size = 500, .arrival = 3},
+                                              {.size = 100, .arrival = 2},
+                                              {.size = 200, .arrival = 0},
+                                              {.size = 100, .arrival = 0},
+                                              {.size = 100, .arrival = 1}};
+        std::vector<const SavedText *> looked_at;
+        for (const SavedText &part : parts)
+            looked_at.push_back(&part);
+        QCOMPARE(last_arrival_with_room(looked_at, room), last);
     }
 
     void only_the_family_name_makes_a_backup_data()

@@ -383,49 +383,9 @@ bool WindowHandle::is_in_batch() const
     return gui->table.is_in_batch();
 }
 
-QString WindowHandle::cache_path() const
+DeviceCache &WindowHandle::cache() const
 {
-    return gui->cache_path;
-}
-
-void WindowHandle::set_cache_path(const QString &path)
-{
-    gui->cache_path = path;
-}
-
-QTimer &WindowHandle::cache_timer() const
-{
-    return gui->cache_timer;
-}
-
-QTimer &WindowHandle::cache_slice_timer() const
-{
-    return gui->cache_slice_timer;
-}
-
-QByteArray WindowHandle::cache_text() const
-{
-    return gui->cache_text;
-}
-
-void WindowHandle::set_cache_position(const QString &text)
-{
-    gui->cache_position = text;
-}
-
-void WindowHandle::save_cache()
-{
-    gui->save_cache();
-}
-
-void WindowHandle::start_cache_save()
-{
-    gui->start_cache_save();
-}
-
-void WindowHandle::continue_cache_save()
-{
-    gui->continue_cache_save();
+    return gui->device_cache;
 }
 
 void WindowHandle::load_cache()

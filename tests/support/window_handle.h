@@ -7,6 +7,7 @@
 #include "gui/row_caption.h"
 #include "link/device_link.h"
 #include "model/device.h"
+#include "model/device_cache.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -143,15 +144,7 @@ public:
     bool is_in_batch() const;
 
     // ---- the cache
-    QString cache_path() const;
-    void set_cache_path(const QString &path);
-    QTimer &cache_timer() const;
-    QTimer &cache_slice_timer() const;
-    QByteArray cache_text() const;                // what the slices have made so far
-    void set_cache_position(const QString &text); // the device they did last
-    void save_cache();
-    void start_cache_save();
-    void continue_cache_save();
+    DeviceCache &cache() const;
     void load_cache();
 
     // ---- commands

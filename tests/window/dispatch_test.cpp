@@ -244,7 +244,7 @@ private slots:
         debug_lines.clear();
         receive("10.0.0.66", datagram);
         QCOMPARE(gui().all_devices().size(), size_t(1));
-        QCOMPARE(known->last_report, report);
+        QCOMPARE(known->last_report.object(), report);
         QCOMPARE(known->address, QHostAddress("10.0.0.1"));
         QVERIFY(debug_lines.size() <= 1);
     }

@@ -68,7 +68,7 @@ private slots:
     void a_signal_runs_the_closing_steps()
     {
         QFETCH(int, number);
-        const QString cache = gui().cache_path();
+        const QString cache = gui().cache().path();
         const QString settings = settings_path();
         window->gui.reset();
         const std::unique_ptr<QProcess> program = start_program();
@@ -112,10 +112,10 @@ private slots:
     void a_second_copy_reads_both_files_and_writes_neither()
     {
         window->report("10.0.0.1", loudspeaker_report("a"));
-        gui().save_cache();
+        gui().cache().save();
         gui().eq_button()->setChecked(true);
         QTRY_VERIFY(contents(settings_path()).contains("eq_visible=true"));
-        const QByteArray cache = contents(gui().cache_path());
+        const QByteArray cache = contents(gui().cache().path());
         const QByteArray settings = contents(settings_path());
 
         QTest::ignoreMessage(QtDebugMsg,
@@ -127,10 +127,10 @@ private slots:
         QVERIFY(second->eq_button()->isChecked());
         second->eq_button()->setChecked(false);
         second->report(QHostAddress("10.0.0.2"), loudspeaker_report("b"), true, "lo");
-        second->start_cache_save();
-        QVERIFY(!second->cache_slice_timer().isActive());
+        second->cache().begin_slices();
+        QVERIFY(!second->cache().is_saving());
         window->gui.reset(); // not even alone
-        second->save_cache();
+        second->cache().save();
         second->close();
         second.reset();
         QCOMPARE(contents(settings_path()), settings);
@@ -144,7 +144,7 @@ private slots:
     void settings_that_are_a_pipe_prevent_no_window()
     {
         const QString settings = settings_path();
-        const QString cache = gui().cache_path();
+        const QString cache = gui().cache().path();
         gui().close();
         window->gui.reset();
         QFile::remove(settings);

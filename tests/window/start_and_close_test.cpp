@@ -122,7 +122,6 @@ private slots:
     {
         QVERIFY(gui().discovery_timer().isSingleShot());
         QVERIFY(gui().panel_timer().isSingleShot() && gui().panel_timer().interval() == 0);
-        QVERIFY(gui().cache_timer().isSingleShot() && gui().cache_timer().interval() == 500);
         QVERIFY(!gui().meter_timer().isSingleShot() && gui().meter_timer().interval() == 85);
         QVERIFY(gui().meter_timer().isActive());
     }
@@ -173,10 +172,11 @@ private slots:
     void no_late_timer_wipes_the_cache()
     {
         change_everything();
-        gui().cache_timer().start(0);
+        gui().cache().set_delay(0);
+        gui().cache().changed();
         gui().close();
         QTest::qWait(20); // a due timer would fire now
-        QFile file(gui().cache_path());
+        QFile file(gui().cache().path());
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(QJsonDocument::fromJson(file.readAll()).object().value("devices").toArray().size(),
                  1);
@@ -185,9 +185,9 @@ private slots:
     void a_pending_save_is_written_at_close()
     {
         window->report("10.0.0.1", loudspeaker_report("a", 3, "Before"));
-        QTRY_VERIFY(!gui().cache_timer().isActive());
+        QTRY_VERIFY(!gui().cache().is_pending());
         window->report("10.0.0.1", loudspeaker_report("a", 3, "After"));
-        QVERIFY(gui().cache_timer().isActive());
+        QVERIFY(gui().cache().is_pending());
         gui().close();
         window->start();
         QCOMPARE(gui().find_device("a")->value("ui/name"), QVariant("After"));
@@ -298,7 +298,7 @@ private slots:
     void settings_of_200_mb_hold_up_no_start()
     {
         const QString settings = gui().settings().fileName();
-        const QString cache = gui().cache_path();
+        const QString cache = gui().cache().path();
         window->gui.reset();
         QFile huge(settings);
         QVERIFY(huge.open(QIODevice::WriteOnly));

@@ -1,0 +1,347 @@
+// The devices' file: written in slices, never longer than can be read, and never without a device
+// that it had at the start.
+#include "model/device.h"
+#include "model/device_cache.h"
+#include "model/registry_limit.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+#include <sys/stat.h>
+
+namespace {
+
+QString numbered(int number)
+{
+    return QString("dev%1").arg(number, 4, 10, QChar('0'));
+}
+
+QJsonObject plain_report(const QString &id, const QString &memo = "")
+{
+    return {{"product", "KESTA"}, {"seq", 0}, {"device_id", id}, {"memo", memo}};
+}
+
+// Written out it takes the better part of what one device may take.
+QJsonObject large_report(const QString &id)
+{
+    return plain_report(id, QString(200 * 1024, 'm'));
+}
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no file";
+}
+
+void put(const QString &path, const QByteArray &text)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(text);
+}
+
+} // namespace
+
+class DeviceCacheTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> folder;
+    QString path;
+    std::map<QString, std::unique_ptr<Device>> owned;
+    DeviceCache::Devices devices;
+    std::unique_ptr<DeviceCache> cache;
+
+    Device &report(const QJsonObject &object)
+    {
+        const QString id = object.value("device_id").toString();
+        if (owned.count(id) == 0) {
+            owned[id] = std::make_unique<Device>();
+            devices[id] = owned[id].get();
+        }
+        Device &device = *owned[id];
+        device.device_id = id;
+        device.address = QHostAddress("10.0.0.1");
+        device.last_report = object;
+        device.last_report.settle();
+        return device;
+    }
+
+    void forget(const QString &id)
+    {
+        devices.erase(id);
+        owned.erase(id);
+    }
+
+    void restart()
+    {
+        cache.reset();
+        devices.clear();
+        owned.clear();
+        cache = std::make_unique<DeviceCache>(devices);
+        cache->set_path(path);
+    }
+
+    // What the program does with them: each becomes a record.
+    size_t load()
+    {
+        const std::vector<SavedDevice> found = cache->load();
+        for (const SavedDevice &saved : found)
+            report(saved.data);
+        return found.size();
+    }
+
+    void run_slices()
+    {
+        while (cache->is_saving())
+            cache->continue_slices();
+    }
+
+    QByteArray expected() const
+    {
+        QJsonArray elements;
+        for (const auto &[id, device] : devices)
+            elements.append(QJsonObject{{"ip", device->address.toString()},
+                                        {"data", device->last_report.object()}});
+        return QJsonDocument(QJsonObject{{"devices", elements}}).toJson();
+    }
+
+    QStringList saved_ids() const
+    {
+        QStringList ids;
+        for (const SavedDevice &saved : read_cache_text(contents(path)))
+            ids.append(saved.data.value("device_id").toString());
+        return ids;
+    }
+
+    QTimer *clock() const
+    {
+        for (QTimer *timer : cache->findChildren<QTimer *>())
+            if (timer->isSingleShot())
+                return timer;
+        return nullptr;
+    }
+
+private slots:
+    void init()
+    {
+        folder = std::make_unique<QTemporaryDir>();
+        path = folder->filePath("devicecache.json");
+        restart();
+    }
+
+    void a_change_is_saved_once_half_a_second_later()
+    {
+        report(plain_report("a"));
+        QVERIFY(!cache->is_pending());
+        cache->changed();
+        QVERIFY(cache->is_pending());
+        QCOMPARE(clock()->interval(), 500);
+        QTRY_COMPARE_WITH_TIMEOUT(contents(path), expected(), 20000);
+        QVERIFY(!cache->is_pending());
+        QVERIFY(!cache->is_saving());
+    }
+
+    // A clock that is set anew has another number.
+    void a_pending_save_is_not_pushed_back()
+    {
+        cache->changed();
+        const int number = clock()->timerId();
+        QVERIFY(number >= 0);
+        cache->changed();
+        QCOMPARE(clock()->timerId(), number);
+    }
+
+    void a_save_in_slices_writes_what_one_at_once_would()
+    {
+        for (int i = 0; i < 3000; ++i)
+            report(plain_report(numbered(i), QString(i, 'm')));
+        cache->begin_slices();
+        QVERIFY(cache->is_saving());
+        cache->continue_slices();
+        QCOMPARE(contents(path), QByteArray("no file"));
+        run_slices();
+        QCOMPARE(contents(path), expected());
+    }
+
+    void slices_run_by_themselves()
+    {
+        report(plain_report("a"));
+        cache->begin_slices();
+        QTRY_VERIFY(!cache->is_saving());
+        QCOMPARE(contents(path), expected());
+    }
+
+    void devices_may_come_and_go_between_slices()
+    {
+        for (int i = 0; i < 3000; ++i)
+            report(plain_report(numbered(i)));
+        cache->begin_slices();
+        for (int i = 0; cache->is_saving(); ++i) {
+            cache->continue_slices();
+            forget(numbered(3 * i));
+            report(plain_report(numbered(9000 - i)));
+        }
+        const QStringList ids = saved_ids();
+        QVERIFY(ids.contains(numbered(1)));
+        QVERIFY(ids.contains(numbered(2999)));
+        QCOMPARE(QSet<QString>(ids.begin(), ids.end()).size(), ids.size());
+        cache->save();
+        QCOMPARE(contents(path), expected());
+    }
+
+    // A device deleted in the middle is saved at once; what was half done must not come before it.
+    void nothing_of_an_abandoned_save_reaches_the_next()
+    {
+        for (int i = 0; i < 2000; ++i)
+            report(plain_report(numbered(i), QString(500, 'm')));
+        for (int slices = 0;; ++slices) {
+            cache->begin_slices();
+            for (int i = 0; i < slices && cache->is_saving(); ++i)
+                cache->continue_slices();
+            if (!cache->is_saving())
+                break;
+            forget(numbered(slices));
+            cache->save();
+            QCOMPARE(contents(path), expected());
+            cache->begin_slices();
+            run_slices();
+            QCOMPARE(contents(path), expected());
+        }
+    }
+
+    void a_save_that_falls_due_during_another_comes_after_it()
+    {
+        report(plain_report("a"));
+        cache->begin_slices();
+        cache->continue_slices(); // looks at all
+        report(plain_report("b"));
+        cache->begin_slices();
+        QVERIFY(cache->is_pending());
+        run_slices();
+        QCOMPARE(saved_ids(), QStringList("a"));
+        QTRY_COMPARE_WITH_TIMEOUT(saved_ids(), QStringList({"a", "b"}), 20000);
+    }
+
+    void stopping_leaves_the_file_as_it_is()
+    {
+        report(plain_report("a"));
+        cache->save();
+        const QByteArray before = contents(path);
+        report(plain_report("b"));
+        cache->changed();
+        cache->begin_slices();
+        cache->continue_slices();
+        cache->stop();
+        QVERIFY(!cache->is_pending());
+        QVERIFY(!cache->is_saving());
+        QCoreApplication::processEvents();
+        QCOMPARE(contents(path), before);
+    }
+
+    void a_file_that_is_only_read_stays_as_it_is()
+    {
+        report(plain_report("a"));
+        cache->save();
+        const QByteArray before = contents(path);
+        restart();
+        cache->set_read_only(true);
+        QCOMPARE(load(), size_t(1));
+        report(plain_report("b"));
+        cache->save();
+        cache->begin_slices();
+        QVERIFY(!cache->is_saving());
+        QCOMPARE(contents(path), before);
+    }
+
+    // ---- bounds ------------------------------------------------------------------------------
+
+    void a_file_too_large_to_be_read_is_set_aside()
+    {
+        put(path, R"({"devices":[{"data":{"device_id":"a"}}]})");
+        QVERIFY(QFile::resize(path, qint64{LARGEST_CACHE} + 1));
+        cache->set_read_only(true);
+        QCOMPARE(load(), size_t(0));
+        QVERIFY(QFile::exists(path));
+        cache->set_read_only(false);
+        QCOMPARE(load(), size_t(0));
+        QVERIFY(!QFile::exists(path));
+        QCOMPARE(QFileInfo(path + ".too-large").size(), qint64{LARGEST_CACHE} + 1);
+    }
+
+    // 900 of these would make 180 MB.
+    void what_is_written_can_be_read()
+    {
+        for (int i = 0; i < 100; ++i)
+            report(plain_report("known " + numbered(i)));
+        cache->save();
+        restart();
+        QCOMPARE(load(), size_t(100));
+        for (int i = 0; i < 900; ++i)
+            report(large_report(numbered(i)));
+        cache->save();
+        QVERIFY(QFileInfo(path).size() <= LARGEST_CACHE);
+        QVERIFY(QFileInfo(path).size() > LARGEST_CACHE - 2 * LARGEST_CACHE_PART);
+        const QStringList ids = saved_ids();
+        QCOMPARE(ids.filter("known").size(), 100);
+        QVERIFY(ids.contains(numbered(0)));
+        QVERIFY(!ids.contains(numbered(899)));
+        restart();
+        QCOMPARE(load(), size_t(ids.size()));
+    }
+
+    void when_there_is_no_room_what_was_heard_last_goes_first()
+    {
+        for (int i = 0; i < 700; ++i)
+            report(large_report("m" + numbered(i)));
+        cache->save();
+        const int kept = saved_ids().size();
+        QVERIFY(kept < 700);
+        report(plain_report("a"));
+        cache->save();
+        QVERIFY(!saved_ids().contains("a"));
+        forget("m" + numbered(0));
+        forget("m" + numbered(1));
+        cache->save();
+        QCOMPARE(saved_ids().size(), kept);
+    }
+
+    // Whoever sends in their names can't drive them out.
+    void devices_of_the_start_stay_however_much_they_grow()
+    {
+        for (int i = 0; i < 1000; ++i)
+            report(plain_report(numbered(i), "first"));
+        cache->save();
+        restart();
+        QCOMPARE(load(), size_t(1000));
+        for (int i = 0; i < 1000; ++i)
+            report(large_report(numbered(i)));
+        cache->save();
+        QVERIFY(QFileInfo(path).size() <= LARGEST_CACHE);
+        QCOMPARE(saved_ids().size(), 1000);
+        const std::vector<SavedDevice> saved = read_cache_text(contents(path));
+        QVERIFY(saved.front().data.value("memo").toString().size() > 1000);
+        QCOMPARE(saved.back().data.value("memo").toString(), QString("first"));
+    }
+
+    void a_device_of_the_start_that_was_deleted_has_its_place_when_it_returns()
+    {
+        report(plain_report("a"));
+        cache->save();
+        restart();
+        load();
+        forget("a");
+        for (int i = 0; i < 700; ++i)
+            report(large_report(numbered(i)));
+        cache->save();
+        report(plain_report("a"));
+        cache->save();
+        QVERIFY(saved_ids().contains("a"));
+    }
+};
+
+QTEST_GUILESS_MAIN(DeviceCacheTest)
+#include "device_cache_test.moc"
