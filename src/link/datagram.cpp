@@ -28,8 +28,8 @@ int hex_digit(char letter)
     return -1;
 }
 
-// The digits of the trailer. The first byte that is no digit ends the number: it stays that eight
-// other letters read as 0.
+// The digits of the trailer.
+// KEPT: the first byte that is no digit ends the number, so that eight other letters read as 0.
 uint32_t carried_checksum(const QByteArray &datagram)
 {
     uint32_t number = 0;

@@ -74,7 +74,7 @@ void Gui::on_network_changed()
 // Only a choice made by hand is remembered.
 void Gui::on_network_activated()
 {
-    // Stays: scripts around the program wait for this line.
+    // KEPT: scripts around the program wait for this line.
     std::fputs("act\n", stdout);
     std::fflush(stdout);
     if (network_combo->currentText().isEmpty())

@@ -208,6 +208,22 @@ private slots:
         QVERIFY(debug_lines.at(1).contains("error"));
     }
 
+    void texts_of_senders_are_escaped_and_five_a_second()
+    {
+        for (int i = 0; i < 400; ++i)
+            receive("10.0.0.1", "{\"warning\":\"\\u001b[2J red\"}");
+        receive("10.0.0.2", "{\"error\":\"line\\nend\"}");
+        const QStringList loud = debug_lines.filter("10.0.0.1");
+        // Usually five: the second may end in between.
+        QVERIFY2(loud.size() >= 5 && loud.size() <= 15, qPrintable(QString::number(loud.size())));
+        QCOMPARE(loud.front(), QString("warning from  10.0.0.1 : \"\\u001B[2J red\""));
+        QCOMPARE(debug_lines.filter("10.0.0.2"),
+                 QStringList{"error from  10.0.0.2 : \"line\\nend\""});
+        for (int i = 0; i < 400; ++i)
+            receive("10.0.0.3", "{}\n//#12345678");
+        QVERIFY(debug_lines.filter("10.0.0.3").size() <= 15);
+    }
+
     void a_wrong_checksum_is_told_as_the_number_it_carried()
     {
         receive("10.0.0.1", bytes_of(loudspeaker_report("a")) + "\n//#000000ff");
