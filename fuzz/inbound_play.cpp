@@ -216,9 +216,9 @@ void InboundPlay::edit(int number, const QByteArray &text)
 void InboundPlay::press_assistant(int times)
 {
     for (const auto &[id, device] : gui->all_devices()) {
-        if (!device->deppen_ass)
+        if (!device->has_assistant)
             continue;
-        DeppenAss *assistant = device->deppen_ass; // lives on when it has been closed
+        DeppenAss *assistant = gui->assistant(device); // lives on when it has been closed
         for (auto *products : assistant->findChildren<QComboBox *>())
             products->setCurrentIndex(times % products->count());
         assistant->on_next();
@@ -301,8 +301,8 @@ void InboundPlay::clear()
 {
     clear_window();
     for (const auto &[id, device] : gui->all_devices())
-        if (device->deppen_ass)
-            device->deppen_ass->close();
+        if (device->has_assistant)
+            gui->assistant(device)->close();
     for (QDialog *dialog : gui->widget().findChildren<QDialog *>())
         delete dialog;
     // By way of a selection the panel would show them all once more, which takes longest by far.

@@ -7,7 +7,7 @@ complain() {
     [[ -z $2 ]] || printf '%s\n%s\n' "$1" "$2"
 }
 
-window_files='/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^src/firmware/deppen_ass\.cpp$|^tests/(window|fleet|support/window_main\.h$)|^bench/|^soak/|^fuzz/inbound'
+window_files='/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^tests/(window|fleet|support/window_main\.h$)|^bench/|^soak/|^fuzz/inbound'
 seeing_gui=$(find src simulator tests bench fuzz soak -name '*.cpp' -o -name '*.h' \
     | grep -vE "$window_files" \
     | xargs grep -HnE '^[[:space:]]*#[[:space:]]*include[[:space:]]+["<](gui/)?gui\.h[">]')

@@ -2,8 +2,7 @@
 #include "firmware/deppen_ass.h"
 
 #include "firmware/assistant_rules.h"
-#include "firmware/upload_rules.h"
-#include "gui/gui.h"
+#include "gui/input_guard.h"
 #include "model/device.h"
 #include "model/device_state.h"
 #include "support/fatal_assert.h"
@@ -13,14 +12,28 @@
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTextDocument>
 
-DeppenAss::DeppenAss(Gui *window, Device *dev)
-    : QDialog(window)
-    , gui(window)
+namespace {
+
+constexpr int PICTURE_SIZE = 32; // points
+
+// None for the entry that stands for no product.
+QIcon picture_of(int product_id)
+{
+    return product_id == 0 ? QIcon() : QIcon(QString::fromStdString(find_product(product_id).icon));
+}
+
+} // namespace
+
+DeppenAss::DeppenAss(Device *dev, QWidget *parent)
+    : QDialog(parent)
+    , guard(new InputGuard(this))
     , device(dev)
 {
     setModal(true);
@@ -28,8 +41,8 @@ DeppenAss::DeppenAss(Gui *window, Device *dev)
     build_page_area();
     build_buttons();
 
-    FATAL_ASSERT("deppen_ass.cpp", !dev->deppen_ass);
-    dev->deppen_ass = this;
+    FATAL_ASSERT("deppen_ass.cpp", !dev->has_assistant);
+    dev->has_assistant = true;
     // Queued: a report may come in while the device's row is being written.
     connect(this, &DeppenAss::update_props, this, &DeppenAss::refresh, Qt::QueuedConnection);
     // Escape hides a dialog without a close event.
@@ -41,6 +54,7 @@ void DeppenAss::build_page_area()
 {
     text_label = new QLabel;
     text_label->setWordWrap(true);
+    text_label->setFocusPolicy(Qt::StrongFocus); // where keys meant for elsewhere do nothing
     page_widget = new QWidget;
     page_layout = new QGridLayout(page_widget);
     auto *grid = new QGridLayout(this);
@@ -53,12 +67,29 @@ void DeppenAss::build_buttons()
     auto *buttons = new QDialogButtonBox;
     back_button = new QPushButton("Back");
     next_button = new QPushButton("Next");
-    for (QPushButton *button : {back_button, next_button})
+    for (QPushButton *button : {back_button, next_button}) {
+        button->setAutoDefault(false);
         buttons->addButton(button, QDialogButtonBox::ActionRole);
+        guard->watch(button);
+    }
+    guard->watch(text_label);
+    guard->watch(this); // and with it the keys that nobody else takes, Escape among them
     qobject_cast<QGridLayout *>(layout())->addWidget(buttons, 2, 0);
     connect(back_button, &QPushButton::clicked, this, &DeppenAss::on_back);
     connect(next_button, &QPushButton::clicked, this, &DeppenAss::on_next);
     connect(buttons, &QDialogButtonBox::rejected, this, &DeppenAss::close);
+}
+
+// Several modules may look the same; only these two tell which one is meant. A tool tip guesses
+// rich text from its content, and a device chooses its id.
+void DeppenAss::tell_which_device()
+{
+    const QString which = "Address " + device->address.toString() + "\nID " + device->device_id;
+    for (QWidget *widget :
+         {static_cast<QWidget *>(this), static_cast<QWidget *>(text_label), page_widget}) {
+        widget->setToolTip(Qt::convertFromPlainText(which));
+        widget->setAccessibleDescription(which);
+    }
 }
 
 // The page is stored first: the updating page may lead straight to the next one.
@@ -73,8 +104,12 @@ void DeppenAss::go_to_page(int new_page)
     if (page == PAGE_CHOOSE_PRODUCT)
         add_product_combo();
     text_label->setText(assistant_page_text(page, chosen_product_name));
+    // Before a button is disabled, which would move the focus on to the next one.
+    text_label->setFocus();
     back_button->setEnabled(assistant_page(page).has_back);
     next_button->setEnabled(assistant_page(page).has_next);
+    if (page == PAGE_CONFIRM_PRODUCT)
+        guard->start(); // what follows can't be undone
     update_progress();
 }
 
@@ -101,11 +136,16 @@ void DeppenAss::add_product_combo()
 {
     product_combo = new QComboBox;
     product_combo->setAccessibleName("Product type");
+    product_combo->setIconSize({PICTURE_SIZE, PICTURE_SIZE});
     for (const PropertyChoice &product : assistant_products(product_table))
-        product_combo->addItem(QString::fromStdString(product.label), product.value);
+        product_combo->addItem(picture_of(product.value.toInt()),
+                               QString::fromStdString(product.label), product.value);
+    guard->watch(product_combo);
     product_combo->setCurrentIndex(0);
     chosen_product_id = 0;
     page_layout->addWidget(product_combo, 0, 0);
+    setTabOrder(text_label, product_combo);
+    setTabOrder(product_combo, back_button);
 }
 
 // Comes queued, so it may arrive after the dialog has been closed and the device deleted.
@@ -113,6 +153,7 @@ void DeppenAss::refresh()
 {
     if (!device)
         return;
+    tell_which_device();
     const int product_id = find_product(device->value("product_id").toInt()).product_id;
     go_to_page(next_assistant_page(page, device->online, needs_assistant(*device), product_id));
     update_progress();
@@ -151,9 +192,9 @@ void DeppenAss::start_update()
     QFile image(":/firmware.bin");
     if (!image.open(QIODevice::ReadOnly))
         return;
-    QByteArray bytes = image.readAll();
+    const QByteArray bytes = image.readAll();
     image.close();
-    gui->start_upload(device, bytes, FIRMWARE_REMOTE_NAME);
+    emit update_wanted(device, bytes);
     go_to_page(PAGE_UPDATING);
 }
 
@@ -172,7 +213,7 @@ void DeppenAss::choose_product()
 // It stays that no answer is waited for: the next report that shows the product ends the page.
 void DeppenAss::set_product()
 {
-    gui->send_to_device(device, set_product_command(chosen_product_id), false);
+    emit product_confirmed(device, chosen_product_id);
     go_to_page(PAGE_SETTING_PRODUCT);
 }
 
@@ -195,7 +236,7 @@ void DeppenAss::let_go()
 {
     if (!device)
         return;
-    device->deppen_ass = nullptr;
+    device->has_assistant = false;
     device->assistant_dismissed = true;
     device = nullptr;
     leave_screen();
@@ -211,6 +252,23 @@ void DeppenAss::leave_screen()
             destroy();
     };
     QMetaObject::invokeMethod(this, leave, Qt::QueuedConnection);
+}
+
+void DeppenAss::showEvent(QShowEvent *event)
+{
+    guard->start();
+    QDialog::showEvent(event);
+}
+
+// Return presses the button that the operator has moved to, and no other.
+void DeppenAss::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
+        QDialog::keyPressEvent(event);
+        return;
+    }
+    if (auto *button = qobject_cast<QPushButton *>(focusWidget()))
+        button->click();
 }
 
 void DeppenAss::closeEvent(QCloseEvent *event)

@@ -4,7 +4,7 @@
 #include <QDialog>
 #include <QString>
 
-class Gui;
+class InputGuard;
 class QComboBox;
 class QGridLayout;
 class QLabel;
@@ -13,13 +13,16 @@ class QPushButton;
 struct Device;
 
 // One device, one dialog, one at a time in the whole program. Every refresh of the device's row
-// looks at the page again.
+// looks at the page again. It opens while its operator may be typing into the window behind it: so
+// no button has the focus unless the operator has moved it there, and at first none takes input.
 class DeppenAss : public QDialog
 {
     Q_OBJECT
 
 public:
-    DeppenAss(Gui *window, Device *dev);
+    DeppenAss(Device *dev, QWidget *parent);
+
+    Device *helped() const { return device; } // null once the dialog has been closed
 
     void go_to_page(int new_page);
     void refresh();
@@ -30,14 +33,19 @@ public:
     void forget_device();
 
 signals:
-    void update_props();
+    void update_props(); // the device's row has been refreshed
+    void update_wanted(Device *device, const QByteArray &image);
+    void product_confirmed(Device *device, int product_id);
 
 protected:
+    void showEvent(QShowEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
     void build_page_area();
     void build_buttons();
+    void tell_which_device();
     void drop_page_widgets();
     void add_progress_bar();
     void add_product_combo();
@@ -47,7 +55,7 @@ private:
     void let_go();
     void leave_screen();
 
-    Gui *gui = nullptr;
+    InputGuard *guard = nullptr;
     int page = 0;
     Device *device = nullptr; // null once the dialog has been closed
     QPushButton *back_button = nullptr;

@@ -32,6 +32,7 @@
 #include <vector>
 
 class CurveWidget;
+class DeppenAss;
 class Filter;
 class QAction;
 class QComboBox;
@@ -79,7 +80,6 @@ public:
     void follow_state(Device *device); // all of that but the row
     std::vector<Device *> selected_devices() const { return table.selected(); }
     void update_log_title(Device *device);
-    void offer_assistant(Device *device);
     void update_identify_button();
 
     // ---- gui/gui_confirm.cpp -----------------------------------------------------------------
@@ -157,6 +157,12 @@ public:
     void start_upload(Device *device, QByteArray &bytes, const QString &remote_name);
     void begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name);
 
+    // ---- firmware/gui_assistant.cpp ----------------------------------------------------------
+    void offer_assistant(Device *device);
+    DeppenAss *make_assistant(Device *device);
+    void update_from_assistant(Device *device, const QByteArray &image);
+    void set_product(Device *device, int product_id);
+
     // ---- eq/gui_eq.cpp -----------------------------------------------------------------------
     void refresh_eq_view();
     void load_curve_from_rows();
@@ -206,6 +212,7 @@ public:
 
     KeptSections kept_sections; // of the file that is being offered
     Uploads uploads;
+    DeppenAss *assistant = nullptr; // the last one; open while it helps a device
 
     QSplitter *property_splitter = nullptr;
     QSplitter *eq_splitter = nullptr;

@@ -1,9 +1,6 @@
 // What hangs on a device's state: its row, its log's title, the assistant, the meter.
-#include "firmware/assistant_rules.h"
-#include "firmware/deppen_ass.h"
 #include "gui/gui.h"
 #include "gui/status_text.h"
-#include "model/device_state.h"
 
 #include <QPushButton>
 
@@ -56,23 +53,6 @@ void Gui::update_log_title(Device *device)
         log_windows.set_title(device,
                               log_title(product_name(*device), device->address,
                                         device->value("ui/name").toString(), device->log_paused));
-}
-
-// One assistant at a time in the whole program; it opens by itself.
-void Gui::offer_assistant(Device *device)
-{
-    if (device->deppen_ass) {
-        emit device->deppen_ass->update_props();
-        return;
-    }
-    const bool is_outdated = needs_assistant(*device);
-    if (!device->online || !wants_assistant(is_outdated, device->value("product_id")))
-        return;
-    bool one_is_open = false;
-    for (const auto &[id, other] : devices)
-        one_is_open |= other->deppen_ass != nullptr;
-    if (opens_assistant(*device, is_outdated, one_is_open))
-        (new DeppenAss(this, device))->show();
 }
 
 void Gui::update_identify_button()

@@ -63,7 +63,7 @@ void Gui::delete_selected_devices()
         return;
     panel.set_edit_mode(false);
     panel.refresh_all_rows();
-    std::erase_if(leaving, [](const Device *device) { return device->deppen_ass != nullptr; });
+    std::erase_if(leaving, [](const Device *device) { return device->has_assistant; });
     table.remove(leaving);
     for (Device *device : leaving) {
         devices.erase(device->device_id);
@@ -77,8 +77,8 @@ void Gui::destroy_device(Device *device)
 {
     senders.forget(device->address, device);
     uploads.drop(device);
-    if (device->deppen_ass)
-        device->deppen_ass->forget_device();
+    if (device->has_assistant)
+        assistant->forget_device();
     log_windows.drop(device);
     delete device;
 }

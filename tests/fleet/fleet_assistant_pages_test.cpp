@@ -116,8 +116,8 @@ private slots:
         Device *device = plug_in(index);
         QCOMPARE(device, window->device(index));
         reach(wanted, index);
-        device->deppen_ass->close();
-        QVERIFY(!device->deppen_ass && device->assistant_dismissed);
+        window->gui->assistant(device)->close();
+        QVERIFY(!device->has_assistant && device->assistant_dismissed);
         QCOMPARE(bool(device->upload), wanted == PAGE_UPDATING);
 
         const auto reports = [this, index] {
@@ -154,7 +154,7 @@ private slots:
         QCOMPARE(await_page(PAGE_OFFLINE), int{PAGE_OFFLINE});
         fleet->fault(index, "return");
         QCOMPARE(await_page(afterwards), afterwards);
-        device->deppen_ass->close();
+        window->gui->assistant(device)->close();
         fleet->fault(index, "silent");
     }
 };

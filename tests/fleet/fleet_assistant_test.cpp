@@ -45,7 +45,7 @@ class FleetAssistantTest : public QObject
     {
         QVERIFY(runs_until([this] { return helped() != nullptr; }));
         while (helped() != wanted) {
-            helped()->deppen_ass->close();
+            window->gui->assistant(helped())->close();
             QVERIFY(runs_until([this] { return helped() != nullptr; }));
         }
     }
@@ -161,7 +161,7 @@ private slots:
         QVERIFY(!device->upload_ok);
         press_next(); // is off: only closing is left
         QCOMPARE(text(), QString("Something unexpected happened."));
-        device->deppen_ass->close();
+        window->gui->assistant(device)->close();
         QVERIFY(device->assistant_dismissed);
     }
 

@@ -4,6 +4,7 @@
 #include "eq/filter.h"
 #include "firmware/deppen_ass.h"
 #include "firmware/tftp_uploader.h"
+#include "gui/input_guard.h"
 #include "meter/log_window.h"
 #include "meter/meter_object.h"
 #include "pictures/stage.h"
@@ -67,7 +68,7 @@ DeppenAss *await_assistant(Stage &stage)
     DeppenAss *assistant = nullptr;
     expect(runs_until([&stage, &assistant] {
                for (const auto &[id, device] : stage.gui.all_devices())
-                   assistant = device->deppen_ass ? device->deppen_ass : assistant;
+                   assistant = device->has_assistant ? stage.gui.assistant(device) : assistant;
                return assistant != nullptr;
            }),
            "the assistant");
@@ -76,6 +77,7 @@ DeppenAss *await_assistant(Stage &stage)
 
 void press_next(DeppenAss *assistant)
 {
+    assistant->findChild<InputGuard *>()->lift();
     for (auto *button : assistant->findChildren<QPushButton *>())
         if (button->text() == "Next")
             QTest::mouseClick(button, Qt::LeftButton);

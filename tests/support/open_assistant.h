@@ -2,6 +2,7 @@
 #pragma once
 
 #include "firmware/deppen_ass.h"
+#include "gui/input_guard.h"
 #include "support/fleet_window.h"
 
 #include <QComboBox>
@@ -16,15 +17,17 @@ struct OpenAssistant
     Device *helped() const
     {
         for (const auto &[id, device] : window.gui->all_devices())
-            if (device->deppen_ass)
+            if (device->has_assistant)
                 return device;
         return nullptr;
     }
 
+    DeppenAss *dialog() const { return window.gui->assistant(helped()); }
+
     QString text() const
     {
         Device *device = helped();
-        return device ? device->deppen_ass->findChild<QLabel *>()->text() : QString();
+        return device ? dialog()->findChild<QLabel *>()->text() : QString();
     }
 
     // By words that no two pages share; 0 when none is open.
@@ -49,14 +52,15 @@ struct OpenAssistant
 
     void press_next() const
     {
-        for (auto *button : helped()->deppen_ass->findChildren<QPushButton *>())
+        dialog()->findChild<InputGuard *>()->lift(); // who reads has waited long enough
+        for (auto *button : dialog()->findChildren<QPushButton *>())
             if (button->text() == "Next")
                 QTest::mouseClick(button, Qt::LeftButton);
     }
 
     void choose_product() const
     {
-        auto *combo = helped()->deppen_ass->findChild<QComboBox *>();
+        auto *combo = dialog()->findChild<QComboBox *>();
         combo->setFocus();
         for (int i = 0; i < 4; ++i)
             QTest::keyClick(combo, Qt::Key_Down);

@@ -418,9 +418,14 @@ void WindowHandle::restore_backup(const QJsonObject &backup, uint32_t mask)
     gui->restore_backup(backup, mask);
 }
 
+DeppenAss *WindowHandle::assistant(const Device *device) const
+{
+    return device->has_assistant ? gui->assistant : nullptr;
+}
+
 DeppenAss *WindowHandle::make_assistant(Device *device)
 {
-    return new DeppenAss(gui.get(), device);
+    return gui->make_assistant(device);
 }
 
 void WindowHandle::upload(Device *device, QByteArray &bytes, const QString &remote_name)

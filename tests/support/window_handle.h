@@ -153,6 +153,7 @@ public:
     void show_about();
     void save_backup();
     void restore_backup(const QJsonObject &backup, uint32_t mask);
+    DeppenAss *assistant(const Device *device) const; // null unless open for this device
     DeppenAss *make_assistant(Device *device);
     void upload(Device *device, QByteArray &bytes, const QString &remote_name);
     QTFTPFileUploader *transfer(const Device *device) const; // null when none runs

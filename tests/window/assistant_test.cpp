@@ -2,6 +2,7 @@
 #include "firmware/assistant_rules.h"
 #include "firmware/deppen_ass.h"
 #include "firmware/tftp_uploader.h"
+#include "gui/input_guard.h"
 #include "meter/log_window.h"
 #include "support/dialog_probe.h"
 #include "support/image_file.h"
@@ -95,8 +96,8 @@ class AssistantTest : public QObject
     {
         DeppenAss *open = nullptr;
         for (const auto &[id, one] : gui().all_devices())
-            if (one->deppen_ass)
-                open = one->deppen_ass;
+            if (one->has_assistant)
+                open = gui().assistant(one);
         return open;
     }
 
@@ -118,7 +119,13 @@ class AssistantTest : public QObject
                 return one;
         return nullptr;
     }
-    void press(const QString &caption) { QTest::mouseClick(button(caption), Qt::LeftButton); }
+    InputGuard &guard() { return *open_dialog().findChild<InputGuard *>(); }
+    // As one who has read the page does.
+    void press(const QString &caption)
+    {
+        guard().lift();
+        QTest::mouseClick(button(caption), Qt::LeftButton);
+    }
 
     QComboBox *combo() { return open_dialog().findChild<QComboBox *>(); }
     QProgressBar *bar() { return open_dialog().findChild<QProgressBar *>(); }
@@ -126,6 +133,7 @@ class AssistantTest : public QObject
     // Page 3 and its product number `index`, by keys.
     void choose(int index)
     {
+        guard().lift();
         combo()->setFocus();
         for (int i = 0; i < index; ++i)
             QTest::keyClick(combo(), Qt::Key_Down);
@@ -173,10 +181,16 @@ class AssistantTest : public QObject
         QTRY_COMPARE(page(), wanted);
     }
 
+    void press_escape(DeppenAss &open)
+    {
+        guard().lift();
+        QTest::keyClick(&open, Qt::Key_Escape);
+    }
+
     void leave(DeppenAss &open, int how)
     {
         if (how == BY_ESCAPE)
-            QTest::keyClick(&open, Qt::Key_Escape);
+            press_escape(open);
         else
             open.close();
     }
@@ -266,7 +280,7 @@ private slots:
         for (const char *caption : {"Back", "Next"})
             QCOMPARE(buttons->buttonRole(button(caption)), QDialogButtonBox::ActionRole);
         QVERIFY(button("Back")->x() < button("Next")->x());
-        QCOMPARE(device()->deppen_ass, &open_dialog());
+        QCOMPARE(gui().assistant(device()), &open_dialog());
     }
 
     void every_page_shows_its_text_buttons_and_widget_data()
@@ -530,6 +544,167 @@ private slots:
         QVERIFY(fake().commands().isEmpty());
     }
 
+    // Keys as they come from a keyboard: to whatever has the focus.
+    static void type(Qt::Key key)
+    {
+        QWidget *target = QApplication::focusWidget();
+        QTest::keyClick(target ? target : QApplication::activeWindow(), key);
+    }
+    bool await_active() { return QTest::qWaitForWindowActive(&open_dialog()); }
+    bool a_button_is_ready()
+    {
+        for (const auto *one : open_dialog().findChildren<QPushButton *>())
+            if (one->hasFocus() || one->isDefault() || one->autoDefault())
+                return true;
+        return false;
+    }
+
+    void no_button_has_the_focus_or_is_default_on_any_page_data() { every_page(); }
+    void no_button_has_the_focus_or_is_default_on_any_page()
+    {
+        QFETCH(int, wanted);
+        reach(wanted);
+        QVERIFY(await_active());
+        QVERIFY(!a_button_is_ready());
+        guard().lift();
+        const QString before = text();
+        for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter, Qt::Key_X})
+            type(key);
+        QCoreApplication::processEvents();
+        QCOMPARE(text(), before);
+        QCOMPARE(page(), wanted);
+    }
+
+    void what_is_typed_as_it_opens_presses_nothing_data()
+    {
+        QTest::addColumn<int>("wanted");
+        for (const int page : {PAGE_OUTDATED, PAGE_CHOOSE_PRODUCT, PAGE_DONE})
+            QTest::addRow("page %d", page) << page;
+    }
+    void what_is_typed_as_it_opens_presses_nothing()
+    {
+        QFETCH(int, wanted);
+        tell(wanted == PAGE_OUTDATED ? OUTDATED : CURRENT_WITHOUT_PRODUCT);
+        if (wanted == PAGE_DONE)
+            tell(CURRENT);
+        QVERIFY(await_active());
+        QVERIFY(guard().is_on());
+        const QPointer<DeppenAss> open = dialog();
+        for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Tab, Qt::Key_V, Qt::Key_O, Qt::Key_Tab,
+                                  Qt::Key_Space, Qt::Key_Space, Qt::Key_Return, Qt::Key_Escape})
+            type(key);
+        QTest::mouseClick(button("Next"), Qt::LeftButton);
+        QTest::mouseDClick(button("Next"), Qt::LeftButton);
+        QCoreApplication::processEvents();
+        QVERIFY(open && open->isVisible());
+        QCOMPARE(page(), wanted);
+        QVERIFY(!device()->upload);
+        QVERIFY(fake().commands().isEmpty());
+        if (combo())
+            QCOMPARE(combo()->currentIndex(), 0);
+
+        // Afterwards it does what it is told to.
+        QTRY_VERIFY(!guard().is_on());
+        const int tabs = wanted == PAGE_CHOOSE_PRODUCT ? 2 : 1;
+        for (int i = 0; i < tabs; ++i)
+            type(Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), button("Next"));
+        DialogProbe probe; // "You need to select a product."
+        type(Qt::Key_Space);
+        QVERIFY(page() != wanted || !probe.texts.isEmpty());
+    }
+
+    void the_irreversible_page_takes_nothing_at_first()
+    {
+        reach(PAGE_CHOOSE_PRODUCT);
+        choose(2);
+        button("Next")->setFocus();
+        type(Qt::Key_Space);
+        QCOMPARE(page(), int{PAGE_CONFIRM_PRODUCT});
+        QVERIFY(guard().is_on());
+        QVERIFY(!a_button_is_ready());
+        // The rest of a hasty double click, of a held key, and of what was typed ahead.
+        QTest::mouseClick(button("Next"), Qt::LeftButton);
+        for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Space,
+                                  Qt::Key_Return, Qt::Key_Escape})
+            type(key);
+        QCOMPARE(page(), int{PAGE_CONFIRM_PRODUCT});
+        QVERIFY(fake().commands().isEmpty());
+        QTRY_VERIFY(!guard().is_on());
+        QVERIFY(!a_button_is_ready());
+        type(Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), button("Back"));
+        type(Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), button("Next"));
+        type(Qt::Key_Return);
+        QCOMPARE(page(), int{PAGE_SETTING_PRODUCT});
+        QTRY_COMPARE(fake().commands().size(), 1);
+    }
+
+    void the_guard_lasts_seven_tenths_of_a_second()
+    {
+        reach(PAGE_OUTDATED);
+        QCOMPARE(InputGuard::DURATION, 700);
+        QCOMPARE(guard().rest() > 0 && guard().rest() <= 700, true);
+    }
+
+    // A technician types into the panel when a device from the factory joins.
+    void what_is_typed_in_the_panel_goes_on_harming_nobody()
+    {
+        add_device();
+        select_row(1);
+        gui().set_edit_mode(true);
+        auto *location = gui().widget().findChild<QLineEdit *>();
+        QVERIFY(location);
+        QApplication::setActiveWindow(&gui().widget());
+        location->setFocus();
+        tell(CURRENT_WITHOUT_PRODUCT);
+        QVERIFY(await_active());
+        for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_V, Qt::Key_O, Qt::Key_I, Qt::Key_C,
+                                  Qt::Key_E, Qt::Key_Tab, Qt::Key_Space, Qt::Key_Space})
+            type(key);
+        QCOMPARE(page(), int{PAGE_CHOOSE_PRODUCT});
+        QCOMPARE(combo()->currentIndex(), 0);
+        QVERIFY(fake().commands().isEmpty());
+        QVERIFY(gui().is_editing());
+    }
+
+    void it_tells_which_device_it_means()
+    {
+        reach(PAGE_CHOOSE_PRODUCT);
+        const QString id = device()->device_id;
+        for (const QWidget *widget :
+             {static_cast<QWidget *>(dialog()),
+              static_cast<QWidget *>(open_dialog().findChild<QLabel *>())}) {
+            QVERIFY2(widget->accessibleDescription().contains("127.0.0.11"),
+                     qPrintable(widget->accessibleDescription()));
+            QVERIFY(widget->accessibleDescription().contains(id));
+            QVERIFY(widget->toolTip().contains("127.0.0.11"));
+            QVERIFY(widget->toolTip().contains(id));
+        }
+        QCOMPARE(text(), QString("You must choose the product type."));
+        // A device that moves is followed, and none chooses how its id is shown.
+        device()->address = QHostAddress("127.0.0.99");
+        device()->device_id = "<b>x</b>";
+        gui().update(device());
+        QTRY_VERIFY(open_dialog().toolTip().contains("127.0.0.99"));
+        QVERIFY(open_dialog().toolTip().contains("&lt;b&gt;"));
+        device()->device_id = id;
+    }
+
+    void products_are_shown_with_their_pictures()
+    {
+        reach(PAGE_CHOOSE_PRODUCT);
+        QVERIFY(combo()->itemIcon(0).isNull());
+        for (int i = 1; i < combo()->count(); ++i) {
+            const ProductDesc &product = find_product(combo()->itemData(i).toInt());
+            QVERIFY2(!combo()->itemIcon(i).isNull(), qPrintable(combo()->itemText(i)));
+            const QIcon expected(QString::fromStdString(product.icon));
+            QCOMPARE(combo()->itemIcon(i).pixmap(32).toImage(), expected.pixmap(32).toImage());
+        }
+        QCOMPARE(combo()->iconSize(), QSize(32, 32));
+    }
+
     void next_can_be_pressed_by_keys_alone()
     {
         reach(PAGE_CHOOSE_PRODUCT);
@@ -642,11 +817,11 @@ private slots:
         emit left->update_props(); // on its way while the dialog goes
         leave(*left, how);
         QVERIFY(!left->isVisible());
-        QVERIFY(!device()->deppen_ass);
+        QVERIFY(!device()->has_assistant);
         QVERIFY(device()->assistant_dismissed);
 
         fake(1).report();
-        QVERIFY(device(1)->deppen_ass);
+        QVERIFY(device(1)->has_assistant);
         select_row(0);
         gui().delete_selected();
         QCOMPARE(gui().all_devices().size(), size_t(1));
@@ -659,7 +834,7 @@ private slots:
         left->on_next();
         left->on_back();
         left->update_progress();
-        QVERIFY(device(1)->deppen_ass);
+        QVERIFY(device(1)->has_assistant);
     }
 
     void a_closed_assistant_comes_back_only_after_the_device_was_offline_data()
@@ -700,16 +875,16 @@ private slots:
         tell(OUTDATED, 1);
         tell(OUTDATED, 0);
         tell(OUTDATED, 1);
-        QVERIFY(!device(0)->deppen_ass);
-        QVERIFY(device(1)->deppen_ass);
+        QVERIFY(!device(0)->has_assistant);
+        QVERIFY(device(1)->has_assistant);
         QCOMPARE(gui().widget().findChildren<DeppenAss *>().size(), 1);
         leave(open_dialog(), BY_CLOSING);
         QCOMPARE(page(), -1);
         fake(1).report(); // has had its turn
         QCOMPARE(page(), -1);
         fake(0).report();
-        QVERIFY(device(0)->deppen_ass);
-        QVERIFY(!device(1)->deppen_ass);
+        QVERIFY(device(0)->has_assistant);
+        QVERIFY(!device(1)->has_assistant);
         press("Next");
         QTRY_COMPARE(page(), int{PAGE_RESTARTING});
         QCOMPARE(peer(0).stored, stand_in_image());
