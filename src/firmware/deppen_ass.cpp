@@ -69,6 +69,7 @@ void DeppenAss::build_buttons()
     next_button = new QPushButton("Next");
     for (QPushButton *button : {back_button, next_button}) {
         button->setAutoDefault(false);
+        button->setFocusPolicy(Qt::TabFocus); // a click that the guard takes moves no focus
         buttons->addButton(button, QDialogButtonBox::ActionRole);
         guard->watch(button);
     }
@@ -87,7 +88,7 @@ void DeppenAss::tell_which_device()
     const QString which = "Address " + device->address.toString() + "\nID " + device->device_id;
     for (QWidget *widget :
          {static_cast<QWidget *>(this), static_cast<QWidget *>(text_label), page_widget}) {
-        widget->setToolTip(Qt::convertFromPlainText(which));
+        widget->setToolTip(Qt::convertFromPlainText(which, Qt::WhiteSpaceNormal));
         widget->setAccessibleDescription(which);
     }
 }
