@@ -113,6 +113,8 @@ void CurveWidget::mouseMoveEvent(QMouseEvent *event)
 void CurveWidget::mousePressEvent(QMouseEvent *event)
 {
     if (!editable) {
+        if (hover_index >= 0)
+            emit on_band_pressed(filters.at(hover_index)->number);
         count_read_only_press();
         return;
     }
@@ -120,6 +122,7 @@ void CurveWidget::mousePressEvent(QMouseEvent *event)
     active_index = hover_index;
     if (active_index < 0)
         return;
+    emit on_band_pressed(filters.at(active_index)->number);
     filters.at(active_index)->mouse_press(event);
     update();
 }

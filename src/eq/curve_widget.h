@@ -46,6 +46,7 @@ public:
 
 signals:
     void on_filter_edited(Filter *filter);
+    void on_band_pressed(int32_t number); // counted from 1; in any mode, before a hint
 
 protected:
     void resizeEvent(QResizeEvent *event) override;

@@ -92,6 +92,15 @@ std::string eq_row_key(int index, const char *name)
     return format_text("dsp/eq%d/%s", index, name);
 }
 
+std::vector<std::string> eq_band_keys(int number)
+{
+    const int index = number - 1;
+    std::vector<std::string> keys{format_text("dummy/header/eq%d", index)};
+    for (const char *name : {"type", "freq", "q", "gain", "en"})
+        keys.push_back(eq_row_key(index, name));
+    return keys;
+}
+
 std::vector<EqBand> read_eq_bands(const RowValues &values)
 {
     const std::optional<QVariant> enable = values(EQ_ENABLE_KEY);

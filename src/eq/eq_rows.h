@@ -37,6 +37,9 @@ extern const char *const EQ_ENABLE_KEY;
 // "dsp/eq0/freq" for index 0 and the name "freq".
 std::string eq_row_key(int index, const char *name);
 
+// The rows of band `number`, its heading first, in the order in which they stand.
+std::vector<std::string> eq_band_keys(int number);
+
 // The bands to draw, in order. A band whose rows can't all be read, that is disabled or of no known
 // type is left out and keeps its number; the first missing row ends the list. None when the switch
 // is off.

@@ -1,5 +1,6 @@
 // Joins the panel to devices: what an edit holds back, what Confirm sends, what a selection shows.
 #include "eq/curve_widget.h"
+#include "eq/eq_rows.h"
 #include "gui/edit_rules.h"
 #include "gui/gui.h"
 
@@ -20,6 +21,8 @@ void Gui::connect_panel()
     connect(&panel, &PropertyPanel::edit_ended, this, &Gui::on_edit_ended);
     connect(&panel, &PropertyPanel::eq_rows_changed, this, &Gui::refresh_eq_view);
     connect(&panel, &PropertyPanel::focus_released, this, [this] { table.view()->setFocus(); });
+    connect(curve_widget, &CurveWidget::on_band_pressed, &panel,
+            [this](int32_t number) { panel.bring_into_sight(eq_band_keys(number)); });
     connect(&panel, &PropertyPanel::confirmed, this, &Gui::on_confirm);
     connect(&panel, &PropertyPanel::update_pressed, this, [this] { upload_file("firmware.bin"); });
     connect(&panel, &PropertyPanel::save_pressed, this, &Gui::save_backup);

@@ -136,19 +136,17 @@ void PropertyPanel::add_shortcuts()
 
 void PropertyPanel::set_ground(bool is_dark)
 {
-    const QColor ground = is_dark ? Qt::black : Qt::white;
     content->setStyleSheet(is_dark ? "#backw { background-color: black; }"
                                    : "#backw { background-color: white; }");
-    QPalette colours = palette();
-    const QColor desktop = colours.color(QPalette::Active, QPalette::Window);
+    row_colours = palette();
+    const QColor desktop = row_colours.color(QPalette::Active, QPalette::Window);
     // Editors that are switched off keep the desktop's grey, which tells them from the others.
-    colours.setColor(QPalette::Disabled, QPalette::Base, desktop);
+    row_colours.setColor(QPalette::Disabled, QPalette::Base, desktop);
     for (const QPalette::ColorRole role :
          {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
-        colours.setColor(QPalette::Disabled, role,
-                         subdued(colours.color(QPalette::Active, role), desktop));
-    colours.setColor(QPalette::Window, ground);
-    content->setPalette(colours);
+        row_colours.setColor(QPalette::Disabled, role,
+                             subdued(row_colours.color(QPalette::Active, role), desktop));
+    row_colours.setColor(QPalette::Window, is_dark ? Qt::black : Qt::white);
 }
 
 // ---- what is selected --------------------------------------------------------------------------
@@ -258,6 +256,7 @@ void PropertyPanel::make_row_widgets(RowWidgets &made, const std::string &key)
     made.holder = new RowHolder;
     made.holder->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Minimum);
     made.holder->setAutoFillBackground(true);
+    made.holder->setPalette(row_colours);
     made.row_layout = new QHBoxLayout(made.holder);
     made.row_layout->setSpacing(0);
     made.row_layout->setContentsMargins(0, ROW_MARGIN, 0, ROW_MARGIN);

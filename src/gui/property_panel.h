@@ -4,6 +4,7 @@
 #include "gui/panel_rows.h"
 #include "gui/row_widgets.h"
 
+#include <QPalette>
 #include <QVariant>
 #include <QWidget>
 
@@ -110,6 +111,7 @@ private:
     std::map<std::string, RowWidgets> widgets = {};
     bool editing = false;
     bool has_new_editors = false; // the tab order does not know them yet
+    QPalette row_colours = {};
     QPushButton *edit_button = nullptr;
     QToolButton *confirm_button = nullptr;
     QToolButton *cancel_button = nullptr;

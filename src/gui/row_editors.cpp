@@ -95,6 +95,10 @@ public:
     {
         widgets.check_box = new QCheckBox(widgets.holder);
         add(widgets.check_box);
+        // The style draws its frame in a shade of the ground, which on black is not to be seen.
+        QPalette colours = widgets.check_box->palette();
+        colours.setColor(QPalette::Window, colours.color(QPalette::Disabled, QPalette::Text));
+        widgets.check_box->setPalette(colours);
         start_edit_on_click(widgets.check_box);
         connect(widgets.check_box, &QCheckBox::clicked, this, &RowEditor::edited);
     }
@@ -351,6 +355,10 @@ void RowEditor::add(QWidget *editor)
     editor->setAccessibleName(QString::fromStdString(row.desc.label));
     widgets.caption->setBuddy(editor);
     widgets.row_layout->addWidget(editor);
+    // Below a style sheet no widget inherits colours, not even a number box's own field.
+    editor->setPalette(widgets.holder->palette());
+    for (QWidget *part : editor->findChildren<QWidget *>())
+        part->setPalette(widgets.holder->palette());
 }
 
 void RowEditor::start_edit_on_click(QWidget *editor)

@@ -8,6 +8,8 @@
 #include <QPlainTextEdit>
 #include <QStyleFactory>
 
+#include <set>
+
 namespace {
 
 constexpr double READABLE = 4.5; // as WCAG asks for text
@@ -142,14 +144,68 @@ private slots:
     void editors_can_be_read()
     {
         open_window();
-        for (const auto &[is_editing, least] : {std::pair(false, VISIBLE), {true, READABLE}}) {
+        for (const bool is_editing : {false, true}) {
             if (is_editing)
                 window->press_edit();
-            expect_contrast(window->row("ui/name").line_edit, least);
-            expect_contrast(window->row("dsp/delay").spinner, least);
-            expect_contrast(window->row("dsp/level").combo, least);
-            expect_contrast(window->row("dsp/mute").check_box, least);
+            expect_contrast(window->row("ui/name").line_edit, READABLE);
+            expect_contrast(window->row("firmware_version").line_edit, READABLE);
+            expect_contrast(window->row("dsp/delay").spinner, READABLE);
+            expect_contrast(window->row("dsp/level").combo, READABLE);
+            expect_contrast(window->row("dsp/mute").check_box, VISIBLE); // a tick, no text
+            expect_contrast(window->row("rtp/lock").text_label, READABLE);
         }
+    }
+
+    void values_of_every_product_can_be_read_outside_an_edit_data() { desktop_rows(); }
+    void values_of_every_product_can_be_read_outside_an_edit()
+    {
+        open_window();
+        std::set<QString> seen; // the same text in the same kind of editor reads the same
+        const auto expect_readable = [this, &seen](QWidget *editor, const QString &text) {
+            const QString kind = editor->metaObject()->className();
+            if (!text.isEmpty() && seen.insert(kind + text).second)
+                expect_contrast(editor, READABLE);
+        };
+        for (const ProductDesc &product : product_table) {
+            const int number = static_cast<int>(window->devices.size());
+            window->add({}, product.product_id);
+            window->select({number});
+            QCoreApplication::processEvents(); // lays the rows out
+            for (const auto &[key, row] : window->gui->rows()) {
+                if (!row.holder || !row.holder->isVisible())
+                    continue;
+                if (row.line_edit)
+                    expect_readable(row.line_edit, row.line_edit->text());
+                if (row.spinner)
+                    expect_readable(row.spinner, row.spinner->text());
+                if (row.combo)
+                    expect_readable(row.combo, row.combo->currentText());
+            }
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    // Captions and editors stand on one ground; what is switched off has another than what is not.
+    void rows_stand_on_the_panels_ground_data() { desktop_rows(); }
+    void rows_stand_on_the_panels_ground()
+    {
+        open_window();
+        QFETCH(bool, is_dark);
+        const QColor ground = is_dark ? Qt::black : Qt::white;
+        QWidget *content = window->gui->property_scroll()->widget();
+        QCoreApplication::processEvents();
+        const QImage rows = picture_of(content);
+        const PanelRow mute = window->row("dsp/mute");
+        const QPoint behind_box(mute.holder->geometry().right() - 2,
+                                mute.holder->geometry().center().y());
+        QCOMPARE(QColor(rows.pixel(behind_box)), ground);
+        QCOMPARE(QColor(rows.pixel(mute.caption->geometry().topRight())), ground);
+        QCOMPARE(QColor(ground_of(picture_of(window->row("rtp/lock").text_label))), ground);
+        QLineEdit *name = window->row("ui/name").line_edit;
+        const QRgb switched_off = ground_of(picture_of(name));
+        window->press_edit();
+        QVERIFY(ground_of(picture_of(name)) != switched_off);
     }
 
     void buttons_and_boxes_can_be_read_data() { desktop_rows(); }

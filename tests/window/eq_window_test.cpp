@@ -222,6 +222,7 @@ private slots:
     void a_q_beyond_the_model_keeps_its_row();
     void a_drag_changes_the_band_of_the_device_that_is_selected();
     void a_hidden_row_still_draws_and_takes_nothing();
+    void pressing_a_band_brings_its_rows_into_sight();
     void hints_count_presses_outside_an_edit();
     void hostile_reports_draw_no_harm_data();
     void hostile_reports_draw_no_harm();
@@ -570,6 +571,38 @@ void EqWindowTest::a_hidden_row_still_draws_and_takes_nothing()
     QVERIFY(!window->band_row(1, "q").edited);
     QVERIFY(window->band_row(1, "freq").edited);
     QVERIFY(window->band_row(1, "gain").edited);
+}
+
+void EqWindowTest::pressing_a_band_brings_its_rows_into_sight()
+{
+    QJsonObject bands{{"eq_en", true}};
+    for (int index = 0; index < 5; ++index)
+        bands.insert(QString("eq%1").arg(index), eq_band(EQ_PEQ, 100 << index, 1.0, 6.0));
+    show_device({{"dsp", bands}});
+    QScrollArea *panel = gui().property_scroll();
+    const auto is_in_sight = [this, panel](const std::string &key) {
+        const QWidget *holder = window->row(key).holder;
+        const QRect place(holder->mapTo(panel->viewport(), QPoint(0, 0)), holder->size());
+        return panel->viewport()->rect().contains(place);
+    };
+    for (const bool is_editing : {false, true}) {
+        if (is_editing)
+            window->press_edit();
+        gui().view()->setFocus();
+        for (const int number : {5, 1, 4}) {
+            QTest::mouseMove(gui().widget().windowHandle(), {1, 1});
+            mouse().move(mouse().marker(number)); // a press is where the pointer stands
+            mouse().click(mouse().marker(number));
+            for (const char *name : {"type", "freq", "q", "gain", "en"})
+                QVERIFY2(is_in_sight(eq_row_key(number - 1, name)), name);
+            QVERIFY(is_in_sight(QString("dummy/header/eq%1").arg(number - 1).toStdString()));
+            QCOMPARE(panel->horizontalScrollBar()->value(), 0);
+            QCOMPARE(QApplication::focusWidget(), gui().view());
+            if (is_editing)
+                mouse().click({3, 3}); // lets the band go
+            curve().click_count = 0;   // no hint
+        }
+    }
 }
 
 void EqWindowTest::hints_count_presses_outside_an_edit()
