@@ -6,6 +6,7 @@
 #include "gui/highlight_delegate.h"
 #include "gui/row_order.h"
 #include "gui/row_writer.h"
+#include "gui/status_bar_text.h"
 #include "support/frame_throttle.h"
 
 #include <QPointer>
@@ -17,16 +18,6 @@
 
 class QAction;
 class QMenu;
-
-struct DeviceCounts
-{
-    int devices = 0;
-    int online = 0;
-    int selected = 0; // without those that the search hides
-    int hidden = 0;   // by the search
-
-    bool operator==(const DeviceCounts &) const = default;
-};
 
 class DeviceTable : public QObject
 {

@@ -2,6 +2,7 @@
 #include "gui/gui.h"
 #include "eq/curve_widget.h"
 #include "gui/device_list_view.h"
+#include "gui/program_pictures.h"
 #include "gui/settings_file.h"
 #include "gui/window_rules.h"
 #include "meter/meter_object.h"
@@ -28,6 +29,7 @@ Gui::Gui()
     register_session_item();
     detect_theme();
     setWindowTitle(QCoreApplication::applicationName());
+    QApplication::setWindowIcon(program_icon());
     size_window();
     build_menus();
     find_cache_file();
@@ -35,6 +37,7 @@ Gui::Gui()
     build_device_menu();
     start_sockets();
     build_window();
+    build_status_line();
     panel.refresh_all_rows();
     restore_saved_state();
     // Only now: filling the box with the history must start no search.
@@ -153,6 +156,7 @@ void Gui::destroy_devices()
     device_cache.stop();
     settings.stop();
     log_windows.stop();
+    status_pace.cancel();
     // Closed now, not when the rest is freed: another copy may be waiting to hear the devices.
     device_link.close();
     table.forget_devices();

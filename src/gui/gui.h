@@ -17,6 +17,7 @@
 #include "model/device.h"
 #include "model/device_cache.h"
 #include "model/device_state.h"
+#include "support/frame_throttle.h"
 
 #include <QElapsedTimer>
 #include <QHostAddress>
@@ -40,6 +41,7 @@ class QLineEdit;
 class QMenu;
 class QPushButton;
 class QSplitter;
+class StatusLine;
 
 class Gui : public QMainWindow
 {
@@ -91,6 +93,10 @@ public:
 
     // ---- gui/gui_search.cpp ------------------------------------------------------------------
     void commit_search();
+
+    // ---- gui/gui_status.cpp ------------------------------------------------------------------
+    void build_status_line();
+    void refresh_status();
 
     // ---- gui/gui_commands.cpp ----------------------------------------------------------------
     void identify_selected();
@@ -220,6 +226,8 @@ public:
     QPushButton *eq_button = nullptr;
     CurveWidget *curve_widget = nullptr; // parentless while hidden, then owned by us
 
+    StatusLine *status_line = nullptr;
+    FrameThrottle status_pace; // of what it shows
     KeptSettings settings;
     CopyLock copy_lock;
     QComboBox *network_combo = nullptr;

@@ -1,5 +1,7 @@
 // Commands without a state of their own: blink, forget the AES67 sessions, tell about the program.
 #include "gui/gui.h"
+#include "gui/program_pictures.h"
+#include "gui/status_line.h"
 #include "link/command.h"
 
 #include <QCoreApplication>
@@ -24,8 +26,11 @@ QString about_text()
 // It stays that a failure shows nowhere: who looks at the loudspeakers sees it.
 void Gui::identify_selected()
 {
+    int asked = 0;
     for (Device *device : selected_devices())
-        send_to_device(device, device_command("blink_leds"), false);
+        asked += send_to_device(device, device_command("blink_leds"), false).isEmpty();
+    if (asked > 0)
+        status_line->show_command(identify_text(asked));
 }
 
 // All are sent before the box opens: while it is open, devices may go.
@@ -35,8 +40,14 @@ void Gui::purge_sessions()
     command.insert("age", 0);
     command.insert("blocktime", 1);
     QString errors;
-    for (Device *device : selected_devices())
-        report_device_error(errors, device, send_to_device(device, command, false));
+    int asked = 0;
+    for (Device *device : selected_devices()) {
+        const QString error = send_to_device(device, command, false);
+        report_device_error(errors, device, error);
+        asked += error.isEmpty();
+    }
+    if (asked > 0)
+        status_line->show_command(purge_text(asked));
     show_network_errors(errors);
 }
 
@@ -49,8 +60,7 @@ void Gui::show_about()
     grid->setSizeConstraint(QLayout::SetFixedSize);
 
     auto *picture = new QLabel;
-    picture->setPixmap(
-        QPixmap(":/icons/VELMARK.png").scaledToWidth(PICTURE_WIDTH, Qt::SmoothTransformation));
+    picture->setPixmap(wide_picture(PICTURE_WIDTH, devicePixelRatioF()));
     grid->addWidget(picture, 2, 0, 1, -1, Qt::AlignHCenter);
     auto *text = new QLabel(about_text());
     text->setTextFormat(Qt::RichText);

@@ -3,8 +3,7 @@
 #include "eq/eq_rows.h"
 #include "gui/edit_rules.h"
 #include "gui/gui.h"
-
-#include <QMessageBox>
+#include "gui/message_box.h"
 
 namespace {
 
@@ -93,7 +92,7 @@ bool Gui::shows_value_error()
     const std::optional<RefusedRow> refused = panel.first_refusal();
     if (!refused)
         return false;
-    QMessageBox::critical(this, "Value error", value_error_text(refused->label, refused->reason),
-                          QMessageBox::Ok);
+    show_message_box(this, QMessageBox::Critical, "Value error",
+                     value_error_text(refused->label, refused->reason));
     return true;
 }

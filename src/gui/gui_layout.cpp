@@ -16,7 +16,32 @@
 #include <QSignalBlocker>
 #include <QSplitter>
 
+#include <algorithm>
 #include <limits>
+
+namespace {
+
+constexpr int LEAST_CURVE_HEIGHT = 120; // points: below it the handles can't be told apart
+
+// The two rows of buttons: list and panel below them begin at one height.
+void align_rows(QWidget *one, QWidget *other)
+{
+    const int height = std::max(one->sizeHint().height(), other->sizeHint().height());
+    one->setFixedHeight(height);
+    other->setFixedHeight(height);
+}
+
+// What a saved state has collapsed to nothing opens again at its least size: who finds no list any
+// more does not think of the dividers. Restoring a state also restores the right to collapse.
+void restore_splitter(QSplitter *splitter, const QByteArray &state)
+{
+    splitter->restoreState(state);
+    splitter->setChildrenCollapsible(false);
+    if (splitter->sizes().contains(0))
+        splitter->setSizes(splitter->sizes());
+}
+
+} // namespace
 
 void Gui::build_menus()
 {
@@ -58,7 +83,8 @@ void Gui::build_window()
 
     auto *left = new QWidget;
     auto *left_layout = new QVBoxLayout(left);
-    left_layout->addWidget(build_top_bar());
+    QWidget *top_bar = build_top_bar();
+    left_layout->addWidget(top_bar);
     left_layout->addWidget(eq_splitter);
     left_layout->setStretch(1, 2);
 
@@ -66,8 +92,12 @@ void Gui::build_window()
     property_splitter->addWidget(left);
     panel.set_ground(dark_theme);
     property_splitter->addWidget(&panel);
+    left_layout->setContentsMargins(panel.layout()->contentsMargins());
+    left_layout->setSpacing(panel.layout()->spacing());
+    align_rows(top_bar, panel.findChild<QWidget *>("property_head"));
 
     curve_widget = new CurveWidget(nullptr, {});
+    curve_widget->setMinimumHeight(LEAST_CURVE_HEIGHT);
     connect(curve_widget, &CurveWidget::on_filter_edited, this, &Gui::apply_band_edit);
     connect_panel();
 
@@ -89,6 +119,9 @@ QWidget *Gui::build_top_bar()
 
     network_combo = new QComboBox;
     network_combo->setAccessibleName("Network");
+    // It grows with the names of late adapters, and gives way when the window is narrow.
+    network_combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    network_combo->setMinimumWidth(network_combo->minimumSizeHint().width());
     search_combo = new QComboBox;
     search_combo->setEditable(true);
     // Committing is ours: the box itself would add entries beyond the ten.
@@ -102,6 +135,7 @@ QWidget *Gui::build_top_bar()
 
     auto *bar = new QWidget;
     auto *layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(eq_button);
     layout->addStretch(1);
@@ -127,8 +161,8 @@ void Gui::restore_saved_state()
     eq_button->setChecked(settings.value("eq_visible", false).toBool());
     restoreGeometry(settings.value("geometry").toByteArray());
     restoreState(settings.value("windowState").toByteArray());
-    property_splitter->restoreState(settings.value("property_splitter").toByteArray());
-    eq_splitter->restoreState(settings.value("eq_splitter").toByteArray());
+    restore_splitter(property_splitter, settings.value("property_splitter").toByteArray());
+    restore_splitter(eq_splitter, settings.value("eq_splitter").toByteArray());
     // These two are read and never written: the order that survives is the one in list_state.
     const int order = settings.value("sort_order", 0).toInt();
     table.sort_by(settings.value("sort_column", 0).toInt(),

@@ -2,12 +2,12 @@
 #include "gui/gui.h"
 #include "gui/plugin_paths.h"
 #include "gui/program_names.h"
+#include "gui/program_pictures.h"
 #include "gui/quit_signals.h"
 #include "gui/settings_file.h"
 #include "model/meta.h"
 
 #include <QApplication>
-#include <QPixmap>
 #include <QSplashScreen>
 
 int main(int argc, char **argv)
@@ -16,11 +16,12 @@ int main(int argc, char **argv)
         argc = forget_plugin_paths(argc, argv);
     set_program_names();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
     QApplication application(argc, argv);
     register_resources();
     set_huge_settings_aside();
 
-    QSplashScreen splash(QPixmap(":/icons/VELMARK.png"));
+    QSplashScreen splash(wide_picture(0, application.devicePixelRatio()));
     splash.show();
     QApplication::processEvents();
 

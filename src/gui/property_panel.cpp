@@ -94,12 +94,15 @@ void PropertyPanel::build_head()
     connect(cancel_button, &QToolButton::clicked, this, &PropertyPanel::cancel);
     connect(confirm_button, &QToolButton::clicked, this, &PropertyPanel::confirmed);
 
-    auto *head = new QHBoxLayout;
-    head->addWidget(new QLabel("<b>Properties"));
-    head->addWidget(edit_button, 1);
-    head->addWidget(cancel_button);
-    head->addWidget(confirm_button);
-    static_cast<QVBoxLayout *>(layout())->addLayout(head);
+    auto *head = new QWidget;
+    head->setObjectName("property_head");
+    auto *head_layout = new QHBoxLayout(head);
+    head_layout->setContentsMargins(0, 0, 0, 0);
+    head_layout->addWidget(new QLabel("<b>Properties"));
+    head_layout->addWidget(edit_button, 1);
+    head_layout->addWidget(cancel_button);
+    head_layout->addWidget(confirm_button);
+    layout()->addWidget(head);
 }
 
 void PropertyPanel::build_rows()

@@ -1,12 +1,12 @@
 // Which network the program works on, and the request that finds devices on it.
 #include "gui/gui.h"
+#include "gui/message_box.h"
 #include "link/command.h"
 #include "link/interface_rules.h"
 #include "model/presence.h"
 
 #include <QComboBox>
 #include <QDateTime>
-#include <QMessageBox>
 
 #include <cstdio>
 #include <vector>
@@ -86,5 +86,5 @@ void Gui::on_network_activated()
 
 void Gui::show_network_info()
 {
-    QMessageBox::information(this, "Network info", network_report(), QMessageBox::Ok);
+    show_message_box(this, QMessageBox::Information, "Network info", network_report());
 }

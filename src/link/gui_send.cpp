@@ -1,11 +1,10 @@
 // Sends datagrams, and tells the operator when that fails.
 #include "gui/gui.h"
+#include "gui/message_box.h"
 #include "link/command.h"
 #include "link/datagram.h"
 #include "link/interface_rules.h"
 #include "model/presence.h"
-
-#include <QMessageBox>
 
 QString Gui::send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
                        const QJsonObject &object)
@@ -32,5 +31,5 @@ void Gui::report_device_error(QString &errors, Device *device, const QString &re
 void Gui::show_network_errors(const QString &errors)
 {
     if (!errors.isEmpty())
-        QMessageBox::warning(this, "Network error", "<b></b>" + errors, QMessageBox::Ok);
+        show_message_box(this, QMessageBox::Warning, "Network error", "<b></b>" + errors);
 }

@@ -18,4 +18,6 @@ for source in icons/*.svg; do
     rsvg-convert --format png --output "${source%.svg}.png" "$source"
     count=$((count + 1))
 done
+# The splash screen's, for screens of twice the pixels.
+rsvg-convert --format png --width 1280 --output icons/VELMARK@2x.png icons/VELMARK.svg
 echo "$count pictures rendered"

@@ -3,6 +3,7 @@
 
 #include "firmware/deppen_ass.h"
 #include "gui/gui.h"
+#include "gui/status_line.h"
 #include "meter/log_window.h"
 
 #include <QCoreApplication>
@@ -47,6 +48,11 @@ bool WindowHandle::is_closed() const
 bool WindowHandle::is_dark() const
 {
     return gui->dark_theme;
+}
+
+int WindowHandle::status_refreshes() const
+{
+    return gui->status_line->counts_received();
 }
 
 bool WindowHandle::is_second_copy() const

@@ -61,6 +61,8 @@ public:
     static QSettings settings(); // what the file holds
     QMenu *device_menu() const;
 
+    int status_refreshes() const; // how often the status bar was made anew
+
     // ---- devices
     std::map<QString, Device *> &all_devices() const;
     Device *find_device(const QString &id) const; // null when unknown

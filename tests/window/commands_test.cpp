@@ -126,6 +126,26 @@ private slots:
         QVERIFY(gui().all_devices().empty());
     }
 
+    void network_info_is_a_box_of_that_name()
+    {
+        DialogProbe probe;
+        action("Network info")->trigger();
+        QCOMPARE(probe.titles, QStringList("Network info"));
+        QVERIFY2(probe.texts.value(0).contains("loopback IPv4 127.0.0.1"),
+                 qPrintable(probe.texts.value(0)));
+    }
+
+    void the_delete_key_deletes_the_selected_devices()
+    {
+        window->add({});
+        window->add({});
+        window->select({1});
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
+        QTest::keyClick(gui().view(), Qt::Key_Delete);
+        QCOMPARE(gui().all_devices().size(), size_t(1));
+        QCOMPARE(gui().all_devices().begin()->first, QString("device 000"));
+    }
+
     void about_tells_name_version_and_makers()
     {
         DialogProbe probe;

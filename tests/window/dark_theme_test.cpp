@@ -110,6 +110,19 @@ private slots:
         QCOMPARE(window->gui->is_dark(), is_dark);
     }
 
+    void list_and_panel_have_the_themes_colours_data() { desktop_rows(); }
+    void list_and_panel_have_the_themes_colours()
+    {
+        open_window();
+        QFETCH(bool, is_dark);
+        QCOMPARE(window->gui->view()->styleSheet(),
+                 is_dark ? QString("QTreeView { selection-background-color: #005499; }")
+                         : QString("QTreeView { selection-background-color: #cce8ff; }"));
+        QVERIFY(window->gui->property_scroll()->widget()->styleSheet().contains(
+            is_dark ? QString("#backw { background-color: black; }")
+                    : QString("#backw { background-color: white; }")));
+    }
+
     void cells_can_be_read_selected_and_not_data() { desktop_rows(); }
     void cells_can_be_read_selected_and_not()
     {

@@ -1,5 +1,6 @@
 // On a desktop of scale factor 2 everything has twice the pixels, fits, and is hit where it is
 // seen.
+#include "gui/program_pictures.h"
 #include "support/curve_mouse.h"
 #include "support/panel_case.h"
 
@@ -71,6 +72,21 @@ private slots:
         for (const QPushButton *button :
              {window->gui->edit_button(), window->gui->identify_button(), window->gui->eq_button()})
             QVERIFY2(button->width() >= button->sizeHint().width(), qPrintable(button->text()));
+    }
+
+    void splash_screen_and_about_box_have_a_pixel_for_every_pixel()
+    {
+        const qreal ratio = window->gui->widget().devicePixelRatioF();
+        for (const int width : {0, 256}) {
+            const QPixmap picture = wide_picture(width, ratio);
+            QCOMPARE(picture.devicePixelRatio(), ratio);
+            QCOMPARE(picture.width(), 2 * (width > 0 ? width : 640));
+            // Not the small one blown up: that has no sharper edges than at scale factor 1.
+            const QImage blown_up = wide_picture(width, 1).toImage().scaledToWidth(
+                picture.width(), Qt::SmoothTransformation);
+            QVERIFY(picture.toImage().convertToFormat(QImage::Format_RGB32)
+                    != blown_up.convertToFormat(QImage::Format_RGB32));
+        }
     }
 
     void rows_of_the_list_are_as_high_as_their_pictures()

@@ -1,0 +1,157 @@
+// Where things stand in the window, and that boxes and dividers hide nothing.
+#include "eq/curve_widget.h"
+#include "gui/device_list_view.h"
+#include "gui/message_box.h"
+#include "support/dialog_probe.h"
+#include "support/panel_case.h"
+
+#include <QScreen>
+#include <QStatusBar>
+
+class LayoutTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<PanelCase> window;
+
+    WindowHandle &gui() { return *window->gui; }
+
+    QRect place(QWidget *widget)
+    {
+        return {widget->mapTo(&gui().widget(), QPoint(0, 0)), widget->size()};
+    }
+
+    // The size of the box and whether its text can be scrolled, as it stands open.
+    struct Box
+    {
+        QSize size;
+        QString text;
+        QString title;
+        int scroll_range = 0;
+    };
+    Box show_box(const QString &text)
+    {
+        Box box;
+        DialogProbe probe;
+        probe.answer = [&box](QDialog *dialog) {
+            QCoreApplication::processEvents();
+            box.size = dialog->frameGeometry().size();
+            box.title = dialog->windowTitle();
+            box.text = qobject_cast<QMessageBox *>(dialog)->text();
+            if (auto *area = dialog->findChild<QScrollArea *>())
+                box.scroll_range = area->verticalScrollBar()->maximum();
+            DialogProbe::press_default(dialog);
+        };
+        show_message_box(&gui().widget(), QMessageBox::Warning, "Network error", text);
+        return box;
+    }
+
+private slots:
+    void init()
+    {
+        window = std::make_unique<PanelCase>();
+        window->add({});
+        window->select({0});
+    }
+    void cleanup() { window.reset(); }
+
+    void left_and_right_column_align()
+    {
+        QVERIFY(std::abs(place(gui().view()).top() - place(gui().property_scroll()).top()) <= 2);
+        QVERIFY(std::abs(place(gui().view()).bottom() - place(gui().property_scroll()).bottom())
+                <= 2);
+        const int left = place(gui().eq_button()).center().y();
+        for (QWidget *widget : {static_cast<QWidget *>(gui().edit_button()),
+                                static_cast<QWidget *>(gui().identify_button()),
+                                static_cast<QWidget *>(gui().search_box())})
+            QVERIFY2(std::abs(place(widget).center().y() - left) <= 2,
+                     widget->metaObject()->className());
+        QVERIFY(std::abs(place(gui().eq_button()).top() - place(gui().edit_button()).top()) <= 2);
+    }
+
+    // What was an empty strip is the status bar.
+    void the_status_bar_reaches_to_the_bottom()
+    {
+        const QRect bar = place(gui().widget().statusBar());
+        QCOMPARE(bar.bottom(), gui().widget().height() - 1);
+        QVERIFY(bar.top() - place(gui().property_splitter()).bottom() <= 2);
+    }
+
+    void the_network_box_grows_with_its_entries()
+    {
+        const QWidget *left = gui().property_splitter()->widget(0);
+        const int least = left->minimumSizeHint().width();
+        const int before = gui().network_box()->width();
+        const QString name = "enx00e04c680a3b (USB)";
+        gui().network_box()->addItem(name);
+        gui().network_box()->setCurrentText(name);
+        QTRY_VERIFY(gui().network_box()->width() > before);
+        QVERIFY(gui().network_box()->width()
+                > gui().network_box()->fontMetrics().horizontalAdvance(name));
+        QCOMPARE(left->minimumSizeHint().width(), least);
+    }
+
+    void every_window_has_the_icon_in_all_sizes()
+    {
+        const QList<QSize> sizes = gui().widget().windowIcon().availableSizes();
+        for (const int size : {16, 22, 24, 32, 48, 64, 128, 256, 512})
+            QVERIFY2(sizes.contains(QSize(size, size)), qPrintable(QString::number(size)));
+        const QWidget other;
+        QCOMPARE(other.windowIcon().availableSizes(), sizes);
+    }
+
+    void a_long_text_scrolls_inside_its_box()
+    {
+        QString text = "<b></b>";
+        for (int i = 0; i < 200; ++i)
+            text += QString("10.0.0.%1: network not found<br>").arg(i);
+        const Box box = show_box(text);
+        const int screen = QGuiApplication::primaryScreen()->availableGeometry().height();
+        QVERIFY2(box.size.height() < screen, qPrintable(QString::number(box.size.height())));
+        QVERIFY(box.scroll_range > 0);
+        QCOMPARE(box.text, text);
+        QCOMPARE(box.title, QString("Network error"));
+    }
+
+    void a_short_text_has_no_scroll_area()
+    {
+        const Box box = show_box("<b></b>10.0.0.1: network not found");
+        QCOMPARE(box.scroll_range, 0);
+        QVERIFY(box.size.height() < 300);
+    }
+
+    void dividers_collapse_nothing()
+    {
+        gui().property_splitter()->setSizes({0, 2000});
+        QVERIFY(gui().property_splitter()->sizes().at(0) > 0);
+        gui().property_splitter()->setSizes({2000, 0});
+        QVERIFY(gui().property_splitter()->sizes().at(1) > 0);
+        gui().eq_button()->click();
+        QCoreApplication::processEvents();
+        gui().eq_splitter()->setSizes({2000, 0});
+        QVERIFY(gui().curve()->height() >= 100);
+        gui().eq_splitter()->setSizes({0, 2000});
+        QVERIFY(gui().eq_splitter()->sizes().at(0) > 0);
+    }
+
+    // As earlier versions left it.
+    void a_saved_state_with_a_collapsed_child_opens_it_again()
+    {
+        gui().eq_button()->click();
+        for (QSplitter *splitter : {gui().property_splitter(), gui().eq_splitter()}) {
+            splitter->setChildrenCollapsible(true);
+            splitter->setSizes({2000, 0});
+            QCOMPARE(splitter->sizes().at(1), 0);
+        }
+        gui().close();
+        window->start();
+        gui().show();
+        for (QSplitter *splitter : {gui().property_splitter(), gui().eq_splitter()}) {
+            QVERIFY(splitter->sizes().at(1) > 0);
+            QVERIFY(!splitter->childrenCollapsible());
+        }
+    }
+};
+
+WINDOW_TEST_MAIN(LayoutTest)
+#include "layout_test.moc"
