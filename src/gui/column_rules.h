@@ -10,7 +10,10 @@
 struct ListColumn
 {
     std::string id = {};
-    QString name = {}; // caption
+    QString name = {};  // caption
+    QString group = {}; // the heading that the property stands under in the panel; may be empty
+    QString title = {}; // the caption, behind its group where several columns have the same ("User
+                        // EQ 2: Gain")
 };
 
 // One column per key that some product has with a value, in the order of property_keys, then

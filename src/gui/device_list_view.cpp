@@ -6,6 +6,9 @@
 #include <QAbstractItemDelegate>
 #include <QEvent>
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -95,6 +98,46 @@ void DeviceListView::changeEvent(QEvent *event)
         std::fill(widths.begin(), widths.end(), -1);
     }
     QTreeView::changeEvent(event);
+}
+
+bool DeviceListView::viewportEvent(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QTreeView::viewportEvent(event);
+    const auto *help = static_cast<QHelpEvent *>(event);
+    const QModelIndex index = indexAt(help->pos());
+    const QString text = cut_text(index);
+    // As markup, so that a long text is broken into lines; what it holds is none.
+    QToolTip::showText(help->globalPos(),
+                       text.isEmpty() ? QString() : "<qt>" + text.toHtmlEscaped() + "</qt>",
+                       viewport(), visualRect(index));
+    return true;
+}
+
+QString DeviceListView::cut_text(const QModelIndex &index) const
+{
+    const QString text = index.data(Qt::DisplayRole).toString();
+    if (text.isEmpty())
+        return {};
+    const QString shown = shown_part(text);
+    const QRect seen = visualRect(index) & viewport()->rect();
+    const QSize wanted = itemDelegate(index)->sizeHint(viewOptions(), index);
+    const bool is_cut
+        = shown != text || wanted.width() > seen.width() || text.contains(QChar('\n'));
+    if (!is_cut)
+        return {};
+    return shown == text ? text : shown + "…";
+}
+
+// The base class would copy the one cell that is current.
+void DeviceListView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->matches(QKeySequence::Copy)) {
+        emit copy_pressed();
+        event->accept();
+        return;
+    }
+    QTreeView::keyPressEvent(event);
 }
 
 void DeviceListView::mark_dirty(int first_column, int last_column)

@@ -22,10 +22,19 @@ public:
     void doItemsLayout() override;
     void reset() override;
 
+    // What a cell hides of its text, by its column's width or by the list's edge, it shows as a
+    // tool tip; empty when it hides nothing.
+    QString cut_text(const QModelIndex &index) const;
+
     // How often columns have been measured since start.
     int measurements() const { return measure_count; }
 
+signals:
+    void copy_pressed();
+
 protected:
+    bool viewportEvent(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void dataChanged(const QModelIndex &top_left, const QModelIndex &bottom_right,
                      const QVector<int> &roles = QVector<int>()) override;
     void changeEvent(QEvent *event) override;

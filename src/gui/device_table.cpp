@@ -2,19 +2,27 @@
 // it.
 #include "gui/device_table.h"
 
-#include "gui/column_rules.h"
+#include "gui/column_menu.h"
 #include "gui/device_cell.h"
+#include "gui/empty_note.h"
+#include "gui/list_header.h"
 #include "meter/meter_item_delegate.h"
 #include "support/fatal_assert.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QHeaderView>
+#include <QClipboard>
 #include <QItemSelectionModel>
-#include <QMenu>
+#include <QMimeData>
 
 #include <algorithm>
 #include <numeric>
+
+namespace {
+
+constexpr int ANSWER_TIME = 3000; // ms: six rounds of discovery
+
+} // namespace
 
 DeviceTable::Batch::Batch(DeviceTable &its_table)
     : table(its_table)
@@ -32,21 +40,31 @@ DeviceTable::Batch::~Batch()
 
 DeviceTable::DeviceTable()
     : device_list(new DeviceListView)
-    , header_menu(new QMenu(device_list))
+    , header(new ListHeader(device_list))
+    , header_menu(new ColumnMenu(device_list))
 {
+    device_list->setHeader(header);
     // Before the view looks: it would measure its header again at each caption.
     add_columns();
     device_list->setModel(&device_model);
     show_default_columns();
     device_model.setSortRole(DeviceCell::SORT_ROLE);
     set_up_view();
-    connect(device_list->header(), &QHeaderView::customContextMenuRequested, this,
-            &DeviceTable::show_column_menu);
+    connect(header, &QHeaderView::customContextMenuRequested, this, &DeviceTable::show_column_menu);
+    connect(header, &ListHeader::menu_wanted, this, &DeviceTable::show_column_menu);
+    connect(device_list, &DeviceListView::copy_pressed, this, &DeviceTable::copy_selected);
     connect(device_list->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         emit selection_changed();
         emit counts_changed();
     });
     connect(&search_throttle, &FrameThrottle::due, this, &DeviceTable::refresh_search);
+    empty_note = new EmptyNote(device_list);
+    patience.setSingleShot(true);
+    patience.setInterval(ANSWER_TIME);
+    for (auto signal : {&DeviceTable::counts_changed, &DeviceTable::column_toggled})
+        connect(this, signal, &note_throttle, &FrameThrottle::ask);
+    connect(&patience, &QTimer::timeout, this, &DeviceTable::renew_note);
+    connect(&note_throttle, &FrameThrottle::due, this, &DeviceTable::renew_note);
 }
 
 // The view goes before the model.
@@ -67,14 +85,15 @@ void DeviceTable::set_up_view()
     device_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     device_list->setSelectionBehavior(QAbstractItemView::SelectRows);
     device_list->setUniformRowHeights(true);
+    header->setSortIndicator(0, Qt::AscendingOrder);
     device_list->setSortingEnabled(true);
     // KEPT: points that grow with the scale, and are scaled once more when they are drawn.
     const int icon_size = static_cast<int>(qApp->devicePixelRatio() * 32);
     device_list->setIconSize({icon_size, icon_size});
     device_list->setIndentation(0);
     device_list->setAccessibleName("Devices");
-    device_list->header()->setContextMenuPolicy(Qt::CustomContextMenu);
-    device_list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setContextMenuPolicy(Qt::CustomContextMenu);
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
     device_list->setItemDelegate(&highlight_delegate);
     const int meter_column = column_of("meter");
     if (meter_column >= 0)
@@ -88,24 +107,34 @@ void DeviceTable::set_dark_theme(bool is_dark)
     highlight_delegate.dark_theme = is_dark;
     device_list->setStyleSheet(is_dark ? "QTreeView { selection-background-color: #005499; }"
                                        : "QTreeView { selection-background-color: #cce8ff; }");
+    if (empty_note)
+        empty_note->set_dark_theme(is_dark);
 }
 
 // ---- columns ------------------------------------------------------------------------------------
 
 void DeviceTable::add_columns()
 {
-    for (const ListColumn &column : list_columns())
-        add_column(column.id, column.name);
+    const std::vector<ListColumn> columns = list_columns();
+    for (size_t index = 0; index < columns.size(); ++index) {
+        if (index > 0 && columns[index].group != columns[index - 1].group)
+            header_menu->addSeparator();
+        add_column(columns[index]);
+    }
     device_model.setColumnCount(column_names.size());
     device_model.setHorizontalHeaderLabels(column_names);
+    for (size_t index = 0; index < columns.size(); ++index)
+        device_model.horizontalHeaderItem(static_cast<int>(index))
+            ->setToolTip(columns[index].title);
 }
 
-void DeviceTable::add_column(const std::string &id, const QString &name)
+void DeviceTable::add_column(const ListColumn &column)
 {
     const size_t index = column_ids.size();
-    column_names.append(name);
-    column_ids.push_back(id);
-    auto *action = new QAction(name, this);
+    column_names.append(column.name);
+    column_ids.push_back(column.id);
+    auto *action = new QAction(column.name, this);
+    action->setToolTip(column.title);
     action->setCheckable(true);
     connect(action, &QAction::toggled, this, [this, index] { toggle_column(index); });
     column_actions.push_back(action);
@@ -116,6 +145,11 @@ void DeviceTable::add_column(const std::string &id, const QString &name)
     FATAL_ASSERT("gui.cpp", column_names.size() == column_actions.size());
     FATAL_ASSERT("gui.cpp", column_names.size() == column_ids.size());
 #pragma GCC diagnostic pop
+}
+
+QMenu *DeviceTable::menu() const
+{
+    return header_menu;
 }
 
 int DeviceTable::column_of(const std::string &id) const
@@ -164,17 +198,17 @@ void DeviceTable::show_column_menu(const QPoint &position)
 {
     for (size_t column = 0; column < column_actions.size(); ++column)
         column_actions[column]->setChecked(!device_list->isColumnHidden(static_cast<int>(column)));
-    header_menu->popup(device_list->header()->viewport()->mapToGlobal(position));
+    header_menu->popup(header->viewport()->mapToGlobal(position));
 }
 
 QByteArray DeviceTable::save_state() const
 {
-    return device_list->header()->saveState();
+    return header->saveState();
 }
 
 void DeviceTable::restore_state(const QByteArray &state)
 {
-    device_list->header()->restoreState(state);
+    header->restoreState(state);
 }
 
 // ---- rows ---------------------------------------------------------------------------------------
@@ -230,6 +264,8 @@ void DeviceTable::insert_row(Device &device)
         : device_model.rowCount();
     head->birth = births++;
     head->birth_row = row;
+    if (device_model.rowCount() == 0)
+        empty_note->hide(); // not a frame later: it never stands over a row
     device_model.insertRow(row, items);
     device.row_hint = row;
     count_online(*head, device.online);
@@ -267,6 +303,8 @@ void DeviceTable::remove(const std::vector<Device *> &leaving)
     leave_rows(rows);
     remove_rows(device_model, rows);
     note_row_hints();
+    if (device_model.rowCount() == 0)
+        patience.start();
     emit counts_changed();
 }
 
@@ -298,7 +336,8 @@ void DeviceTable::leave_rows(const std::vector<int> &rows)
 
 void DeviceTable::forget_devices()
 {
-    search_throttle.cancel();
+    for (FrameThrottle *throttle : {&search_throttle, &note_throttle})
+        throttle->cancel();
     const int meter_column = column_of("meter");
     for (int row = 0; row < device_model.rowCount(); ++row) {
         row_head(device_model, row)->device = nullptr;
@@ -364,6 +403,61 @@ DeviceCounts DeviceTable::counts() const
     return counts;
 }
 
+CopiedList DeviceTable::copied() const
+{
+    std::vector<int> columns;
+    for (int place = 0; place < header->count(); ++place)
+        if (!header->isSectionHidden(header->logicalIndex(place)))
+            columns.push_back(header->logicalIndex(place));
+    CopiedList list;
+    for (const int column : columns)
+        list.captions.append(device_model.horizontalHeaderItem(column)->toolTip());
+    for (int row = 0; row < device_model.rowCount(); ++row) {
+        if (device_list->isRowHidden(row, QModelIndex())
+            || !device_list->selectionModel()->isSelected(device_model.index(row, 0)))
+            continue;
+        QStringList cells;
+        for (const int column : columns)
+            cells.append(
+                static_cast<const DeviceCell *>(device_model.item(row, column))->shown_text());
+        list.rows.push_back(cells);
+    }
+    return list;
+}
+
+void DeviceTable::copy_selected() const
+{
+    const CopiedList list = copied();
+    if (list.rows.empty())
+        return;
+    auto *data = new QMimeData;
+    data->setText(tab_separated(list));
+    data->setHtml(html_table(list));
+    QGuiApplication::clipboard()->setMimeData(data);
+}
+
+// ---- what an empty list says --------------------------------------------------------------------
+
+void DeviceTable::set_network(const QString &name)
+{
+    if (name == network && patience.isActive())
+        return;
+    network = name;
+    patience.start();
+    note_throttle.ask();
+}
+
+void DeviceTable::renew_note()
+{
+    note_throttle.note_done();
+    const DeviceCounts now = counts();
+    empty_note->show_texts(empty_texts({.network = network,
+                                        .devices = now.devices,
+                                        .hidden = now.hidden,
+                                        .search = search(),
+                                        .has_waited = !patience.isActive()}));
+}
+
 void DeviceTable::repaint_meters()
 {
     const int column = column_of("meter");
@@ -384,8 +478,7 @@ void DeviceTable::repaint_meters()
 
 SortedBy DeviceTable::sorted_by() const
 {
-    return {.column = device_list->header()->sortIndicatorSection(),
-            .order = device_list->header()->sortIndicatorOrder()};
+    return {.column = header->sortIndicatorSection(), .order = header->sortIndicatorOrder()};
 }
 
 void DeviceTable::sort_by(int column, Qt::SortOrder order)
@@ -481,6 +574,8 @@ bool DeviceTable::show_matching_rows(bool is_new_search)
             row = -1;
             continue;
         }
+        if (!is_hidden)
+            empty_note->hide();
         device_list->setRowHidden(row, QModelIndex(), is_hidden);
     }
     return selection_touched;

@@ -2,8 +2,10 @@
 // it. Knows nothing of the window around it.
 #pragma once
 
+#include "gui/column_rules.h"
 #include "gui/device_list_view.h"
 #include "gui/highlight_delegate.h"
+#include "gui/list_copy.h"
 #include "gui/row_order.h"
 #include "gui/row_writer.h"
 #include "gui/status_bar_text.h"
@@ -12,10 +14,14 @@
 #include <QPointer>
 #include <QStandardItemModel>
 #include <QStringList>
+#include <QTimer>
 
 #include <string>
 #include <vector>
 
+class ColumnMenu;
+class EmptyNote;
+class ListHeader;
 class QAction;
 class QMenu;
 
@@ -61,7 +67,10 @@ public:
     // The devices of the selected rows that the search does not hide, in the selection's order.
     std::vector<Device *> selected() const;
     DeviceCounts counts() const;
-    void repaint_meters(); // those in view
+    // All shown columns of the selected rows, both in the order in which they are seen.
+    CopiedList copied() const;
+    void copy_selected() const; // to the clipboard, as lines and as a table
+    void repaint_meters();      // those in view
     QIcon load_icon(const QString &path) { return writer.load_icon(path); }
 
     // ---- order
@@ -72,7 +81,7 @@ public:
     const QStringList &captions() const { return column_names; }
     const std::vector<std::string> &ids() const { return column_ids; }
     const std::vector<QAction *> &actions() const { return column_actions; }
-    QMenu *menu() const { return header_menu; }
+    QMenu *menu() const;
     int column_of(const std::string &id) const; // -1: none
     std::vector<int> shown_columns() const;
     void show_default_columns();
@@ -83,6 +92,10 @@ public:
     QString column_signature() const { return column_names.join(":"); }
     QByteArray save_state() const;
     void restore_state(const QByteArray &state);
+
+    // ---- what an empty list says
+    void set_network(const QString &name); // empty: there is none
+    EmptyNote *note() const { return empty_note; }
 
     // ---- search
     QString search() const { return highlight_delegate.search_text; }
@@ -104,11 +117,12 @@ signals:
 private:
     void set_up_view();
     void add_columns();
-    void add_column(const std::string &id, const QString &name);
+    void add_column(const ListColumn &column);
     int last_column() const;
     void refresh_row(Device &device, int row);
     void insert_row(Device &device);
     void count_online(RowHead &head, bool is_online);
+    void renew_note();
     void leave_rows(const std::vector<int> &rows);
     SortedBy sorted_by() const;
     void sort_if_needed();
@@ -127,9 +141,14 @@ private:
     int births = 0;            // rows so far
     FrameThrottle search_throttle;
     bool is_selection_held = false;
+    EmptyNote *empty_note = nullptr; // inside the view
+    FrameThrottle note_throttle;
+    QTimer patience; // single-shot: how long an answer may take
+    QString network;
 
     QStringList column_names;
     std::vector<std::string> column_ids;
     std::vector<QAction *> column_actions;
-    QMenu *header_menu = nullptr;
+    ListHeader *header = nullptr;
+    ColumnMenu *header_menu = nullptr;
 };

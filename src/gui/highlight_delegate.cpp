@@ -15,7 +15,21 @@ bool HighlightDelegate::matches_search(const QString &text) const
 void HighlightDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
                               const QModelIndex &index) const
 {
+    picture = index.data(Qt::DecorationRole).value<QIcon>();
     QItemDelegate::paint(painter, option, shown_index(index));
+}
+
+// A selected row lies behind its picture, not over it: products are told apart by their looks.
+void HighlightDelegate::drawDecoration(QPainter *painter, const QStyleOptionViewItem &option,
+                                       const QRect &rect, const QPixmap &pixmap) const
+{
+    if (!picture.isNull()) {
+        picture.paint(painter, rect, option.decorationAlignment);
+        return;
+    }
+    QStyleOptionViewItem plain = option;
+    plain.state &= ~QStyle::State_Selected;
+    QItemDelegate::drawDecoration(painter, plain, rect, pixmap);
 }
 
 QSize HighlightDelegate::sizeHint(const QStyleOptionViewItem &option,

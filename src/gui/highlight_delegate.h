@@ -1,6 +1,7 @@
 // Draws cell texts with the search hits marked.
 #pragma once
 
+#include <QIcon>
 #include <QItemDelegate>
 #include <QStandardItemModel>
 #include <QString>
@@ -23,6 +24,8 @@ public:
     bool dark_theme = false;  // light text on a dark ground: marked text must turn black
 
 protected:
+    void drawDecoration(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
+                        const QPixmap &pixmap) const override;
     void drawDisplay(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
                      const QString &text) const override;
 
@@ -30,4 +33,5 @@ private:
     QModelIndex shown_index(const QModelIndex &index) const;
 
     mutable QStandardItemModel short_cell{1, 1}; // stands in for a cell whose text is too long
+    mutable QIcon picture;                       // of the cell that is being painted
 };

@@ -1,9 +1,7 @@
-// Which network the program works on, the request that finds devices on it, and what is sent to
-// them.
+// Which network the program works on, and the request that finds devices on it.
 #include "gui/gui.h"
 #include "gui/message_box.h"
 #include "link/command.h"
-#include "link/datagram.h"
 #include "link/interface_rules.h"
 #include "model/presence.h"
 
@@ -27,17 +25,20 @@ void Gui::update_network_list()
             network_combo->setCurrentIndex(entry);
         return entry >= 0;
     };
+    const std::vector<NetworkInterface> &interfaces = device_link.renew_interfaces();
     update_networks(
-        device_link.renew_interfaces(), networks.known_networks, networks.default_is_link_local,
+        interfaces, known_networks, default_is_link_local,
         settings.value("current_network").toString(),
         {.add = [this](const QString &name) { network_combo->addItem(name); }, .select = select});
+    network_combo->setToolTip(
+        network_tip(find_network_among(interfaces, network_combo->currentText())));
 }
 
 void Gui::send_discovery_packets()
 {
     update_network_list();
     // A failure is silent: the next request comes in half a second.
-    send_json(networks.current_network, true, QHostAddress(), discovery_request());
+    send_json(current_network, true, QHostAddress(), discovery_request());
 
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     std::vector<Device *> lost;
@@ -65,7 +66,8 @@ void Gui::take_offline(const std::vector<Device *> &lost)
 
 void Gui::on_network_changed()
 {
-    networks.current_network = network_combo->currentText();
+    current_network = network_combo->currentText();
+    table.set_network(current_network);
     std::vector<Device *> all;
     for (const auto &[id, device] : devices)
         all.push_back(device);
@@ -89,32 +91,4 @@ void Gui::on_network_activated()
 void Gui::show_network_info()
 {
     show_message_box(this, QMessageBox::Information, "Network info", network_report());
-}
-
-QString Gui::send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
-                       const QJsonObject &object)
-{
-    return device_link.send(network, use_broadcast, address, write_frame(object));
-}
-
-// The device counts as asked even when the sending then fails. No caller is quiet so far.
-QString Gui::send_to_device(Device *device, QJsonObject object, bool quiet)
-{
-    object.insert("api_version", API_VERSION);
-    if (!quiet)
-        append_log(device, true, traffic_line("Sending JSON: ", object));
-    note_command_sent(*device);
-    return send_json(device->interface, false, device->address, object);
-}
-
-void Gui::report_device_error(QString &errors, Device *device, const QString &result)
-{
-    append_network_error(errors, device->address, result);
-}
-
-// The empty bold tag makes the box take the text for rich text, so that "<br>" breaks lines.
-void Gui::show_network_errors(const QString &errors)
-{
-    if (!errors.isEmpty())
-        show_message_box(this, QMessageBox::Warning, "Network error", "<b></b>" + errors);
 }

@@ -69,6 +69,12 @@ FoundNetwork find_network_among(const std::vector<NetworkInterface> &interfaces,
     return {};
 }
 
+QString network_tip(const FoundNetwork &network)
+{
+    const QString tip = "The network with the devices";
+    return network.source.isNull() ? tip : tip + "; this computer is " + network.source.toString();
+}
+
 bool is_offered(const NetworkInterface &interface)
 {
     if (!interface.is_up || !interface.is_running || !interface.can_broadcast)

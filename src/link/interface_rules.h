@@ -41,6 +41,9 @@ struct FoundNetwork
 FoundNetwork find_network_among(const std::vector<NetworkInterface> &interfaces,
                                 const QString &name);
 
+// What the box of networks tells of the chosen one.
+QString network_tip(const FoundNetwork &network);
+
 // Whether an interface can carry our traffic: up, running, able to broadcast, and with an IPv4
 // address beyond loopback.
 bool is_offered(const NetworkInterface &interface);

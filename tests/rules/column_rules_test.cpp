@@ -41,6 +41,21 @@ private slots:
         }
     }
 
+    void columns_of_one_caption_are_told_apart_by_their_heading()
+    {
+        QStringList titles;
+        QString gain_of_the_second;
+        for (const ListColumn &column : list_columns()) {
+            titles.append(column.title);
+            if (column.id == "dsp/eq1/gain")
+                gain_of_the_second = column.title;
+            if (column.id == "ui/name" || column.id == "stream/gain_db")
+                QCOMPARE(column.title, column.name); // the only ones of their captions
+        }
+        QCOMPARE(gain_of_the_second, QString("User EQ 2: Gain"));
+        QCOMPARE(titles.removeDuplicates(), 0);
+    }
+
     void seven_columns_show_at_first()
     {
         QStringList names;

@@ -479,6 +479,44 @@ private slots:
         QCOMPARE(gui().highlighted_text(), QString("hist0"));
     }
 
+    void ctrl_f_leads_to_the_search_and_escape_back_to_the_list()
+    {
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
+        window->add(named("Left"));
+        search("left");
+        window->select({0});
+        window->press_edit();
+        QTest::keyClick(&gui().widget(), Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(QApplication::focusWidget(), gui().search_box());
+        QCOMPARE(box()->selectedText(), QString("left"));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QCOMPARE(box()->text(), QString());
+        QCOMPARE(QApplication::focusWidget(), gui().search_box());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QCOMPARE(QApplication::focusWidget(), gui().view());
+        QVERIFY(gui().is_editing()); // that is no Cancel
+    }
+
+    void a_button_in_the_box_clears_it()
+    {
+        window->add(named("Left"));
+        search("x");
+        QVERIFY(shown_names().isEmpty());
+        auto *button = box()->findChild<QToolButton *>();
+        QVERIFY(button && button->isVisible());
+        QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(shown_names(), QStringList("Left"));
+    }
+
+    void boxes_and_buttons_of_the_top_bar_tell_what_they_are_for()
+    {
+        for (const QWidget *widget :
+             {static_cast<QWidget *>(gui().search_box()), static_cast<QWidget *>(gui().eq_button()),
+              static_cast<QWidget *>(gui().identify_button()),
+              static_cast<QWidget *>(gui().network_box())})
+            QVERIFY(!widget->toolTip().isEmpty());
+    }
+
     void an_empty_text_commits_nothing()
     {
         search("one");

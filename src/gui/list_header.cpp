@@ -1,0 +1,116 @@
+// The list's header: there also when no column is, and of use without a mouse.
+#include "gui/list_header.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QStyleOptionFocusRect>
+
+ListHeader::ListHeader(QWidget *parent)
+    : QHeaderView(Qt::Horizontal, parent)
+{
+    // What a tree view gives to a header of its own making.
+    setSectionsMovable(true);
+    setStretchLastSection(true);
+    setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName("Columns");
+}
+
+QSize ListHeader::sizeHint() const
+{
+    QSize size = QHeaderView::sizeHint();
+    if (count() > 0 && hiddenSectionCount() == count())
+        size.setHeight(sectionSizeFromContents(0).height());
+    return size;
+}
+
+void ListHeader::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Left:
+        move_choice(-1);
+        return;
+    case Qt::Key_Right:
+        move_choice(1);
+        return;
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        sort_by_choice();
+        return;
+    case Qt::Key_Down:
+    case Qt::Key_Menu:
+        emit menu_wanted({qMax(0, sectionViewportPosition(chosen_section())), height()});
+        return;
+    default:
+        QWidget::keyPressEvent(event);
+    }
+}
+
+// The first press of an arrow starts from the caption that the list is sorted by.
+void ListHeader::focusInEvent(QFocusEvent *event)
+{
+    if (sortIndicatorSection() >= 0 && sortIndicatorSection() < count())
+        chosen = sortIndicatorSection();
+    QHeaderView::focusInEvent(event);
+    viewport()->update();
+}
+
+void ListHeader::focusOutEvent(QFocusEvent *event)
+{
+    QHeaderView::focusOutEvent(event);
+    viewport()->update();
+}
+
+void ListHeader::paintSection(QPainter *painter, const QRect &rect, int section) const
+{
+    // The base class leaves its clipping and pens to the next one.
+    painter->save();
+    QHeaderView::paintSection(painter, rect, section);
+    painter->restore();
+    if (!hasFocus() || section != chosen_section())
+        return;
+    QStyleOptionFocusRect option;
+    option.initFrom(this);
+    option.rect = rect.adjusted(2, 2, -2, -2);
+    option.state |= QStyle::State_KeyboardFocusChange;
+    option.backgroundColor = palette().color(QPalette::Button);
+    style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, painter, this);
+}
+
+void ListHeader::move_choice(int step)
+{
+    for (int place = visualIndex(chosen_section()) + step; place >= 0 && place < count();
+         place += step) {
+        if (isSectionHidden(logicalIndex(place)))
+            continue;
+        chosen = logicalIndex(place);
+        const int left = sectionViewportPosition(chosen);
+        if (left < 0)
+            setOffset(offset() + left);
+        emit sectionEntered(chosen);
+        viewport()->update();
+        return;
+    }
+}
+
+// As a click does it: another caption sorts upwards, the same one the other way round.
+void ListHeader::sort_by_choice()
+{
+    const int section = chosen_section();
+    if (section < 0)
+        return;
+    const bool turns
+        = section == sortIndicatorSection() && sortIndicatorOrder() == Qt::AscendingOrder;
+    setSortIndicator(section, turns ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
+int ListHeader::chosen_section() const
+{
+    if (chosen < count() && !isSectionHidden(chosen))
+        return chosen;
+    for (int place = 0; place < count(); ++place)
+        if (!isSectionHidden(logicalIndex(place)))
+            return logicalIndex(place);
+    return -1;
+}

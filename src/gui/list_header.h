@@ -1,0 +1,32 @@
+// The list's header: there also when no column is, and of use without a mouse.
+#pragma once
+
+#include <QHeaderView>
+
+class ListHeader : public QHeaderView
+{
+    Q_OBJECT
+
+public:
+    explicit ListHeader(QWidget *parent = nullptr);
+
+    // As high as captions are, also while no column shows: the column menu must stay in reach.
+    QSize sizeHint() const override;
+
+signals:
+    void menu_wanted(const QPoint &position); // by keyboard, in the viewport
+
+protected:
+    // Left and Right choose a caption, Space and Return sort by it, Down opens the column menu.
+    void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+    void paintSection(QPainter *painter, const QRect &rect, int section) const override;
+
+private:
+    void move_choice(int step);
+    void sort_by_choice();
+    int chosen_section() const; // -1: none shows
+
+    int chosen = 0; // logical index
+};

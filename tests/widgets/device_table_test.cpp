@@ -1,0 +1,515 @@
+// The list of devices by itself: no window around it, devices made by hand.
+#include "gui/device_cell.h"
+#include "gui/device_list_view.h"
+#include "gui/device_table.h"
+#include "gui/empty_note.h"
+#include "model/device.h"
+#include "model/device_state.h"
+#include "support/contrast.h"
+
+#include <QAction>
+#include <QClipboard>
+#include <QHeaderView>
+#include <QJsonObject>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QToolTip>
+#include <QtTest>
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+QStringList shown_texts(DeviceTable &table, const std::string &id)
+{
+    QStringList texts;
+    for (int row = 0; row < table.model().rowCount(); ++row)
+        if (!table.view()->isRowHidden(row, QModelIndex()))
+            texts.append(table.model().item(row, table.column_of(id))->text());
+    return texts;
+}
+
+} // namespace
+
+class DeviceTableTest : public QObject
+{
+    Q_OBJECT
+
+    std::vector<std::unique_ptr<Device>> devices;
+    std::unique_ptr<DeviceTable> table;
+
+    DeviceListView *view() { return table->view(); }
+    QHeaderView *header() { return view()->header(); }
+
+    // A device that has reported; the next address each.
+    Device &add(const QString &name, const QJsonObject &dsp = {}, int order = 0)
+    {
+        const int number = static_cast<int>(devices.size());
+        devices.push_back(std::make_unique<Device>());
+        Device &device = *devices.back();
+        device.device_id = QString("id %1").arg(number, 4, 10, QChar('0'));
+        device.address = QHostAddress(0x0A000001U + static_cast<quint32>(number));
+        device.online = true;
+        device.properties = product_table.front().properties;
+        tell(device, name, dsp, order);
+        return device;
+    }
+
+    void tell(Device &device, const QString &name, const QJsonObject &dsp = {}, int order = 0)
+    {
+        const QJsonObject report{
+            {"product_id", 3},
+            {"ui", QJsonObject{{"name", name}, {"loc", "Stage"}, {"order", order}}},
+            {"dsp", dsp}};
+        merge_report(device, report); // the product first,
+        merge_report(device, report); // then what it has
+        table->show(device);
+    }
+
+    void show_column(const std::string &id)
+    {
+        table->actions().at(static_cast<size_t>(table->column_of(id)))->setChecked(true);
+        table->toggle_column(static_cast<size_t>(table->column_of(id)));
+    }
+
+    QPoint middle_of(int row) { return middle_of(row, table->column_of("ui/name")); }
+    QPoint middle_of(int row, int column)
+    {
+        const QModelIndex index = table->model().index(row, column);
+        view()->scrollTo(index);
+        return view()->visualRect(index).center();
+    }
+
+    void click(int row, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::mouseClick(view()->viewport(), Qt::LeftButton, modifiers, middle_of(row));
+    }
+
+    QPoint place_of(const std::string &id)
+    {
+        QAction *action = table->actions().at(static_cast<size_t>(table->column_of(id)));
+        return table->menu()->actionGeometry(action).center();
+    }
+
+    QString tool_tip_at(QWidget *widget, const QPoint &place)
+    {
+        QToolTip::hideText();
+        QHelpEvent help(QEvent::ToolTip, place, widget->mapToGlobal(place));
+        QApplication::sendEvent(widget, &help);
+        return QToolTip::text();
+    }
+
+private slots:
+    void initTestCase() { build_catalogue(); }
+    void init()
+    {
+        table = std::make_unique<DeviceTable>();
+        view()->resize(900, 500);
+        view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+    }
+    void cleanup()
+    {
+        table.reset();
+        devices.clear();
+    }
+
+    // ---- rows
+
+    void the_selection_has_a_colour_of_its_own_in_each_theme()
+    {
+        table->set_dark_theme(true);
+        QCOMPARE(view()->styleSheet(),
+                 QString("QTreeView { selection-background-color: #005499; }"));
+        table->set_dark_theme(false);
+        QCOMPARE(view()->styleSheet(),
+                 QString("QTreeView { selection-background-color: #cce8ff; }"));
+    }
+
+    void a_click_selects_the_whole_row()
+    {
+        add("Left");
+        add("Right");
+        QTest::mouseClick(view()->viewport(), Qt::LeftButton, {},
+                          middle_of(1, table->column_of("ui/loc")));
+        QVERIFY(view()->selectionModel()->isRowSelected(1, QModelIndex()));
+        QVERIFY(!view()->selectionModel()->isSelected(table->model().index(0, 0)));
+        QCOMPARE(table->selected(), (std::vector<Device *>{devices[1].get()}));
+    }
+
+    void all_rows_are_as_high_as_the_first()
+    {
+        add("Left");
+        add("Right\nover\nfour\nlines", {}, 1);
+        QTRY_VERIFY(view()->visualRect(table->model().index(1, 0)).isValid());
+        QCOMPARE(view()->visualRect(table->model().index(1, 0)).height(),
+                 view()->visualRect(table->model().index(0, 0)).height());
+    }
+
+    void properties_sort_by_their_values()
+    {
+        show_column("dsp/delay");
+        add("a", {{"delay", 9.5}});
+        add("b", {{"delay", 100.0}});
+        add("c", {{"delay", 10.25}});
+        table->sort_by(table->column_of("dsp/delay"), Qt::AscendingOrder);
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"a", "c", "b"}));
+        tell(*devices[1], "b", {{"delay", 1.0}});
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"b", "a", "c"}));
+    }
+
+    void a_batch_sorts_once_at_its_end()
+    {
+        table->sort_by(table->column_of("ui/name"), Qt::AscendingOrder);
+        for (const char *name : {"a", "b", "c", "d"})
+            add(name);
+        QSignalSpy sortings(&table->model(), &QAbstractItemModel::layoutChanged);
+        {
+            const DeviceTable::Batch batch(*table);
+            const DeviceTable::Batch inner(*table);
+            for (const auto &device : devices)
+                tell(*device, QString(QChar('z' - device->device_id.back().digitValue())));
+            QCOMPARE(sortings.size(), 0);
+        }
+        QVERIFY(sortings.size() <= 2); // the toolkit's sorting by nothing, and by the column
+        QVERIFY(table->is_sorted());
+        QCOMPARE(table->row_of(*devices[0]), 3);
+    }
+
+    void rows_go_from_any_place_and_the_rest_keeps_its_order_data()
+    {
+        QTest::addColumn<int>("every");
+        QTest::addColumn<bool>("is_sorted_anew");
+        for (const int every : {1, 2, 7, 60})
+            for (const bool anew : {false, true})
+                QTest::addRow("every %d, %s", every, anew ? "sorted anew" : "as they came")
+                    << every << anew;
+    }
+    void rows_go_from_any_place_and_the_rest_keeps_its_order()
+    {
+        QFETCH(int, every);
+        QFETCH(bool, is_sorted_anew);
+        table->sort_by(table->column_of("ui/name"), Qt::AscendingOrder);
+        for (int i = 0; i < 120; ++i)
+            add(QString("name %1").arg(i * 47 % 120, 3, 10, QChar('0')));
+        if (is_sorted_anew)
+            table->sort_by(table->column_of("ui/name"), Qt::DescendingOrder);
+        for (int round = 0; round < 2; ++round) {
+            std::vector<Device *> leaving;
+            QStringList staying;
+            for (int row = 0; row < table->model().rowCount(); ++row)
+                if (row % every == round % every)
+                    leaving.push_back(table->device_at(row));
+                else
+                    staying.append(table->model().item(row, table->column_of("ui/name"))->text());
+            table->remove(leaving);
+            QCOMPARE(shown_texts(*table, "ui/name"), staying);
+            for (int row = 0; row < table->model().rowCount(); ++row)
+                QCOMPARE(table->row_of(*table->device_at(row)), row);
+            for (const Device *device : leaving)
+                QCOMPARE(table->row_of(*device), -1);
+        }
+    }
+
+    void the_keyboard_goes_on_from_the_next_row_that_stays()
+    {
+        for (int i = 0; i < 12; ++i)
+            add(QString("name %1").arg(i, 2, 10, QChar('0')));
+        click(3);
+        click(8, Qt::ShiftModifier);
+        table->remove(table->selected());
+        QVERIFY(table->selected().empty());
+        QTest::keyClick(view(), Qt::Key_Up);
+        QCOMPARE(table->selected(), (std::vector<Device *>{devices[2].get()}));
+    }
+
+    void devices_are_counted()
+    {
+        QSignalSpy changes(table.get(), &DeviceTable::counts_changed);
+        add("Left");
+        add("Right");
+        add("Centre");
+        QCOMPARE(table->counts(), (DeviceCounts{.devices = 3, .online = 3}));
+        changes.clear();
+        devices[0]->online = false;
+        table->show(*devices[0]);
+        QVERIFY(!changes.isEmpty());
+        view()->selectAll();
+        table->set_search("right");
+        QCOMPARE(table->counts(),
+                 (DeviceCounts{.devices = 3, .online = 2, .selected = 1, .hidden = 2}));
+        changes.clear();
+        table->show(*devices[0]); // nothing new
+        QVERIFY(changes.isEmpty());
+        table->remove({devices[1].get()});
+        QCOMPARE(table->counts(), (DeviceCounts{.devices = 2, .online = 1, .hidden = 2}));
+    }
+
+    void a_selected_row_keeps_the_colours_of_its_picture()
+    {
+        add("Left");
+        QPixmap red(64, 64);
+        red.fill(Qt::red);
+        table->model().item(0, 0)->setData(QIcon(red), Qt::DecorationRole);
+        QTRY_VERIFY(view()->visualRect(table->model().index(0, 0)).isValid());
+        const auto red_pixels = [this] {
+            const QImage seen = view()->viewport()->grab().toImage();
+            int count = 0;
+            for (int y = 0; y < seen.height(); ++y)
+                for (int x = 0; x < seen.width(); ++x)
+                    count += seen.pixelColor(x, y) == QColor(Qt::red);
+            return count;
+        };
+        const int before = red_pixels();
+        QCOMPARE(before, view()->iconSize().width() * view()->iconSize().height());
+        click(0);
+        QVERIFY(view()->selectionModel()->isRowSelected(0, QModelIndex()));
+        QCOMPARE(red_pixels(), before);
+    }
+
+    // ---- columns
+
+    void the_menu_of_columns_stays_open_while_they_are_ticked()
+    {
+        add("Left", {{"delay", 9.5}});
+        table->show_column_menu({5, 5});
+        QTRY_VERIFY(table->menu()->isVisible());
+        for (const char *id : {"ui/memo", "dsp/delay"}) {
+            const QPoint place = place_of(id);
+            QTest::mouseClick(table->menu(), Qt::LeftButton, {}, place);
+            QVERIFY(!view()->isColumnHidden(table->column_of(id)));
+            QVERIFY(table->menu()->isVisible());
+        }
+        QCOMPARE(shown_texts(*table, "dsp/delay"), QStringList("9.500 m"));
+        table->menu()->setActiveAction(
+            table->actions().at(static_cast<size_t>(table->column_of("ui/memo"))));
+        QTest::keyClick(table->menu(), Qt::Key_Space);
+        QVERIFY(view()->isColumnHidden(table->column_of("ui/memo")));
+        QVERIFY(table->menu()->isVisible());
+        QTest::keyClick(table->menu(), Qt::Key_Escape);
+        QVERIFY(!table->menu()->isVisible());
+    }
+
+    void the_release_of_the_click_that_opened_the_menu_ticks_nothing()
+    {
+        table->show_column_menu({5, 5});
+        QTRY_VERIFY(table->menu()->isVisible());
+        QTest::mouseMove(table->menu(), place_of("ui/memo"));
+        QTest::mouseRelease(table->menu(), Qt::RightButton, {}, place_of("ui/memo"));
+        QVERIFY(view()->isColumnHidden(table->column_of("ui/memo")));
+        QVERIFY(table->menu()->isVisible());
+        QTest::mouseClick(table->menu(), Qt::LeftButton, {}, place_of("ui/memo"));
+        QVERIFY(!view()->isColumnHidden(table->column_of("ui/memo")));
+        table->menu()->close();
+    }
+
+    void the_menu_separates_groups_and_tells_columns_of_one_caption_apart()
+    {
+        const QList<QAction *> entries = table->menu()->actions();
+        const int gain = table->column_of("dsp/eq1/gain");
+        const auto *action = table->actions().at(static_cast<size_t>(gain));
+        QCOMPARE(action->text(), QString("Gain"));
+        QCOMPARE(action->toolTip(), QString("User EQ 2: Gain"));
+        QVERIFY(table->menu()->toolTipsVisible());
+        const auto stands_behind_a_line = [this, entries](const char *id) {
+            auto *entry = table->actions().at(static_cast<size_t>(table->column_of(id)));
+            return entries.at(entries.indexOf(entry) - 1)->isSeparator();
+        };
+        for (const char *id : {"dsp/eq0/type", "dsp/eq1/type", "stream/name", "meter"})
+            QVERIFY2(stands_behind_a_line(id), id);
+        for (const char *id : {"dsp/eq1/gain", "ui/loc", "ip"})
+            QVERIFY2(!stands_behind_a_line(id), id);
+    }
+
+    void captions_tell_their_heading()
+    {
+        const int gain = table->column_of("dsp/eq1/gain");
+        show_column("dsp/eq1/gain");
+        view()->scrollTo(table->model().index(0, gain));
+        const QPoint place(header()->sectionViewportPosition(gain) + 5, 5);
+        QCOMPARE(tool_tip_at(header()->viewport(), place), QString("User EQ 2: Gain"));
+    }
+
+    void without_columns_the_header_keeps_its_height_and_its_menu()
+    {
+        const int usual = header()->height();
+        QVERIFY(usual > 10);
+        for (const int column : table->shown_columns()) {
+            table->actions().at(static_cast<size_t>(column))->setChecked(true);
+            table->actions().at(static_cast<size_t>(column))->setChecked(false);
+        }
+        QVERIFY(table->shown_columns().empty());
+        QTest::qWait(50);
+        QCOMPARE(header()->height(), usual);
+        const QByteArray state = table->save_state();
+        table = std::make_unique<DeviceTable>(); // the next start
+        view()->resize(900, 500);
+        table->restore_state(state);
+        view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+        QVERIFY(table->shown_columns().empty());
+        QCOMPARE(header()->height(), usual);
+        const QPoint place(200, usual / 2);
+        QContextMenuEvent press(QContextMenuEvent::Mouse, place, header()->mapToGlobal(place));
+        QApplication::sendEvent(header()->viewport(), &press);
+        QTRY_VERIFY(table->menu()->isVisible());
+        table->menu()->close();
+    }
+
+    void sorting_and_columns_can_be_chosen_without_a_mouse()
+    {
+        add("a");
+        add("b");
+        view()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(view()));
+        view()->setFocus();
+        QTest::keyClick(view(), Qt::Key_Tab);
+        QVERIFY(header()->hasFocus());
+        QTest::keyClick(header(), Qt::Key_Right);
+        QTest::keyClick(header(), Qt::Key_Space);
+        QCOMPARE(header()->sortIndicatorSection(), table->column_of("ui/name"));
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"a", "b"}));
+        QTest::keyClick(header(), Qt::Key_Return);
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"b", "a"}));
+        QTest::keyClick(header(), Qt::Key_Left);
+        QTest::keyClick(header(), Qt::Key_Left); // there is none further left
+        QTest::keyClick(header(), Qt::Key_Space);
+        QCOMPARE(header()->sortIndicatorSection(), table->column_of("product_id"));
+        QTest::keyClick(header(), Qt::Key_Down);
+        QTRY_VERIFY(table->menu()->isVisible());
+        table->menu()->close();
+    }
+
+    void the_chosen_caption_can_be_seen()
+    {
+        view()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(view()));
+        header()->setFocus(Qt::TabFocusReason);
+        const QImage first = header()->grab().toImage();
+        QTest::keyClick(header(), Qt::Key_Right);
+        const QImage second = header()->grab().toImage();
+        QVERIFY(first != second);
+        view()->setFocus();
+        QVERIFY(header()->grab().toImage() != second);
+    }
+
+    // ---- what is read
+
+    void a_cut_cell_tells_its_whole_text_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<QString>("tip");
+        const QString wide = QString("Wide <b> name ").repeated(6);
+        QTest::newRow("whole") << "Left" << 900 << "";
+        QTest::newRow("cut by the list's edge")
+            << wide << 400 << "<qt>" + wide.toHtmlEscaped() + "</qt>";
+        QTest::newRow("longer than cells show")
+            << QString(600, 'x') << 900 << "<qt>" + QString(512, 'x') + "…</qt>";
+        QTest::newRow("several lines") << "a\nb" << 900 << "<qt>a\nb</qt>";
+    }
+    void a_cut_cell_tells_its_whole_text()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, width);
+        QFETCH(QString, tip);
+        view()->resize(width, 500);
+        add(name);
+        QTest::qWait(50); // the columns follow the texts a frame later
+        const QRect cell = view()->visualRect(table->model().index(0, table->column_of("ui/name")));
+        QCOMPARE(tool_tip_at(view()->viewport(), {cell.left() + 3, cell.center().y()}), tip);
+        tool_tip_at(view()->viewport(), {5, 450}); // below the rows
+        QTRY_VERIFY(!QToolTip::isVisible());
+    }
+
+    void selected_rows_are_copied_as_they_are_seen()
+    {
+        add("b <1>", {}, 1);
+        add("a\tx", {}, 2);
+        add("c", {}, 3);
+        for (const std::string id : {"rtp/lock", "meter", "status", "product_id"})
+            view()->setColumnHidden(table->column_of(id), true);
+        header()->moveSection(header()->visualIndex(table->column_of("ip")), 0);
+        show_column("dsp/eq1/gain");
+        click(2);
+        click(0, Qt::ControlModifier);
+        QTest::keyClick(view(), Qt::Key_C, Qt::ControlModifier);
+        const QMimeData *data = QGuiApplication::clipboard()->mimeData();
+        QVERIFY(data);
+        QCOMPARE(data->text(),
+                 QString("IP\tName\tLocation\tUser EQ 2: Gain\n"
+                         "10.0.0.1\tb <1>\tStage\t?\n10.0.0.3\tc\tStage\t?\n"));
+        QVERIFY(data->html().contains("<th>User EQ 2: Gain</th>"));
+        QVERIFY(data->html().contains("<td>b &lt;1&gt;</td>"));
+        table->set_search("c");
+        QTest::keyClick(view(), Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(!QGuiApplication::clipboard()->text().contains("b <1>")); // hidden ones don't count
+        view()->clearSelection();
+        QGuiApplication::clipboard()->setText("kept");
+        QTest::keyClick(view(), Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QString("kept"));
+    }
+
+    // ---- what an empty list says
+
+    void an_empty_list_says_why()
+    {
+        const auto texts = [this] {
+            QStringList shown;
+            for (const QLabel *label : table->note()->findChildren<QLabel *>())
+                if (label->isVisible() && !label->text().isEmpty())
+                    shown.append(label->text());
+            return shown;
+        };
+        table->set_network("");
+        QTRY_COMPARE(texts(),
+                     QStringList({"No network",
+                                  "Connect a cable, or a Wi-Fi with an IPv4 "
+                                  "address."}));
+        table->set_network("eth0");
+        QTRY_COMPARE(texts(), QStringList("No device on eth0"));
+        QTRY_COMPARE(texts().size(), 2); // three seconds later
+        QVERIFY(texts().at(1).startsWith("Look at the cable, the network box above"));
+        add("Left");
+        QVERIFY(texts().isEmpty());
+        table->set_search("abc");
+        QTRY_COMPARE(texts(),
+                     QStringList({"The only device does not match \"abc\"",
+                                  "Clear the search to see them."}));
+        table->set_search("lef");
+        QVERIFY(texts().isEmpty());
+        QTest::qWait(40);
+        QVERIFY(texts().isEmpty());
+        table->remove({devices[0].get()});
+        QTRY_COMPARE(texts(), QStringList("No device on eth0"));
+    }
+
+    void what_an_empty_list_says_can_be_read_and_clicked_through_data()
+    {
+        QTest::addColumn<bool>("is_dark");
+        QTest::newRow("light") << false;
+        QTest::newRow("dark") << true;
+    }
+    void what_an_empty_list_says_can_be_read_and_clicked_through()
+    {
+        QFETCH(bool, is_dark);
+        table->set_dark_theme(is_dark);
+        table->set_network("eth0");
+        QTRY_VERIFY(table->note()->isVisible());
+        const QColor ground = is_dark ? QColor(35, 35, 35) : QColor(Qt::white);
+        for (const QLabel *label : table->note()->findChildren<QLabel *>())
+            QVERIFY(contrast(label->palette().color(QPalette::WindowText).rgb(), ground.rgb())
+                    >= 4.5);
+        QCOMPARE(table->note()->geometry(), view()->viewport()->geometry());
+        view()->resize(700, 400);
+        QTRY_COMPARE(table->note()->geometry(), view()->viewport()->geometry());
+        QVERIFY(table->note()->testAttribute(Qt::WA_TransparentForMouseEvents));
+        QCOMPARE(view()->childAt(view()->viewport()->geometry().center()), view()->viewport());
+    }
+};
+
+QTEST_MAIN(DeviceTableTest)
+#include "device_table_test.moc"
