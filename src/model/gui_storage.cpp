@@ -41,7 +41,13 @@ void Gui::save_backup()
     const Device *device = find_device(device_id);
     if (path.isEmpty() || !device)
         return;
-    replace_saved_file(path, QJsonDocument(device->last_report.object()).toJson());
+    const WriteResult result
+        = write_saved_file(path, QJsonDocument(device->last_report.object()).toJson());
+    // KEPT: a file that cannot be opened is met with silence.
+    if (result.error != 0)
+        QMessageBox::warning(this, "Save error",
+                             "The backup could not be written: " + qt_error_string(result.error),
+                             QMessageBox::Ok);
 }
 
 void Gui::load_backup(uint32_t mask)

@@ -1,5 +1,6 @@
 // The only bridge between a property descriptor and JSON.
 #include "model/json_path.h"
+#include "model/kept_report.h"
 
 #include <cmath>
 #include <limits>
@@ -21,6 +22,16 @@ QVariant whole_number(double number)
     if (!(number >= lowest && number <= highest) || number != std::trunc(number))
         return {};
     return static_cast<int>(number);
+}
+
+// Any type, unchecked. Of a list or an object that would take more memory than the longest datagram
+// only the type is kept: no choice is one, and it shows as no text either way.
+QVariant choice_value(const QJsonValue &value)
+{
+    constexpr int most = 64 * 1024; // bytes
+    if (parsed_weight(value, most) <= most)
+        return value.toVariant();
+    return value.isArray() ? QVariant(QVariantList()) : QVariant(QVariantMap());
 }
 
 } // namespace
@@ -99,7 +110,7 @@ QVariant value_from_json_value(const QJsonValue &value, PropertyKind kind)
     case PROP_FLOAT:
         return value.isDouble() ? QVariant(value.toDouble()) : QVariant();
     case PROP_CHOICE:
-        return value.toVariant();
+        return choice_value(value);
     }
     return {};
 }

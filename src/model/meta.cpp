@@ -37,11 +37,8 @@ void fill_from_product(PropertyDesc &desc, const ProductDesc &product)
 {
     if (desc.key.empty())
         desc.key = joined_path(desc.path);
-    if (desc.key == "dsp/bank") {
-        // 2 without any bank stays, though every product with a DSP has banks.
-        const size_t banks = product.preset_names.size();
-        desc.max = banks < 1 ? 2.0 : static_cast<double>(banks);
-    }
+    if (desc.key == "dsp/bank")
+        desc.max = highest_bank(product.preset_names.size());
     if (desc.key == "product_id") {
         const std::vector<PropertyChoice> choices = product_choices();
         desc.choices.insert(desc.choices.end(), choices.begin(), choices.end());
@@ -121,6 +118,12 @@ const ProductDesc &find_product(int32_t id)
         if (product.product_id == id)
             return product;
     return product_table.front();
+}
+
+// KEPT: 2 without any bank, though every product with a DSP has banks.
+double highest_bank(size_t banks)
+{
+    return banks < 1 ? 2.0 : static_cast<double>(banks);
 }
 
 uint32_t stale_mask(uint32_t flags)

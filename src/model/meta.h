@@ -104,6 +104,9 @@ void build_catalogue();
 // The row of this product number; the table's first row when no row matches.
 const ProductDesc &find_product(int32_t id);
 
+// The highest bank of a product with so many.
+double highest_bank(size_t banks);
+
 // The flags of rows that a change of a property with `flags` makes stale: any row that shares a
 // bit.
 uint32_t stale_mask(uint32_t flags);

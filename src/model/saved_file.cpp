@@ -106,16 +106,32 @@ Room make_room(const QString &path, int size)
     if (is_made)
         return old_size + growth >= size ? Room::Made : Room::NotYet;
     // Gives back what was set aside behind the old text.
+    const int error = errno;
     [[maybe_unused]] const int result = ftruncate(file.descriptor, old_size);
+    errno = error;
     return Room::Refused;
+}
+
+WriteResult write_saved_file(const QString &path, const QByteArray &text)
+{
+    const bool was_there = QFileInfo::exists(path);
+    errno = 0;
+    const OpenFile file(path);
+    if (file.descriptor < 0)
+        return {};
+    Room room = file.size() < 0 ? Room::Refused : Room::NotYet;
+    while (room == Room::NotYet)
+        room = make_room(path, text.size());
+    if (room == Room::Made && write_all(file.descriptor, text)
+        && ftruncate(file.descriptor, text.size()) == 0)
+        return {.is_opened = true};
+    const int error = errno == 0 ? EINVAL : errno; // what is no file says nothing itself
+    if (!was_there)
+        QFile::remove(path);
+    return {.is_opened = true, .error = error};
 }
 
 bool replace_saved_file(const QString &path, const QByteArray &text)
 {
-    Room room = Room::NotYet;
-    while (room == Room::NotYet)
-        room = make_room(path, text.size());
-    const OpenFile file(path);
-    return room == Room::Made && write_all(file.descriptor, text)
-        && ftruncate(file.descriptor, text.size()) == 0;
+    return write_saved_file(path, text).is_written();
 }

@@ -29,8 +29,20 @@ enum class Room
 // as many as it likes.
 Room make_room(const QString &path, int size);
 
+// What came of writing a file.
+struct WriteResult
+{
+    bool is_opened = false;
+    int error = 0; // the system's number of what went wrong behind that; 0: nothing
+
+    bool is_written() const { return is_opened && error == 0; }
+};
+
 // Replaces the file in place, without a second file. The new text goes over the old one in a single
 // write, then what the old one was longer is cut off: a process that dies at any other moment
 // leaves either text whole, the new one with an old tail at worst. On a full disk the old text
-// stays. False when the text could not be written.
+// stays, and a file that there was not before is gone again.
+WriteResult write_saved_file(const QString &path, const QByteArray &text);
+
+// The same for whom it is enough to know whether the text has been written.
 bool replace_saved_file(const QString &path, const QByteArray &text);

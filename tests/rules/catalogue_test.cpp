@@ -112,6 +112,13 @@ private slots:
         QCOMPARE(desc_of(3, "dsp/bank").max, 3.0);
     }
 
+    void without_banks_the_highest_is_two()
+    {
+        QCOMPARE(highest_bank(0), 2.0);
+        QCOMPARE(highest_bank(1), 1.0);
+        QCOMPARE(highest_bank(5), 5.0);
+    }
+
     void channels_follow_the_product()
     {
         for (const ProductDesc &product : product_table) {

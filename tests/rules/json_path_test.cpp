@@ -83,6 +83,17 @@ private slots:
         QVERIFY(!value_from_json({{"a", QJsonValue()}}, desc).isValid());
     }
 
+    void a_list_as_long_as_a_datagram_is_no_choice_and_takes_no_memory()
+    {
+        QJsonArray lists;
+        for (int i = 0; i < 15000; ++i)
+            lists.append(i);
+        const PropertyDesc desc = desc_of(PROP_CHOICE);
+        QCOMPARE(value_from_json({{"a", lists}}, desc), QVariant(QVariantList()));
+        const QJsonObject deep{{"b", lists}};
+        QCOMPARE(value_from_json({{"a", deep}}, desc), QVariant(QVariantMap()));
+    }
+
     void kinds_without_a_value_read_none()
     {
         for (const int kind : {0, 1, 10, 11, 77})

@@ -4,6 +4,7 @@
 #include "model/device_cache.h"
 #include "model/registry_limit.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTemporaryDir>
@@ -255,6 +256,45 @@ private slots:
         cache->begin_slices();
         QVERIFY(!cache->is_saving());
         QCOMPARE(contents(path), before);
+    }
+
+    // 400 devices change all the time, and one goes or comes back at each turn: whatever stands in
+    // the file at any moment starts. CACHE_SECONDS in the environment makes it long.
+    void every_file_that_was_on_disk_starts()
+    {
+        for (int i = 0; i < 400; ++i)
+            report(plain_report(numbered(i)));
+        cache->set_delay(1);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const qint64 longest = 1000LL * qEnvironmentVariableIntValue("CACHE_SECONDS");
+        int files = 0;
+        QByteArray last;
+        for (int turn = 0; files < 20 || elapsed.elapsed() < longest; ++turn) {
+            for (int i = turn % 7; i < 400; i += 7)
+                if (devices.count(numbered(i)) == 1)
+                    report(plain_report(numbered(i), QString(turn % 900, 'm')));
+            cache->changed();
+            const QString id = numbered(turn / 2 % 400);
+            if (turn % 2 == 0) {
+                forget(id);
+                cache->save();
+            } else {
+                report(plain_report(id));
+            }
+            for (int slice = 0; slice < turn % 11; ++slice) {
+                QCoreApplication::processEvents();
+                const QByteArray text = contents(path);
+                if (text == last)
+                    continue;
+                last = text;
+                ++files;
+                const int found = static_cast<int>(read_cache_text(text).size());
+                QVERIFY2(found == 399 || found == 400, qPrintable(QString::number(found)));
+                QCOMPARE(text.count("\"devices\""), 1);
+            }
+        }
+        qInfo("%d files", files);
     }
 
     // ---- bounds ------------------------------------------------------------------------------

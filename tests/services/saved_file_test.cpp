@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <cerrno>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -92,6 +93,8 @@ private slots:
         QVERIFY(!read_saved_file(path).has_value());
         QVERIFY(!read_saved_file("/dev/zero").has_value());
         QVERIFY(!replace_saved_file("/dev/full", "x"));
+        QVERIFY(write_saved_file("/dev/full", "x").error != 0);
+        QVERIFY(!write_saved_file(folder.path(), "x").is_opened);
     }
 
     void a_read_only_file_keeps_its_text()
@@ -132,8 +135,12 @@ private slots:
         const QString file = disk + "/file";
         const QByteArray old(30000, 'o');
         QVERIFY(replace_saved_file(file, old));
-        QVERIFY(!replace_saved_file(file, QByteArray(5000000, 'n')));
+        const WriteResult refused = write_saved_file(file, QByteArray(5000000, 'n'));
+        QVERIFY(refused.is_opened);
+        QCOMPARE(refused.error, ENOSPC);
         QCOMPARE(contents(file), old);
+        QCOMPARE(write_saved_file(disk + "/new", QByteArray(5000000, 'n')).error, ENOSPC);
+        QVERIFY(!QFile::exists(disk + "/new"));
         QVERIFY(replace_saved_file(file, QByteArray(2500000, 'n')));
         QVERIFY(!replace_saved_file(disk + "/other", QByteArray(1000000, 'n')));
         umount(QFile::encodeName(disk).constData());

@@ -6,6 +6,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <cerrno>
+#include <malloc.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace {
@@ -407,6 +411,50 @@ private slots:
         QCOMPARE(probe.titles, QStringList("Save backup"));
     }
 
+    void both_dialogs_offer_backups_alone()
+    {
+        window->add({});
+        window->select({0});
+        DialogProbe probe;
+        QStringList filters;
+        probe.answer = [&filters](QDialog *dialog) {
+            filters += qobject_cast<QFileDialog *>(dialog)->nameFilters();
+            DialogProbe::cancel(dialog);
+        };
+        press("Save");
+        press("Load");
+        QCOMPARE(filters, QStringList({"Device backups (*.ntd)", "Device backups (*.ntd)"}));
+    }
+
+    // Whoever makes up names can fill neither the memory nor the file.
+    void reports_of_many_lists_cost_no_more_than_their_datagrams()
+    {
+        window->report("10.0.0.1", loudspeaker_report("known"));
+        gui().cache().save();
+        window->start();
+        const size_t before = mallinfo2().uordblks;
+        constexpr int count = 70;
+        int size = 0;
+        for (int i = 0; i < count; ++i) {
+            const QByteArray datagram = "{\"product\":\"KESTA\",\"seq\":0,\"device_id\":\""
+                + numbered(i).toUtf8() + "\",\"dsp\":{\"level\":["
+                + QByteArray("[1],").repeated(7500) + "[1]]},\"streams\":{\"list\":["
+                + QByteArray("[1],").repeated(7000) + "[1]]}}";
+            size = datagram.size();
+            gui().deliver(QHostAddress("10.0.0.2"), datagram);
+        }
+        QCOMPARE(gui().all_devices().size(), size_t(count) + 1);
+        gui().cache().save();
+        const qint64 each = (qint64(mallinfo2().uordblks) - qint64(before)) / count;
+        const qint64 file = QFileInfo(gui().cache().path()).size();
+        qInfo("a datagram of %d bytes: %lld bytes of memory each, a file of %lld", size,
+              static_cast<long long>(each), static_cast<long long>(file));
+        QVERIFY(each < 8 * size);
+        QVERIFY(file < 10 * size);
+        window->start();
+        QVERIFY(gui().find_device("known"));
+    }
+
     void a_file_that_is_no_backup_is_refused_data()
     {
         QTest::addColumn<QByteArray>("text");
@@ -580,6 +628,27 @@ private slots:
         for (const auto &[key, row] : gui().rows())
             if (row.desc.kind == PROP_NONE)
                 QVERIFY2(!row.edited, key.c_str());
+    }
+
+    // Last: it changes what this process sees of the file system.
+    void a_backup_for_which_there_is_no_room_is_told()
+    {
+        const QString disk = window->folder.filePath("disk");
+        QVERIFY(QDir().mkpath(disk));
+        if (unshare(CLONE_NEWNS) != 0
+            || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+            || mount("tmpfs", QFile::encodeName(disk).constData(), "tmpfs", 0, "size=32k") != 0)
+            QSKIP("this kernel gives us no file system of our own");
+        window->add({{"ui", QJsonObject{{"memo", QString(50000, 'm')}}}});
+        window->select({0});
+        DialogProbe probe;
+        probe.choose_file(disk + "/new.ntd");
+        press("Save");
+        QCOMPARE(probe.titles, QStringList({"Save backup", "Save error"}));
+        QCOMPARE(probe.texts,
+                 QStringList("The backup could not be written: " + qt_error_string(ENOSPC)));
+        QVERIFY(!QFile::exists(disk + "/new.ntd"));
+        umount(QFile::encodeName(disk).constData());
     }
 };
 
