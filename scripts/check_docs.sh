@@ -3,7 +3,7 @@
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
-mapfile -t documents < <(find README.md docs wireshark packaging -name '*.md' 2>/dev/null | sort)
+mapfile -t documents < <(find README.md CONTRIBUTING.md docs wireshark packaging -name '*.md' 2>/dev/null | sort)
 complaints=''
 complain() {
     complaints+="$1: $2"$'\n'

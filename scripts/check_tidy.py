@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""check_tidy.py PRESET [FILES...]: clang-tidy over every source of ours, or those named, with the
-compiler's options of a preset that has been configured.
+"""check_tidy.py PRESET [FOLDERS OR FILES...]: clang-tidy over every source of the programs, or over
+what is named, with the compiler's options of a preset that has been configured.
 
 A source that was clean is not read again until it, a header of ours that it includes, .clang-tidy
 or this script changes. The others are read in groups, each put together to one source: the
@@ -24,6 +24,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FOLDERS = ("src", "simulator", "tests", "bench", "soak", "fuzz")
+PROGRAMS = ("src", "simulator")
 LARGEST_GROUP = 24
 # Tables are as long as the things that they list.
 TABLES = set()
@@ -94,7 +95,7 @@ class Source:
         self.digest = digest
         self.text = read(path)
         self.is_test = self.name.endswith("_test.cpp")
-        self.is_program = self.name.startswith(("src/", "simulator/"))
+        self.is_program = self.name.startswith(PROGRAMS)
 
     def hidden_names(self):
         """What stands at the margin of its unnamed namespaces and of the file, and is not to meet
@@ -224,7 +225,9 @@ def compiles_alone(source):
 
 
 def main():
-    preset, wanted = sys.argv[1], {str(pathlib.Path(name).resolve()) for name in sys.argv[2:]}
+    preset = sys.argv[1]
+    wanted = [pathlib.Path(name).resolve() for name in sys.argv[2:]]
+    wanted = wanted or [ROOT / folder for folder in PROGRAMS]
     CLEAN.mkdir(parents=True, exist_ok=True)
     GROUPS.mkdir(parents=True, exist_ok=True)
     digests = Digests()
@@ -233,7 +236,7 @@ def main():
     for entry in database:
         path = pathlib.Path(entry["file"])
         if path in digests.texts and path not in sources:
-            if not wanted or str(path) in wanted:
+            if any(path == name or name in path.parents for name in wanted):
                 sources[path] = Source(path, compiler_options(entry), digests.of(path))
     todo = [source for _, source in sorted(sources.items()) if not source.is_clean()]
     groups = make_groups(todo)
