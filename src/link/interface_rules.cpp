@@ -112,6 +112,8 @@ QString offer_networks(const std::vector<NetworkInterface> &interfaces, std::set
     return candidate;
 }
 
+// A list of its own: the nested run reads the interfaces anew while this one goes through them.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void update_networks(std::vector<NetworkInterface> interfaces, std::set<QString> &known,
                      bool &default_is_link_local, const QString &saved, const NetworkBox &box)
 {
