@@ -50,6 +50,19 @@ done < <(awk 'NR == FNR { known[$0]; next }
     { name = $2 ($3 == "" ? "" : " " $3); if (!(name in known)) print $1, $2 ($3 == "" ? "" : "::" $3) }' \
     <(known_tests) <(named_tests))
 
+# ---- places of what is kept ----------------------------------------------------------------------
+
+# The column before the last names files of src/ without their ends.
+while IFS=$'\t' read -r document place; do
+    compgen -G "src/$place*" > /dev/null || complain "$document" "there is no src/$place"
+done < <(awk -F ' [|] ' '/^[|] / && NF >= 3 {
+        column = $(NF - 1)
+        while (match(column, /`[^`]+`/)) {
+            print FILENAME "\t" substr(column, RSTART + 1, RLENGTH - 2)
+            column = substr(column, RSTART + RLENGTH)
+        }
+    }' docs/kept-oddities.md docs/kept-oddities/*.md)
+
 # ---- links and pictures --------------------------------------------------------------------------
 
 # The anchors of a document's headings, as web pages of repositories make them.

@@ -211,7 +211,7 @@ void DeppenAss::choose_product()
                               QMessageBox::Ok);
 }
 
-// It stays that no answer is waited for: the next report that shows the product ends the page.
+// KEPT: no answer is waited for: the next report that shows the product ends the page.
 void DeppenAss::set_product()
 {
     emit product_confirmed(device, chosen_product_id);

@@ -33,7 +33,7 @@ void Gui::update_from_assistant(Device *device, const QByteArray &image)
     start_upload(device, bytes, FIRMWARE_REMOTE_NAME);
 }
 
-// It stays that a failure shows nowhere, and that no answer is waited for.
+// KEPT: a failure shows nowhere, and no answer is waited for.
 void Gui::set_product(Device *device, int product_id)
 {
     send_to_device(device, set_product_command(product_id), false);

@@ -27,7 +27,7 @@ TftpAction take_ack(TftpTransfer &transfer, int number)
 {
     if (number < transfer.block)
         return TFTP_NOTHING;
-    // The text has no closing parenthesis; it stays so.
+    // KEPT: the text has no closing parenthesis.
     if (number > transfer.block)
         return fail(transfer,
                     QStringLiteral("bad TFTP ACK sequence NR (expected ")

@@ -23,7 +23,7 @@ QString about_text()
 
 } // namespace
 
-// It stays that a failure shows nowhere: who looks at the loudspeakers sees it.
+// KEPT: a failure shows nowhere: who looks at the loudspeakers sees it.
 void Gui::identify_selected()
 {
     int asked = 0;
@@ -51,7 +51,7 @@ void Gui::purge_sessions()
     show_network_errors(errors);
 }
 
-// It stays that the first two rows are empty.
+// KEPT: the first two rows are empty.
 void Gui::show_about()
 {
     auto *dialog = new QDialog(this);

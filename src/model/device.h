@@ -15,7 +15,6 @@
 #include <optional>
 #include <vector>
 
-
 // An AES67 session that a device has heard of.
 struct session_item
 {
@@ -53,7 +52,7 @@ struct Device
     bool awaiting_reply = false;
     int32_t reports_without_reply = 0;
     std::optional<UploadState> upload = {}; // what runs
-    bool has_assistant = false; // it is open, and blocks deletion
+    bool has_assistant = false;             // it is open, and blocks deletion
     bool assistant_dismissed = false;
     uint32_t log_pos = 0; // next expected position of the log stream
     int32_t log_escape_state = 0;
