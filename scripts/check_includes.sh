@@ -7,7 +7,7 @@ complain() {
     [[ -z $2 ]] || printf '%s\n%s\n' "$1" "$2"
 }
 
-window_files='/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^tests/(window|fleet|support/window_main\.h$)|^bench/|^soak/|^fuzz/inbound'
+window_files='^src/[a-z]+/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^tests/support/window_handle\.cpp$'
 seeing_gui=$(find src simulator tests bench fuzz soak -name '*.cpp' -o -name '*.h' \
     | grep -vE "$window_files" \
     | xargs grep -HnE '^[[:space:]]*#[[:space:]]*include[[:space:]]+["<](gui/)?gui\.h[">]')
