@@ -21,6 +21,8 @@ fail() {
 [[ -f $folder/build.ninja ]] || echo "The first build of the preset $preset takes some minutes."
 if [[ ! -f $folder/build.ninja || CMakePresets.json -nt $folder/CMakeCache.txt ]]; then
     cmake --preset "$preset" >>"$log" 2>&1 || fail
+    # A folder whose compiler changes forgets all other variables the first time.
+    cmake --preset "$preset" >>"$log" 2>&1 || fail
     touch "$folder/CMakeCache.txt"
 fi
 werror=${VELMARK_WERROR:-OFF}
