@@ -103,11 +103,19 @@ void CurveWidget::mouseMoveEvent(QMouseEvent *event)
 {
     if (active_index == -1)
         hover_at(event->pos());
-    if (!event->buttons().testFlag(Qt::LeftButton) || active_index < 0)
+    if (!event->buttons().testFlag(Qt::LeftButton) || active_index < 0) {
+        tell_pointed(event->pos(), active_index == -1 ? hover_index : -1);
         return;
+    }
     filters.at(active_index)->mouse_move(event);
     update_curves();
     update();
+    tell_pointed(event->pos(), active_index);
+}
+
+void CurveWidget::tell_pointed(QPoint position, int32_t index)
+{
+    emit on_band_pointed(index < 0 ? 0 : filters.at(index)->number, position);
 }
 
 void CurveWidget::mousePressEvent(QMouseEvent *event)

@@ -46,6 +46,9 @@ public:
 
 signals:
     void on_filter_edited(Filter *filter);
+    // Each move: the band that is hovered or dragged, counted from 1, or 0 for none. `position` is
+    // the widget's own.
+    void on_band_pointed(int32_t number, const QPoint &position);
     void on_band_pressed(int32_t number); // counted from 1; in any mode, before a hint
 
 protected:
@@ -58,6 +61,7 @@ protected:
 private:
     void hover_at(QPoint position);
     void count_read_only_press();
+    void tell_pointed(QPoint position, int32_t index);
 
     void renew_grid_picture();
     void draw_level_lines(QPainter *painter, int label_width);

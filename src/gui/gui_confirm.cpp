@@ -1,9 +1,12 @@
 // Joins the panel to devices: what an edit holds back, what Confirm sends, what a selection shows.
+#include "eq/band_tip.h"
 #include "eq/curve_widget.h"
 #include "eq/eq_rows.h"
 #include "gui/edit_rules.h"
 #include "gui/gui.h"
 #include "gui/message_box.h"
+
+#include <QToolTip>
 
 namespace {
 
@@ -22,6 +25,12 @@ void Gui::connect_panel()
     connect(&panel, &PropertyPanel::focus_released, this, [this] { table.view()->setFocus(); });
     connect(curve_widget, &CurveWidget::on_band_pressed, &panel,
             [this](int32_t number) { panel.bring_into_sight(eq_band_keys(number)); });
+    connect(curve_widget, &CurveWidget::on_band_pointed, &panel,
+            [this](int32_t number, const QPoint &position) {
+                const auto row = [this](const std::string &key) { return panel.row(key); };
+                QToolTip::showText(curve_widget->mapToGlobal(position),
+                                   number > 0 ? band_tip(number, row) : QString(), curve_widget);
+            });
     connect(&panel, &PropertyPanel::confirmed, this, &Gui::on_confirm);
     connect(&panel, &PropertyPanel::update_pressed, this, [this] { upload_file("firmware.bin"); });
     connect(&panel, &PropertyPanel::save_pressed, this, &Gui::save_backup);

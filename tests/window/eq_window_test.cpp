@@ -1,6 +1,7 @@
 // The equaliser in the shown main window: drawn from the panel's rows, and dragged into them.
 //
 // With CURVE_PICTURES set to a folder, the pictures that are looked at are saved there.
+#include "eq/band_tip.h"
 #include "eq/curve_grid.h"
 #include "eq/curve_widget.h"
 #include "eq/eq_rows.h"
@@ -9,7 +10,9 @@
 #include "support/dialog_probe.h"
 #include "support/panel_case.h"
 
+#include <QRegularExpression>
 #include <QSplitter>
+#include <QToolTip>
 
 #include <algorithm>
 #include <cmath>
@@ -207,6 +210,7 @@ private slots:
     void all_three_rows_count_as_edited_and_only_what_differs_goes_out();
     void a_float_that_differs_in_its_last_digit_is_sent();
     void a_dragged_shelf_sends_a_q_of_zero();
+    void a_tip_tells_the_numbers_of_the_band_under_the_pointer();
     void stubs_pulled_together_send_no_q();
     void a_refresh_after_a_drag_takes_the_band_anew();
     void a_drag_is_not_followed_by_a_refresh();
@@ -330,6 +334,42 @@ void EqWindowTest::a_float_that_differs_in_its_last_digit_is_sent()
     QCOMPARE(sent.keys(), QStringList({"freq", "q"}));
     QVERIFY(sent.value("q").toDouble() == double{0.7F});
     QVERIFY(sent.value("q").toDouble() != 0.7);
+}
+
+void EqWindowTest::a_tip_tells_the_numbers_of_the_band_under_the_pointer()
+{
+    show_device(all_types());
+    std::map<std::string, Property> rows;
+    const auto row_of = [this, &rows](const std::string &key) -> const Property * {
+        rows[key] = gui().row(key);
+        return &rows[key];
+    };
+    const auto expected = [&row_of](int number) { return band_tip(number, row_of); };
+    mouse().move(mouse().marker(3));
+    QTRY_VERIFY(QToolTip::isVisible());
+    QCOMPARE(QToolTip::text(), expected(3));
+    QVERIFY2(QRegularExpression("^Frequency: 1000(\\.0*)? Hz\nGain: 9(\\.0*)? dB\nQ: 4(\\.0*)?$")
+                 .match(QToolTip::text())
+                 .hasMatch(),
+             qPrintable(QToolTip::text()));
+    mouse().move(mouse().marker(1));
+    QCOMPARE(QToolTip::text(), expected(1));
+    mouse().move({curve().width() / 2, 3}); // no band
+    QTRY_VERIFY(!QToolTip::isVisible());
+
+    // In a drag it follows what the rows show, far from where the marker was.
+    window->press_edit();
+    const QPoint from = mouse().marker(2);
+    mouse().move(from);
+    mouse().press(from);
+    mouse().move(from + QPoint(40, -30));
+    QTRY_VERIFY(QToolTip::isVisible());
+    const QString first = QToolTip::text();
+    QCOMPARE(first, expected(2));
+    mouse().move(from + QPoint(80, 50));
+    QCOMPARE(QToolTip::text(), expected(2));
+    QVERIFY(QToolTip::text() != first);
+    mouse().release(from + QPoint(80, 50));
 }
 
 void EqWindowTest::a_dragged_shelf_sends_a_q_of_zero()
