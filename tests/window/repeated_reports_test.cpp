@@ -1,0 +1,249 @@
+// A report with the bytes of the last one is not read again, and must change just what reading
+// changes.
+#include "gui/device_list_view.h"
+#include "link/datagram.h"
+#include "support/window_main.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLineEdit>
+#include <QRandomGenerator>
+
+namespace {
+
+constexpr int DEVICES = 4;
+
+QString address_of(int device)
+{
+    // Two of them stand behind one address.
+    return QString("10.0.0.%1").arg(std::min(device, DEVICES - 2));
+}
+
+QByteArray bytes_of(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+// One of a few states, so that a device often comes back to an earlier one.
+QByteArray some_report(int device, QRandomGenerator &random)
+{
+    QJsonObject report = loudspeaker_report(QString("d%1").arg(device), 3 + random.bounded(2),
+                                            random.bounded(2) == 0 ? "Left" : "Right");
+    if (random.bounded(4) == 0)
+        report.insert("dsp", QJsonObject{{"error", "DSP fault"}, {"level", random.bounded(3)}});
+    if (random.bounded(4) == 0)
+        report.insert("streams",
+                      QJsonObject{{"list", QJsonArray{QJsonObject{{"n", "Console"}, {"c", 2}}}}});
+    if (random.bounded(5) == 0)
+        report.insert(random.bounded(2) == 0 ? "warning" : "error", "hot");
+    if (random.bounded(6) == 0)
+        report.insert("fw_magic", "none");
+    if (random.bounded(6) == 0)
+        report.insert("firmware_update_error", "flash");
+    return bytes_of(report);
+}
+
+QByteArray something_else(int device, QRandomGenerator &random)
+{
+    const QByteArray id = "d" + QByteArray::number(device);
+    switch (random.bounded(4)) {
+    case 0:
+        return R"({"seq":1,"status":"ok"})";
+    case 1:
+        return R"({"command":"broadcast_info","device_id":")" + id
+            + R"(","metering":{"channel_peaks":[30,20]}})";
+    case 2:
+        return "{\"device_id\":\"" + id + "\"}\n//#00000000";
+    default:
+        return "{";
+    }
+}
+
+// All that can be seen of a window's devices.
+QStringList picture_of(const WindowCase &window)
+{
+    QStringList lines;
+    for (const auto &[id, device] : window.gui->all_devices()) {
+        QStringList facts{id,
+                          device->address.toString(),
+                          device->interface,
+                          device->upload_error,
+                          device->firmware_update_error,
+                          device->dsp_error};
+        facts << QString::number(device->fw_magic) << QString::number(device->online)
+              << QString::number(device->broken_net) << QString::number(device->awaiting_reply)
+              << QString::number(device->reports_without_reply) << QString::number(device->stale)
+              << QString::number(device->session_list.size()) << bytes_of(device->last_report);
+        for (const auto &[key, value] : device->values)
+            facts << QString::fromStdString(key) + "=" + value.toString();
+        for (const std::string &column : window.gui->column_ids())
+            facts << window.cell(device, column);
+        facts << QString::number(window.gui->is_selected(device));
+        lines << facts.join("|");
+    }
+    for (const auto &[key, row] : window.gui->rows())
+        lines << QString::fromStdString(key) + ": " + row.value.toString()
+                + QString::number(row.uniform) + QString::number(row.edited)
+                + (row.line_edit ? row.line_edit->text() : QString());
+    lines << QString::number(window.gui->is_editing())
+          << QString::number(window.gui->identify_button()->isEnabled());
+    return lines;
+}
+
+// One act, the same for both windows.
+struct Act
+{
+    int kind = 0;
+    int device = 0;
+    QByteArray bytes = {};
+};
+
+} // namespace
+
+class RepeatedReportsTest : public QObject
+{
+    Q_OBJECT
+
+    static std::unique_ptr<WindowCase> make_window()
+    {
+        auto window = std::make_unique<WindowCase>();
+        for (QTimer *timer : {&window->gui->discovery_timer(), &window->gui->meter_timer()})
+            timer->stop();
+        for (int column = 0; column < window->gui->model().columnCount(); ++column)
+            window->gui->view()->setColumnHidden(column, false);
+        return window;
+    }
+
+    static void perform(WindowCase &window, const Act &act)
+    {
+        Device *device = window.gui->find_device(QString("d%1").arg(act.device));
+        switch (act.kind) {
+        case 0:
+            if (!device)
+                return;
+            window.gui->view()->clearSelection();
+            window.gui->view()->selectionModel()->select(
+                window.gui->model().index(window.gui->row_of(device), 0),
+                QItemSelectionModel::Select | QItemSelectionModel::Rows);
+            return;
+        case 1:
+            window.gui->set_edit_mode(true);
+            return;
+        case 2:
+            window.gui->cancel_button()->click();
+            return;
+        case 3:
+            if (QLineEdit *memo = window.gui->row("ui/memo").line_edit; memo && memo->isEnabled()) {
+                memo->selectAll();
+                QTest::keyClicks(memo, QString::number(act.device));
+            }
+            return;
+        case 4:
+            if (device)
+                window.gui->send_to_device(device, {{"command", "blink_leds"}}, false);
+            return;
+        case 5:
+            if (device)
+                device->last_seen -= 3000;
+            window.gui->discover();
+            window.gui->discovery_timer().stop();
+            return;
+        default:
+            window.gui->deliver(QHostAddress(address_of(act.device)), act.bytes);
+        }
+    }
+
+private slots:
+    void init()
+    {
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    }
+    void cleanup() { qInstallMessageHandler(nullptr); }
+
+    void repeated_bytes_change_what_reading_them_changes_data()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (quint32 seed = 1; seed <= 6; ++seed)
+            QTest::addRow("seed %u", seed) << seed;
+    }
+    void repeated_bytes_change_what_reading_them_changes()
+    {
+        QFETCH(quint32, seed);
+        QRandomGenerator random(seed);
+        const std::unique_ptr<WindowCase> quick = make_window();
+        const std::unique_ptr<WindowCase> thorough = make_window();
+        std::array<QByteArray, DEVICES> last;
+        int repeated = 0;
+        for (int step = 0; step < 250; ++step) {
+            Act act{.kind = random.bounded(14), .device = random.bounded(DEVICES)};
+            if (act.kind > 5) {
+                QByteArray &report = last.at(static_cast<size_t>(act.device));
+                if (report.isEmpty() || random.bounded(2) == 0)
+                    report = some_report(act.device, random);
+                act.bytes = act.kind > 12 ? something_else(act.device, random) : report;
+                const Device *device = quick->gui->find_device(QString("d%1").arg(act.device));
+                repeated += device && device->last_payload == act.bytes;
+            }
+            perform(*quick, act);
+            perform(*thorough, act);
+            // This one knows no bytes, and so reads all that comes.
+            for (const auto &[id, device] : thorough->gui->all_devices())
+                device->last_payload.clear();
+            const QStringList expected = picture_of(*thorough);
+            const QStringList seen = picture_of(*quick);
+            for (int i = 0; i < expected.size(); ++i)
+                QVERIFY2(seen.value(i) == expected.at(i),
+                         qPrintable(QString("step %1, act %2 of device %3:\n%4\ninstead of\n%5")
+                                        .arg(step)
+                                        .arg(act.kind)
+                                        .arg(act.device)
+                                        .arg(seen.value(i), expected.at(i))));
+        }
+        QVERIFY(repeated > 25); // or nothing was compared
+    }
+
+    void a_report_with_a_warning_during_an_edit_is_not_taken_for_the_one_before()
+    {
+        const std::unique_ptr<WindowCase> window = make_window();
+        const QHostAddress address("10.0.0.1");
+        const QJsonObject good = loudspeaker_report("a");
+        QJsonObject bad = good;
+        bad.insert("dsp", QJsonObject{{"error", "DSP fault"}});
+        bad.insert("warning", "hot");
+        window->gui->deliver(address, bytes_of(good));
+        Device *device = window->gui->find_device("a");
+        window->gui->view()->selectAll();
+        window->gui->set_edit_mode(true);
+        window->gui->deliver(address, bytes_of(bad));
+        QCOMPARE(window->cell(device, "status"), QString("Online / DSP fault"));
+        window->gui->deliver(address, bytes_of(good));
+        QCOMPARE(window->cell(device, "status"), QString("Online"));
+        window->gui->cancel_button()->click();
+        QCOMPARE(device->value("dsp/level"), QVariant(4));
+        QCOMPARE(device->last_report, good);
+    }
+
+    // It is the network at the moment of receipt, whatever network the device was on before.
+    void a_devices_network_is_the_one_selected_at_receipt()
+    {
+        const std::unique_ptr<WindowCase> window = make_window();
+        const QHostAddress address("10.0.0.1");
+        const QByteArray report = bytes_of(loudspeaker_report("a"));
+        window->gui->network_box()->addItem("first");
+        window->gui->network_box()->addItem("second");
+        QCOMPARE(window->gui->network(), QString("first"));
+        window->gui->deliver(address, report);
+        const Device *device = window->gui->find_device("a");
+        QCOMPARE(device->interface, QString("first"));
+        window->gui->network_box()->setCurrentIndex(1);
+        QCOMPARE(device->interface, QString("first"));
+        window->gui->deliver(address, report); // the same bytes
+        QCOMPARE(device->interface, QString("second"));
+        window->gui->network_box()->setCurrentIndex(0);
+        window->gui->deliver(address, bytes_of(loudspeaker_report("a", 4)));
+        QCOMPARE(device->interface, QString("first"));
+    }
+};
+
+WINDOW_TEST_MAIN(RepeatedReportsTest)
+#include "repeated_reports_test.moc"
