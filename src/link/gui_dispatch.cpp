@@ -23,6 +23,13 @@ bool repeats_its_report(const Device &device, const QHostAddress &from, const QB
     return !payload.isEmpty() && device.last_payload == payload && device.address == from;
 }
 
+// A datagram has half a dozen of these looked up: names made into texts first would cost as much
+// as its checksum.
+QString text_of(const QJsonObject &object, const char *name)
+{
+    return object.value(QLatin1String(name)).toString();
+}
+
 } // namespace
 
 // Until the end of the burst, texts for log windows are collected and the list stays unsorted.
@@ -60,8 +67,9 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
     if (frame.verdict != FrameVerdict::Ok)
         return;
 
-    log_remote_text(from, "warning", frame.object.value("warning").toString());
-    log_remote_text(from, "error", frame.object.value("error").toString());
+    for (const char *label : {"warning", "error"})
+        if (const QString text = text_of(frame.object, label); !text.isEmpty())
+            log_remote_text(from, label, text);
     switch (packet_kind(frame.object)) {
     case PacketKind::LogStream: {
         Device *device = device_of(from, frame.object);
@@ -145,7 +153,7 @@ void Gui::handle_reply(const QHostAddress &from, const QJsonObject &object,
 Device *Gui::handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
                            const QString &interface)
 {
-    Device *device = find_or_create_device(from, object.value("device_id").toString());
+    Device *device = find_or_create_device(from, text_of(object, "device_id"));
     if (!device)
         return nullptr;
     if (device->properties.empty())
@@ -153,7 +161,7 @@ Device *Gui::handle_report(const QHostAddress &from, const QJsonObject &object, 
     const bool was_online = device->online;
     note_address(device, from, live);
     device->interface = interface;
-    device->firmware_update_error = object.value("firmware_update_error").toString();
+    device->firmware_update_error = text_of(object, "firmware_update_error");
     device->dsp_error = dsp_error_of(object);
     device->take_report(object);
     note_report(*device, live, now(), fw_magic_of(object));
@@ -184,7 +192,7 @@ void Gui::watch_log_stream(Device *device)
 
 Device *Gui::device_of(const QHostAddress &from, const QJsonObject &object) const
 {
-    return find_sender(from, object.value("device_id").toString());
+    return find_sender(from, text_of(object, "device_id"));
 }
 
 // Looks first where the device was last heard: that compares one id, not one in ten.
@@ -233,6 +241,6 @@ void Gui::note_address(Device *device, const QHostAddress &from, bool live)
 
 void Gui::log_remote_text(const QHostAddress &from, const QString &label, const QString &text)
 {
-    if (!text.isEmpty() && remote_texts.allows(from, now()))
+    if (remote_texts.allows(from, now()))
         qDebug().noquote() << label << "from " << from.toString() << ":" << terminal_text(text);
 }

@@ -3,15 +3,15 @@
 
 bool is_report(const QJsonObject &object)
 {
-    const QJsonValue seq = object.value("seq");
-    return object.value("product").toString() == QLatin1String("KESTA")
-        && !object.value("device_id").toString().isEmpty() && seq.isDouble()
+    const QJsonValue seq = object.value(QLatin1String("seq"));
+    return object.value(QLatin1String("product")).toString() == QLatin1String("KESTA")
+        && !object.value(QLatin1String("device_id")).toString().isEmpty() && seq.isDouble()
         && seq.toDouble() == 0.0;
 }
 
 PacketKind packet_kind(const QJsonObject &object)
 {
-    const QString command = object.value("command").toString();
+    const QString command = object.value(QLatin1String("command")).toString();
     if (command == QLatin1String("raw_log"))
         return PacketKind::LogStream;
     if (command == QLatin1String("broadcast_info"))
