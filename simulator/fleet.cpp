@@ -1,6 +1,7 @@
 // A running fleet: start and time.
 #include "simulator/fleet.h"
 
+#include "link/datagram.h"
 #include "simulator/loudspeaker_state.h"
 #include "simulator/param_rules.h"
 
@@ -12,7 +13,6 @@ namespace simulator {
 
 namespace {
 
-constexpr uint16_t DEVICE_PORT = 7054;
 constexpr uint16_t TFTP_PORT = 69;
 
 } // namespace

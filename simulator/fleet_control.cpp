@@ -1,4 +1,5 @@
 // A running fleet: requests that come over standard input.
+#include "link/datagram.h"
 #include "simulator/device_faults.h"
 #include "simulator/fleet.h"
 
@@ -8,8 +9,6 @@
 namespace simulator {
 
 namespace {
-
-constexpr uint16_t MANAGER_PORT = 7054;
 
 QJsonObject failed(const QString &error)
 {

@@ -1,14 +1,14 @@
 // A running fleet: metering frames and log streams.
 #include "simulator/fleet.h"
 
+#include "link/datagram.h"
+
 #include <algorithm>
 
 namespace simulator {
 
 namespace {
 
-constexpr uint16_t MANAGER_PORT = 7054;
-constexpr uint16_t METERING_PORT = 7055;
 constexpr int TICK = 5; // ms
 
 } // namespace
@@ -57,7 +57,7 @@ void Fleet::send_frame(SimulatedDevice &device)
         return;
     }
     const uint32_t everybody = broadcast_address(device.address, options.prefix_length);
-    send(device, everybody, METERING_PORT, bytes);
+    send(device, everybody, BROADCAST_PORT, bytes);
 }
 
 void Fleet::send_logs(double seconds)

@@ -1,4 +1,5 @@
 // A running fleet: requests, commands, reports and replies.
+#include "link/datagram.h"
 #include "simulator/device_commands.h"
 #include "simulator/fleet.h"
 #include "simulator/fleet_mix.h"
@@ -12,7 +13,6 @@ namespace simulator {
 
 namespace {
 
-constexpr uint16_t MANAGER_PORT = 7054;
 constexpr int64_t METERING_PATIENCE = 10'000'000; // µs without a request until frames stop
 constexpr int64_t SLOT = 5000;                    // µs; answers of one slot leave in one batch
 constexpr int MOST_BATCHES = 16; // per round, so that no flood keeps the clock from running

@@ -1,6 +1,7 @@
 // A device's state as it stands in its report, and how commands change it.
 #include "simulator/loudspeaker_state.h"
 
+#include "link/packet_kind.h"
 #include "model/json_path.h"
 #include "model/meta.h"
 #include "simulator/fleet_mix.h"
@@ -129,7 +130,7 @@ QJsonObject identity(const DevicePlan &plan, RandomSource &random)
 {
     const QString drawn_id = hexadecimal(random.next(), 16) + hexadecimal(random.next(), 8);
     return {
-        {"product", "KESTA"},
+        {"product", FAMILY},
         {"seq", 0},
         {"api_version", API_VERSION},
         {"device_id", plan.device_id.isEmpty() ? drawn_id : plan.device_id},

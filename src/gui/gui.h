@@ -9,7 +9,6 @@
 #include "gui/edit_rules.h"
 #include "gui/kept_settings.h"
 #include "gui/property_panel.h"
-#include "link/datagram.h"
 #include "link/device_link.h"
 #include "link/sender_index.h"
 #include "link/text_limit.h"

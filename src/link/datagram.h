@@ -6,8 +6,9 @@
 
 #include <cstdint>
 
-constexpr quint16 DEVICE_PORT = 7054;    // devices, and our own source port
-constexpr quint16 BROADCAST_PORT = 7055; // a second port on which devices may reach us
+constexpr quint16 DEVICE_PORT = 7054;         // where devices hear
+constexpr quint16 MANAGER_PORT = DEVICE_PORT; // where the manager hears, and what it sends from
+constexpr quint16 BROADCAST_PORT = 7055;      // a second port on which devices may reach it
 constexpr int API_VERSION = 6;
 
 enum class FrameVerdict

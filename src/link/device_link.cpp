@@ -35,8 +35,8 @@ QString trouble_text(quint16 port, QAbstractSocket::SocketError error)
 } // namespace
 
 DeviceLink::DeviceLink()
-    : send_socket(DEVICE_PORT)
-    , listen_socket(DEVICE_PORT)
+    : send_socket(MANAGER_PORT)
+    , listen_socket(MANAGER_PORT)
     , broadcast_socket(BROADCAST_PORT)
     , sockets{&send_socket, &listen_socket, &broadcast_socket}
     , receive_buffer(LARGEST_DATAGRAM)

@@ -37,7 +37,7 @@ struct FoundNetwork
 
 // The source is the first IPv4 address that isn't loopback. The broadcast address is computed from
 // address and netmask: that of the first entry whose result is link-local, else that of the last
-// entry. It stays that the two may belong to different entries.
+// entry. KEPT: the two may belong to different entries.
 FoundNetwork find_network_among(const std::vector<NetworkInterface> &interfaces,
                                 const QString &name);
 

@@ -4,7 +4,7 @@
 bool is_report(const QJsonObject &object)
 {
     const QJsonValue seq = object.value(QLatin1String("seq"));
-    return object.value(QLatin1String("product")).toString() == QLatin1String("KESTA")
+    return object.value(QLatin1String("product")).toString() == FAMILY
         && !object.value(QLatin1String("device_id")).toString().isEmpty() && seq.isDouble()
         && seq.toDouble() == 0.0;
 }

@@ -2,6 +2,7 @@
 #include "model/device_state.h"
 #include "gui/choices.h"
 #include "link/datagram.h"
+#include "link/packet_kind.h"
 #include "model/json_path.h"
 
 #include <QJsonArray>
@@ -155,7 +156,7 @@ QJsonObject dummy_report(const std::array<quint32, 4> &random)
     for (const quint32 number : random)
         bytes.append(reinterpret_cast<const char *>(&number), sizeof number);
 
-    QJsonObject report{{"product", "KESTA"}, {"seq", 0}, {"api_version", API_VERSION}};
+    QJsonObject report{{"product", FAMILY}, {"seq", 0}, {"api_version", API_VERSION}};
     const ProductDesc &product = product_table.at(1);
     for (const auto &[key, desc] : product.properties) {
         const QJsonValue value = dummy_value(desc);

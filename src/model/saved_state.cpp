@@ -1,5 +1,6 @@
 // What is kept of devices between runs.
 #include "model/saved_state.h"
+#include "link/packet_kind.h"
 #include "model/json_indent.h"
 #include "model/registry_limit.h"
 
@@ -113,5 +114,5 @@ std::vector<SavedDevice> read_cache_text(const QByteArray &text)
 
 bool is_device_json(const QJsonObject &object)
 {
-    return object.value("product").toString() == QLatin1String("KESTA");
+    return object.value("product").toString() == FAMILY;
 }
