@@ -42,13 +42,17 @@ private slots:
     void cleanup() { window.reset(); }
     void cleanupTestCase() { fleet.reset(); }
 
-    void all_are_listed_within_a_second_and_a_half()
+    // Requests go out every half second: a second and a half where the machine is quiet.
+    void all_are_listed_by_the_third_request()
     {
-        QElapsedTimer since_start;
-        since_start.start();
+        window.reset();
+        fleet->ask({{"stats", true}, {"reset", true}});
+        window = std::make_unique<WindowCase>();
+        gui().show();
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
-        const qint64 taken = since_start.elapsed();
-        qInfo() << "24 devices online after" << taken << "ms";
+        for (const QJsonValue &device : fleet->stats())
+            QVERIFY(device.toObject().value("requests").toInt() <= 3);
+        QCOMPARE(gui().discovery_timer().interval(), 500);
         QCOMPARE(gui().model().rowCount(), 24);
         QCOMPARE(gui().network_box()->currentText(), QString("loudspeakers"));
         for (const QJsonValue &value : fleet->stats()) {
@@ -70,13 +74,19 @@ private slots:
     {
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
         Device *device = device_at(3);
+        int rounds = 0; // since its last report
+        qint64 last_seen = device->last_seen;
+        connect(&gui().discovery_timer(), &QTimer::timeout, this, [device, &rounds, &last_seen] {
+            rounds = device->last_seen == last_seen ? rounds + 1 : 1;
+            last_seen = device->last_seen;
+        });
         fleet->fault(3, "silent");
-        const qint64 last_seen = device->last_seen;
-        QTRY_VERIFY_WITH_TIMEOUT(!device->online, 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!device->online, 10000);
         const qint64 silent_for = QDateTime::currentMSecsSinceEpoch() - device->last_seen;
-        qInfo() << "offline" << silent_for << "ms after the last report";
         QVERIFY(silent_for >= 2000);
-        QVERIFY(device->last_seen >= last_seen);
+        // Half a second or more lies between two rounds, so that the fifth comes after 2 s.
+        QVERIFY2(rounds <= 5, qPrintable(QString::number(rounds)));
+        disconnect(&gui().discovery_timer(), nullptr, this, nullptr);
         QVERIFY(window->cell(device, "status").startsWith("Offline"));
         QCOMPARE(online_count(gui()), 23);
         fleet->fault(3, "return");
@@ -148,18 +158,36 @@ private slots:
                                   before + 1, 5000);
     }
 
+    // 80 reports of 2.5 KB are more than a socket holds that has asked for no room, and less than
+    // what any system grants. Nothing is read before all have arrived.
     void a_burst_at_line_rate_is_received_whole()
     {
-        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 10000);
+        window.reset();
+        fleet.reset();
+        fleet = std::make_unique<SimulatedFleet>(
+            QStringList{"--count", "80", "--spread", "0", "--metering-rate", "0"});
+        window = std::make_unique<WindowCase>();
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 80, 20000);
         gui().discovery_timer().stop();
         QTest::qWait(400); // late answers to the last request
         for (const auto &[id, device] : gui().all_devices())
             device->online = false;
-        fleet->ask({{"options", QJsonObject{{"spread", 0}}}});
+        fleet->ask({{"stats", true}, {"reset", true}});
         gui().discover();
         gui().discovery_timer().stop();
-        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 3000);
-        fleet->ask({{"options", QJsonObject{{"spread", 250}}}});
+        const auto reports_sent = [this] {
+            int sent = 0;
+            for (const QJsonValue &device : fleet->stats())
+                sent += device.toObject().value("reports_sent").toInt();
+            return sent;
+        };
+        // Asking the fleet runs no event loop here.
+        QElapsedTimer elapsed;
+        elapsed.start();
+        while (reports_sent() < 80 && !elapsed.hasExpired(20000))
+            QThread::msleep(10);
+        QCOMPARE(online_count(gui()), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 80, 5000);
     }
 };
 

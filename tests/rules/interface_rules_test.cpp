@@ -53,12 +53,13 @@ struct Box
 
     void update()
     {
-        const size_t known_before = known.size();
-        const QString preferred = offer_networks(interfaces, known, default_is_link_local,
-                                                 [this](const QString &name) { add(name); });
-        if (known.size() == known_before)
-            return;
-        select(entries.contains(saved) ? saved : preferred);
+        const auto select_entry = [this](const QString &name) {
+            select(name);
+            return entries.contains(name);
+        };
+        update_networks(
+            interfaces, known, default_is_link_local, saved,
+            {.add = [this](const QString &name) { add(name); }, .select = select_entry});
     }
 };
 
@@ -161,6 +162,28 @@ private slots:
         later.interfaces = {usable("lan", "192.168.1.5"), usable("direct", "169.254.3.4")};
         later.update();
         QCOMPARE(later.current, QString("direct"));
+    }
+
+    // The first newcomer of a round counts as found first, whatever was preferred before.
+    void a_plain_network_takes_the_preference_back()
+    {
+        Box box;
+        box.interfaces = {usable("direct", "169.254.3.4")};
+        box.update();
+        QVERIFY(box.default_is_link_local);
+        box.interfaces.push_back(usable("lan", "192.168.1.5"));
+        box.update();
+        QVERIFY(!box.default_is_link_local);
+        QCOMPARE(box.current, QString("lan"));
+        box.interfaces.push_back(usable("lan2", "192.168.2.5"));
+        box.interfaces.push_back(usable("direct2", "169.254.3.5"));
+        box.update();
+        QCOMPARE(box.current, QString("direct2"));
+        // Now one is preferred, and of two that join together the first wins.
+        box.interfaces.push_back(usable("direct3", "169.254.3.6"));
+        box.interfaces.push_back(usable("direct4", "169.254.3.7"));
+        box.update();
+        QCOMPARE(box.current, QString("direct3"));
     }
 
     void the_report_names_every_interface_of_this_machine()
