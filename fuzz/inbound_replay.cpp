@@ -4,6 +4,8 @@
 #include "fuzz/inbound_mutation.h"
 #include "fuzz/inbound_play.h"
 #include "fuzz/inbound_process.h"
+#include "fuzz/inbound_steps.h"
+#include "soak/vital_signs.h"
 
 #include <QDir>
 
@@ -12,6 +14,9 @@
 using namespace simulator;
 
 namespace {
+
+constexpr double GROWTH_PER_DATAGRAM = 16; // bytes: a pointer kept for each would be seen
+constexpr double GROWTH_ANYHOW = 64 * 1024.0;
 
 QList<QByteArray> read_corpus(const QString &folder)
 {
@@ -36,6 +41,39 @@ void play(InboundPlay &inbound, const QByteArray &input)
     trace.remove();
 }
 
+int datagrams_in(const QByteArray &input)
+{
+    int count = 0;
+    for (const QByteArray &step : steps_of(input))
+        count += step.startsWith('D') || step.startsWith('B') ? 1 : 0;
+    return count;
+}
+
+// Bytes of heap that playing the corpus again has added, and how many datagrams that was. What has
+// a size that it reaches once has reached it before.
+struct Growth
+{
+    double bytes = 0;
+    int datagrams = 0;
+};
+
+Growth growth_of(InboundPlay &inbound, const QList<QByteArray> &corpus)
+{
+    constexpr int PASSES = 4;
+    Growth growth;
+    for (const QByteArray &input : corpus)
+        play(inbound, input);
+    const double before = tidy_holdings().heap;
+    for (int i = 0; i < PASSES; ++i) {
+        for (const QByteArray &input : corpus) {
+            play(inbound, input);
+            growth.datagrams += datagrams_in(input);
+        }
+    }
+    growth.bytes = (tidy_holdings().heap - before) * 1024 * 1024;
+    return growth;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -56,6 +94,12 @@ int main(int argc, char **argv)
         const QByteArray &other = corpus.at(random.below(corpus.size()));
         play(inbound, changed_input(one, other, random));
     }
+    const Growth growth = growth_of(inbound, corpus);
+    const double allowed = GROWTH_ANYHOW + GROWTH_PER_DATAGRAM * growth.datagrams;
+    std::printf("heap over %d datagrams: %.0f bytes more, %.0f allowed\n", growth.datagrams,
+                growth.bytes, allowed);
+    if (growth.bytes > allowed)
+        return 1;
     std::printf("%d inputs and %d changes of them: list, registry and cache hold together\n",
                 int{corpus.size()}, changes);
     return 0;

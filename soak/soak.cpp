@@ -10,7 +10,17 @@
 
 namespace {
 
-constexpr int PATIENCE = 60'000;       // ms until what must happen counts as failed
+constexpr int PATIENCE = 60'000; // ms until what must happen counts as failed
+constexpr int CONFIRM_ROUNDS = 6;
+constexpr const char *RESTART = "close and start again";
+// ms of the window's own for which it may stand still. Starting anew is closing and opening it.
+#ifdef VELMARK_SANITIZED
+constexpr double MOST_STALL = 720;
+constexpr double LONGEST_RESTART = 6000;
+#else
+constexpr double MOST_STALL = 180;
+constexpr double LONGEST_RESTART = 1500;
+#endif
 constexpr double MORE_HEAP = 24;       // MiB that a fresh window may hold more than the first did
 constexpr double MOST_RESIDENT = 1500; // MiB at any time
 
@@ -82,6 +92,7 @@ Soak::Soak(const SoakPlan &its_plan)
     , faults(fleet, fleet.states(), {.seed = plan.seed + 2, .longest = plan.longest_fault()})
     , actor(window, stalls, plan.seed + 3)
     , agreement(fleet)
+    , steady(window, fleet, agreement, plan.seed + 4)
 {
     // A second network, on which nobody answers.
     run_shell("ip link add quiet type veth peer name silence; ip address add 10.99.0.1/24"
@@ -147,6 +158,30 @@ void Soak::play()
     progress.stop();
     print_progress();
     expect(total(actor.counts) > plan.seconds / 2, "the operator was kept from work");
+    check_stalls();
+}
+
+void Soak::check_stalls()
+{
+    for (const auto &[deed, stall] : stalls.longest_own) {
+        const double limit = deed == RESTART ? LONGEST_RESTART : MOST_STALL;
+        expect(stall.own <= limit,
+               QString("the window stood still for %1 ms of its own (CPU time "
+                       "%2 ms) after: %3")
+                   .arg(stall.own, 0, 'f', 0)
+                   .arg(stall.cpu, 0, 'f', 0)
+                   .arg(deed));
+    }
+}
+
+// All is well again: now every edit has to arrive, and nothing may be kept of what comes in.
+void Soak::check_steadily()
+{
+    faults.heal_states();
+    await_agreement(window);
+    steady.confirm_edits(CONFIRM_ROUNDS);
+    steady.measure_memory();
+    failures += steady.complaints;
 }
 
 // All faults end, all devices go and come back, and what is no device leaves the list.
@@ -170,6 +205,7 @@ void Soak::settle()
            "not all devices come back");
     actor.delete_offline();
     await_agreement(window);
+    check_steadily();
     faults.leave_traces();
     await_agreement(window);
 }
@@ -257,6 +293,9 @@ void Soak::print_stalls()
     };
     print_one("the clock", stalls.longest_wall);
     print_one("CPU time", stalls.longest_cpu);
+    for (const auto &[deed, stall] : stalls.longest_own)
+        if (stall.own > MOST_STALL / 3)
+            print(QString("stall of its own: %1 ms after: %2").arg(stall.own, 0, 'f', 1).arg(deed));
     for (size_t i = 0; i < StallWatch::LIMITS.size(); ++i)
         print(QString("stalls of more than %1 ms CPU time: %2")
                   .arg(StallWatch::LIMITS[i])
@@ -275,6 +314,12 @@ void Soak::print_summary()
               .arg(fleet.refusal_count)
               .arg(fleet.refusals.join(" | ")));
     print(QString("transfers that were still running: %1").arg(ended_transfers));
+    print(QString("confirmed for %1 devices in peace, %2 caches read while running")
+              .arg(steady.confirmed)
+              .arg(steady.caches_read));
+    print(QString("heap over %1 datagrams in peace: %2 bytes more")
+              .arg(steady.datagrams)
+              .arg(steady.growth, 0, 'f', 0));
     print_stalls();
     print_holdings("before", at_start);
     print_holdings("after, the same window", worn_out);

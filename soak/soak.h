@@ -6,6 +6,7 @@
 #include "soak/fault_play.h"
 #include "soak/fleet_line.h"
 #include "soak/operator_play.h"
+#include "soak/steady_checks.h"
 #include "soak/vital_signs.h"
 #include "support/window_main.h"
 
@@ -43,6 +44,8 @@ private:
     void await_fleet();
     void compare();
     void compare_holdings();
+    void check_steadily();
+    void check_stalls();
     void expect(bool claim, const QString &complaint);
 
     void print_progress();
@@ -57,6 +60,7 @@ private:
     FaultPlay faults;
     OperatorPlay actor;
     Agreement agreement;
+    SteadyChecks steady;
     QElapsedTimer elapsed;
     QTimer progress;
     QStringList failures = {};

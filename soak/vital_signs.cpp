@@ -11,6 +11,19 @@
 #include <malloc.h>
 #include <unistd.h>
 
+// The sanitizers' allocator tells by a function of its own.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define SANITIZED_HEAP
+#endif
+#endif
+#ifdef __SANITIZE_ADDRESS__
+#define SANITIZED_HEAP
+#endif
+#ifdef SANITIZED_HEAP
+extern "C" size_t __sanitizer_get_current_allocated_bytes();
+#endif
+
 namespace {
 
 constexpr int BEAT = 5; // ms
@@ -23,6 +36,16 @@ double thread_cpu_ms()
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
+// ms for which the thread was ready and other programs had the processor; 0 where the system does
+// not say.
+double thread_queued_ms()
+{
+    QFile file("/proc/thread-self/schedstat");
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().split(' ').value(1).toDouble() / 1e6;
+}
+
 } // namespace
 
 void StallWatch::start()
@@ -31,6 +54,7 @@ void StallWatch::start()
     beat.setTimerType(Qt::PreciseTimer);
     since_beat.start();
     cpu_at_beat = thread_cpu_ms();
+    queued_at_beat = thread_queued_ms();
     beat.start(BEAT);
 }
 
@@ -45,7 +69,13 @@ void StallWatch::on_beat()
     const double cpu = thread_cpu_ms() - cpu_at_beat;
     since_beat.start();
     cpu_at_beat += cpu;
-    const Stall stall{.wall = wall, .cpu = cpu, .after = last_deed};
+    const double queued = thread_queued_ms() - queued_at_beat;
+    queued_at_beat += queued;
+    const Stall stall{
+        .wall = wall, .cpu = cpu, .own = qMax(cpu, wall - queued), .after = last_deed};
+    Stall &by_deed = longest_own[last_deed];
+    if (stall.own > by_deed.own)
+        by_deed = stall;
     if (wall > longest_wall.wall)
         longest_wall = stall;
     if (cpu > longest_cpu.cpu)
@@ -74,13 +104,18 @@ QStringList open_files()
 
 Holdings holdings()
 {
+#ifdef SANITIZED_HEAP
+    const auto handed_out = static_cast<double>(__sanitizer_get_current_allocated_bytes());
+#else
+    const struct mallinfo2 heap = mallinfo2();
+    const auto handed_out = static_cast<double>(heap.uordblks + heap.hblkhd);
+#endif
     QFile file("/proc/self/statm");
     const QList<QByteArray> pages
         = file.open(QIODevice::ReadOnly) ? file.readAll().split(' ') : QList<QByteArray>();
     const auto page_size = static_cast<double>(sysconf(_SC_PAGESIZE));
-    const struct mallinfo2 heap = mallinfo2();
     return {.resident = pages.value(1).toDouble() * page_size / MEBIBYTE,
-            .heap = static_cast<double>(heap.uordblks + heap.hblkhd) / MEBIBYTE,
+            .heap = handed_out / MEBIBYTE,
             .files = open_files(),
             .widgets = QApplication::allWidgets().size()};
 }

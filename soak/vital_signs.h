@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <array>
+#include <map>
 
 // A stall is a time in which no timer had its turn: the window neither paints nor answers.
 class StallWatch : public QObject
@@ -15,12 +16,13 @@ class StallWatch : public QObject
     Q_OBJECT
 
 public:
-    // In ms. A stall takes as long as the clock says; what it costs by itself is CPU time, while
-    // the rest went to other programs.
+    // In ms. A stall takes as long as the clock says; without the time in which other programs had
+    // the processor it is the window's own, be it that it worked or that it waited.
     struct Stall
     {
         double wall = 0;
         double cpu = 0;
+        double own = 0;
         QString after = {}; // what was done last
     };
 
@@ -31,6 +33,7 @@ public:
 
     Stall longest_wall = {};
     Stall longest_cpu = {};
+    std::map<QString, Stall> longest_own = {};                 // by deed
     static constexpr std::array LIMITS = {50, 100, 250, 1000}; // ms
     std::array<qint64, LIMITS.size()> over_limit = {};         // stalls longer than that, by CPU
 
@@ -40,13 +43,14 @@ private:
     QTimer beat;
     QElapsedTimer since_beat;
     double cpu_at_beat = 0;
+    double queued_at_beat = 0;
     QString last_deed = "start";
 };
 
 struct Holdings
 {
     double resident = 0;    // MiB of memory that the process has
-    double heap = 0;        // MiB that are handed out; 0 where the allocator doesn't say
+    double heap = 0;        // MiB that are handed out
     QStringList files = {}; // what the open file descriptors stand for, in order
     int widgets = 0;
 };
