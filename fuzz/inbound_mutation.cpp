@@ -3,6 +3,9 @@
 
 #include "fuzz/inbound_steps.h"
 #include "fuzz/mutation.h"
+#include "simulator/draw_by_weight.h"
+
+#include <array>
 
 using namespace simulator;
 
@@ -10,7 +13,7 @@ namespace {
 
 constexpr int LEAD = 2; // letter and sender of a datagram
 
-void damage_step(QList<QByteArray> &steps, RandomSource &random)
+void damage_step(QList<QByteArray> &steps, const QList<QByteArray> & /*more*/, RandomSource &random)
 {
     QByteArray &step = steps[random.below(steps.size())];
     const bool is_datagram = step.startsWith('D') || step.startsWith('B');
@@ -20,7 +23,7 @@ void damage_step(QList<QByteArray> &steps, RandomSource &random)
         step = step.left(1) + damaged(step.mid(1), random).left(40);
 }
 
-void insert_act(QList<QByteArray> &steps, RandomSource &random)
+void insert_act(QList<QByteArray> &steps, const QList<QByteArray> & /*more*/, RandomSource &random)
 {
     constexpr char letters[] = "TSEFOHLKWIYNQAXUMCP";
     QByteArray step(1, letters[random.below(int{sizeof letters} - 1)]);
@@ -29,30 +32,41 @@ void insert_act(QList<QByteArray> &steps, RandomSource &random)
     steps.insert(random.below(steps.size() + 1), step);
 }
 
+void borrow_step(QList<QByteArray> &steps, const QList<QByteArray> &more, RandomSource &random)
+{
+    steps.insert(random.below(steps.size()), more.at(random.below(more.size())));
+}
+
+void repeat_step(QList<QByteArray> &steps, const QList<QByteArray> & /*more*/, RandomSource &random)
+{
+    steps.append(steps.at(random.below(steps.size())));
+}
+
+void move_step(QList<QByteArray> &steps, const QList<QByteArray> & /*more*/, RandomSource &random)
+{
+    steps.move(random.below(steps.size()), random.below(steps.size()));
+}
+
+struct ChangeRow
+{
+    int weight = 0;
+    void (*change)(QList<QByteArray> &steps, const QList<QByteArray> &more, RandomSource &random)
+        = nullptr;
+};
+
+constexpr std::array CHANGES = {
+    ChangeRow{.weight = 4, .change = damage_step}, ChangeRow{.weight = 1, .change = insert_act},
+    ChangeRow{.weight = 1, .change = borrow_step}, ChangeRow{.weight = 1, .change = repeat_step},
+    ChangeRow{.weight = 1, .change = move_step},
+};
+
 } // namespace
 
 QByteArray changed_input(const QByteArray &input, const QByteArray &other, RandomSource &random)
 {
     QList<QByteArray> steps = steps_of(input);
     const QList<QByteArray> more = steps_of(other);
-    for (int i = random.between(1, 4); i > 0; --i) {
-        const int place = random.below(steps.size());
-        switch (random.below(8)) {
-        case 0:
-            steps.insert(place, more.at(random.below(more.size())));
-            break;
-        case 1:
-            steps.append(steps.at(place));
-            break;
-        case 2:
-            steps.move(place, random.below(steps.size()));
-            break;
-        case 3:
-            insert_act(steps, random);
-            break;
-        default:
-            damage_step(steps, random);
-        }
-    }
+    for (int i = random.between(1, 4); i > 0; --i)
+        draw_by_weight(CHANGES, random).change(steps, more, random);
     return input_of(steps);
 }

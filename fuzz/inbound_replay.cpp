@@ -41,37 +41,37 @@ void play(InboundPlay &inbound, const QByteArray &input)
     trace.remove();
 }
 
-int datagrams_in(const QByteArray &input)
+// What arrives, without anybody acting at the window: editors that are made and go before they were
+// shown leave something behind in the toolkit's caches of styles.
+QList<QByteArray> arrivals_of(const QList<QByteArray> &corpus)
 {
-    int count = 0;
-    for (const QByteArray &step : steps_of(input))
-        count += step.startsWith('D') || step.startsWith('B') ? 1 : 0;
-    return count;
+    QList<QByteArray> arrivals;
+    for (const QByteArray &input : corpus)
+        for (const QByteArray &step : steps_of(input))
+            if (step.startsWith('D') || step.startsWith('B'))
+                arrivals.append(step);
+    return arrivals;
 }
 
-// Bytes of heap that playing the corpus again has added, and how many datagrams that was. What has
-// a size that it reaches once has reached it before.
+// Bytes of heap that playing them all again has added, and how many datagrams that was. What has a
+// size that it reaches once has reached it before.
 struct Growth
 {
     double bytes = 0;
     int datagrams = 0;
 };
 
-Growth growth_of(InboundPlay &inbound, const QList<QByteArray> &corpus)
+Growth growth_of(InboundPlay &inbound, const QList<QByteArray> &arrivals)
 {
-    constexpr int PASSES = 4;
-    Growth growth;
-    for (const QByteArray &input : corpus)
+    constexpr int PASSES = 10;
+    for (const QByteArray &input : arrivals)
         play(inbound, input);
     const double before = tidy_holdings().heap;
-    for (int i = 0; i < PASSES; ++i) {
-        for (const QByteArray &input : corpus) {
+    for (int i = 0; i < PASSES; ++i)
+        for (const QByteArray &input : arrivals)
             play(inbound, input);
-            growth.datagrams += datagrams_in(input);
-        }
-    }
-    growth.bytes = (tidy_holdings().heap - before) * 1024 * 1024;
-    return growth;
+    return {.bytes = (tidy_holdings().heap - before) * 1024 * 1024,
+            .datagrams = PASSES * int{arrivals.size()}};
 }
 
 } // namespace
@@ -94,7 +94,7 @@ int main(int argc, char **argv)
         const QByteArray &other = corpus.at(random.below(corpus.size()));
         play(inbound, changed_input(one, other, random));
     }
-    const Growth growth = growth_of(inbound, corpus);
+    const Growth growth = growth_of(inbound, arrivals_of(corpus));
     const double allowed = GROWTH_ANYHOW + GROWTH_PER_DATAGRAM * growth.datagrams;
     std::printf("heap over %d datagrams: %.0f bytes more, %.0f allowed\n", growth.datagrams,
                 growth.bytes, allowed);

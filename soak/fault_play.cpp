@@ -5,6 +5,7 @@
 #include "model/json_path.h"
 #include "model/meta.h"
 #include "simulator/datagrams.h"
+#include "simulator/draw_by_weight.h"
 #include "soak/fleet_line.h"
 #include "soak/odd_texts.h"
 
@@ -165,15 +166,7 @@ void FaultPlay::play_one()
 {
     if (random.happens(0.05))
         pull_cable();
-    int total = 0;
-    for (const Row &row : rows())
-        total += row.weight;
-    int draw = random.below(total);
-    for (const Row &row : rows()) {
-        draw -= row.weight;
-        if (draw < 0)
-            return strike(row);
-    }
+    strike(draw_by_weight(rows(), random));
 }
 
 void FaultPlay::strike(const Row &row)

@@ -3,6 +3,7 @@
 
 #include "gui/device_list_view.h"
 #include "meter/log_window.h"
+#include "simulator/draw_by_weight.h"
 #include "soak/vital_signs.h"
 #include "support/window_main.h"
 
@@ -97,15 +98,7 @@ void OperatorPlay::play_one()
 {
     if (QApplication::activeModalWidget() || QThread::currentThread()->loopLevel() > 1)
         return;
-    int total = 0;
-    for (const Row &row : rows())
-        total += row.weight;
-    int draw = random.below(total);
-    for (const Row &row : rows()) {
-        draw -= row.weight;
-        if (draw < 0)
-            return perform(row);
-    }
+    perform(simulator::draw_by_weight(rows(), random));
 }
 
 void OperatorPlay::perform(const Row &row)
