@@ -358,6 +358,11 @@ void WindowHandle::drain()
     gui->device_link.on_packet();
 }
 
+size_t WindowHandle::known_senders() const
+{
+    return gui->senders.size();
+}
+
 void WindowHandle::deliver(const QHostAddress &from, const QByteArray &datagram)
 {
     gui->handle_datagram(from, datagram);

@@ -135,7 +135,8 @@ public:
 
     // ---- what arrives
     DeviceLink &link() const;
-    void drain(); // what waits in the sockets
+    void drain();                 // what waits in the sockets
+    size_t known_senders() const; // addresses by which a device is found
     void deliver(const QHostAddress &from, const QByteArray &datagram);
     void report(const QHostAddress &from, const QJsonObject &object, bool live,
                 const QString &interface);

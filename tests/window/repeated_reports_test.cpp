@@ -223,6 +223,23 @@ private slots:
         QCOMPARE(device->last_report, good);
     }
 
+    void a_moved_device_leaves_no_address_behind()
+    {
+        const std::unique_ptr<WindowCase> window = make_window();
+        const QByteArray report = bytes_of(loudspeaker_report("a"));
+        for (int i = 1; i <= 300; ++i)
+            window->gui->deliver(QHostAddress(QString("10.0.%1.7").arg(i % 250)), report);
+        QCOMPARE(window->gui->known_senders(), size_t(1));
+        window->gui->deliver(QHostAddress("10.9.0.1"), bytes_of(loudspeaker_report("b")));
+        QCOMPARE(window->gui->known_senders(), size_t(2));
+        window->gui->view()->selectAll();
+        window->gui->delete_selected();
+        QCOMPARE(window->gui->known_senders(), size_t(0));
+        // The bytes are those of a device that is gone: it comes back as a new one.
+        window->gui->deliver(QHostAddress("10.0.50.7"), report);
+        QCOMPARE(window->gui->model().rowCount(), 1);
+    }
+
     // It is the network at the moment of receipt, whatever network the device was on before.
     void a_devices_network_is_the_one_selected_at_receipt()
     {
