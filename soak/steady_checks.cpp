@@ -2,6 +2,7 @@
 #include "soak/steady_checks.h"
 
 #include "gui/device_list_view.h"
+#include "model/device_cache.h"
 #include "soak/agreement.h"
 #include "soak/fleet_line.h"
 #include "soak/typing.h"
@@ -127,11 +128,11 @@ void SteadyChecks::expect_cache()
 {
     agreement.learn_truth();
     const auto is_quiet = [this] {
-        return agreement.is_up_to_date(window) && !window.gui->cache_timer().isActive()
-            && !window.gui->cache_slice_timer().isActive();
+        return agreement.is_up_to_date(window) && !window.gui->cache().is_pending()
+            && !window.gui->cache().is_saving();
     };
     expect(await(is_quiet, PATIENCE), "the cache never comes to rest");
-    agreement.check_cache_file(window.gui->cache_path());
+    agreement.check_cache_file(window.gui->cache().path());
     ++caches_read;
 }
 
