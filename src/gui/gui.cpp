@@ -49,6 +49,7 @@ Gui::Gui()
     QAction *add_dummy = device_menu->addAction("Add dummy device");
     connect(add_dummy, &QAction::triggered, this, &Gui::add_dummy_device);
     connect(&meter_timer, &QTimer::timeout, this, &Gui::on_meter_tick);
+    meter_timer.setObjectName("meter_timer");
     meter_timer.start(METER_INTERVAL);
     watch_for_changes();
     // Leaving by the menu delivers no close event, and must keep just as much.
@@ -97,6 +98,7 @@ void Gui::start_sockets()
     connect(&device_link, &DeviceLink::drained, this, &Gui::end_burst);
     device_link.open();
 
+    discovery_timer.setObjectName("discovery_timer");
     discovery_timer.setSingleShot(true);
     discovery_timer.start(FIRST_DISCOVERY_DELAY);
     connect(&discovery_timer, &QTimer::timeout, this, &Gui::send_discovery_packets);
@@ -104,6 +106,7 @@ void Gui::start_sockets()
 
 void Gui::start_timers()
 {
+    panel_timer.setObjectName("panel_timer");
     panel_timer.setSingleShot(true);
     panel_timer.setInterval(0);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
@@ -121,7 +124,7 @@ void Gui::start_networks()
             &Gui::on_network_changed);
     connect(network_combo, qOverload<int>(&QComboBox::activated), this, &Gui::on_network_activated);
     update_network_list();
-    table.set_network(current_network);
+    table.set_network(networks.current_network);
     refresh_eq_view();
 }
 

@@ -42,6 +42,14 @@ class QPushButton;
 class QSplitter;
 class StatusLine;
 
+// The networks that were offered so far, and the one in use.
+struct Networks
+{
+    QString current_network = {};
+    bool default_is_link_local = false;
+    std::set<QString> known_networks = {};
+};
+
 class Gui : public QMainWindow
 {
     Q_OBJECT
@@ -50,7 +58,74 @@ public:
     Gui();
     ~Gui() override;
 
-    // ---- gui/gui.cpp -------------------------------------------------------------------------
+    // The companions, each of which knows neither this window nor another.
+    DeviceLink &link() { return device_link; }
+    DeviceTable &device_table() { return table; }
+    PropertyPanel &property_panel() { return panel; }
+    DeviceCache &cache() { return device_cache; }
+    Uploads &all_uploads() { return uploads; }
+    LogWindows &logs() { return log_windows; }
+    CurveWidget &curve() { return *curve_widget; }
+
+    bool is_dark() const { return dark_theme; }
+    bool is_closed() const { return closed; }
+    bool is_second_copy() const { return copy_lock.is_second_copy(); }
+    const QString &network() const { return networks.current_network; }
+    std::map<QString, Device *> &all_devices() { return devices; }
+    Device *find_device(const QString &device_id) const; // null when unknown
+
+    // Settings, cache, then every record: once per run, by whichever way the program ends.
+    void close_down();
+
+    // What arrives, from the wire or from the cache.
+    void handle_datagram(const QHostAddress &from, const QByteArray &payload);
+    void handle_device_packet(const QHostAddress &from, const QJsonObject &object, bool live,
+                              const QString &interface);
+    void load_cache();
+    void on_meter_tick();
+
+    // What goes out; these return an error text, empty on success.
+    QString send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
+                      const QJsonObject &object);
+    QString send_to_device(Device *device, QJsonObject object, bool quiet);
+
+    // What the operator can do.
+    void add_dummy_device();
+    void delete_selected_devices();
+    void identify_selected();
+    void purge_sessions();
+    void enable_logging();
+    void show_about();
+    void show_network_info();
+    void on_confirm();
+    void save_backup();
+    void restore_backup(const QJsonObject &object, uint32_t mask);
+    void commit_search();
+    void start_upload(Device *device, QByteArray &bytes, const QString &remote_name);
+    DeppenAss *make_assistant(Device *device);
+
+    // Everything that shows a device follows: row, log title, assistant, meter.
+    void update_device_properties(Device *device);
+    void destroy_device(Device *device);
+    void append_log(Device *device, bool highlighted, const QString &text);
+    void refresh_eq_view();
+    void update_network_list();
+    void on_network_changed();
+
+public slots:
+    void send_discovery_packets();
+
+signals:
+    // A Confirm is through.
+    void changes_sent(const ConfirmResult &result);
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    // gui/gui.cpp
     // The steps of the constructor, in the order in which they must run.
     void detect_theme();
     void size_window();
@@ -58,11 +133,9 @@ public:
     void start_sockets();
     void start_timers();
     void start_networks();
-    // Settings, cache, then every record: once per run, by whichever way the program ends.
-    void close_down();
     void destroy_devices();
 
-    // ---- gui/gui_layout.cpp ------------------------------------------------------------------
+    // gui/gui_layout.cpp
     void build_menus();
     void build_device_menu();
     void build_window();
@@ -73,58 +146,38 @@ public:
     void watch_for_changes(); // of what the settings keep
     void put_settings();
     void save_settings(); // at once
+    void build_status_line();
+    void refresh_status();
+    void connect_search_keys();
 
-    // ---- gui/gui_device_list.cpp -------------------------------------------------------------
+    // model/gui_registry.cpp
     void connect_device_list();
-    // Refreshes a device's row and all that hangs on its state: log title, assistant, meter.
-    void update_device_properties(Device *device);
     void follow_state(Device *device); // all of that but the row
     std::vector<Device *> selected_devices() const { return table.selected(); }
     void update_log_title(Device *device);
     void update_identify_button();
+    void apply_device_state(Device *device, const QJsonObject &report);
+    void follow_merge(Device *device, const MergeResult &merged);
+    void follow_repeated_report(Device *device);
 
-    // ---- gui/gui_confirm.cpp -----------------------------------------------------------------
+    // gui/gui_confirm.cpp
     void connect_panel();
     void on_selection_changed();
     void on_edit_ended();
-    void on_confirm();
     bool shows_value_error();
+    void load_curve_from_rows();
+    void apply_band_edit(Filter *filter);
 
-    // ---- gui/gui_search.cpp ------------------------------------------------------------------
-    void commit_search();
-    void connect_search_keys();
-
-    // ---- gui/gui_status.cpp ------------------------------------------------------------------
-    void build_status_line();
-    void refresh_status();
-
-    // ---- gui/gui_commands.cpp ----------------------------------------------------------------
-    void identify_selected();
-    void purge_sessions();
-    void show_about();
-
-    // ---- link/gui_discovery.cpp --------------------------------------------------------------
-    void update_network_list();
+    // link/gui_discovery.cpp
     void take_offline(const std::vector<Device *> &lost);
-    void on_network_changed();
     void on_network_activated();
-    void show_network_info();
-
-    // ---- link/gui_send.cpp -------------------------------------------------------------------
-    // These return an error text, empty on success.
-    QString send_json(const QString &network, bool use_broadcast, const QHostAddress &address,
-                      const QJsonObject &object);
-    QString send_to_device(Device *device, QJsonObject object, bool quiet);
     void report_device_error(QString &errors, Device *device, const QString &result);
     void show_network_errors(const QString &errors);
 
-    // ---- link/gui_dispatch.cpp ---------------------------------------------------------------
+    // link/gui_dispatch.cpp
     void begin_burst();
     void take_datagram(const QHostAddress &from, const QByteArray &payload);
     void end_burst();
-    void handle_datagram(const QHostAddress &from, const QByteArray &payload);
-    void handle_device_packet(const QHostAddress &from, const QJsonObject &object, bool live,
-                              const QString &interface);
     // The device that the report is of; null when there are too many.
     Device *handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
                           const QString &interface);
@@ -140,73 +193,33 @@ public:
                       const QString &interface);
     Device *find_or_create_device(const QHostAddress &from, const QString &device_id);
     void note_address(Device *device, const QHostAddress &from, bool live);
-    Device *find_device(const QString &device_id) const; // null when unknown
     void log_remote_text(const QHostAddress &from, const QString &label, const QString &text);
 
-    // ---- model/gui_registry.cpp --------------------------------------------------------------
-    void apply_device_state(Device *device, const QJsonObject &report);
-    void follow_merge(Device *device, const MergeResult &merged);
-    void follow_repeated_report(Device *device);
-    void add_dummy_device();
-    void delete_selected_devices();
-    void destroy_device(Device *device);
-
-    // ---- model/gui_storage.cpp ---------------------------------------------------------------
-    void load_cache();
+    // model/gui_storage.cpp
     void take_saved_device(const SavedDevice &saved);
-    void save_backup();
     void load_backup(uint32_t mask);
-    void restore_backup(const QJsonObject &object, uint32_t mask);
 
-    // ---- firmware/gui_upload.cpp -------------------------------------------------------------
+    // firmware/gui_upload.cpp
     void upload_file(const QString &remote_name);
-    void start_upload(Device *device, QByteArray &bytes, const QString &remote_name);
     void begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name);
-
-    // ---- firmware/gui_assistant.cpp ----------------------------------------------------------
     void offer_assistant(Device *device);
-    DeppenAss *make_assistant(Device *device);
     void update_from_assistant(Device *device, const QByteArray &image);
     void set_product(Device *device, int product_id);
 
-    // ---- eq/gui_eq.cpp -----------------------------------------------------------------------
-    void refresh_eq_view();
-    void load_curve_from_rows();
-    void apply_band_edit(Filter *filter);
-
-    // ---- meter/gui_meters.cpp ----------------------------------------------------------------
-    void on_meter_tick();
+    // meter/gui_log.cpp
     void take_metering(Device *device, const QJsonObject &message);
-
-    // ---- meter/gui_log.cpp -------------------------------------------------------------------
-    void enable_logging();
     void close_log(Device *device);
     void toggle_log_pause(Device *device);
     void send_console_line(Device *device, const QString &line);
-    void append_log(Device *device, bool highlighted, const QString &text);
     void handle_raw_log(Device *device, const QJsonObject &message, const QByteArray &attachment);
 
-signals:
-    // A Confirm is through.
-    void changes_sent(const ConfirmResult &result);
-
-public slots:
-    void send_discovery_packets();
-
-protected:
-    void closeEvent(QCloseEvent *event) override;
-    void moveEvent(QMoveEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
-
-public:
-    // ---- fields ------------------------------------------------------------------------------
     bool dark_theme = false;
     bool closed = false; // close_down has run
 
     DeviceLink device_link;
     SenderIndex senders;
     TextLimit remote_texts; // lines for the debug log, by sender
-    QTimer discovery_timer;
+    QTimer discovery_timer{this};
 
     std::map<QString, Device *> devices; // owned, by device id
     DeviceCache device_cache{devices};
@@ -232,12 +245,10 @@ public:
     CopyLock copy_lock;
     QComboBox *network_combo = nullptr;
     QComboBox *search_combo = nullptr;
-    QTimer panel_timer;
+    QTimer panel_timer{this};
 
     QMenu *device_menu = nullptr;
 
-    QString current_network;
-    bool default_is_link_local = false;
-    std::set<QString> known_networks;
-    QTimer meter_timer;
+    Networks networks;
+    QTimer meter_timer{this};
 };

@@ -1,7 +1,9 @@
-// What stands where in the window, and what of it is kept between runs.
+// What stands where in the window, what it says at its bottom, and what of it is kept between runs.
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
+#include "gui/escape_filter.h"
 #include "gui/gui.h"
+#include "gui/status_line.h"
 #include "gui/window_rules.h"
 
 #include <QAction>
@@ -79,6 +81,7 @@ void Gui::build_device_menu()
 void Gui::build_window()
 {
     eq_splitter = new QSplitter(Qt::Vertical);
+    eq_splitter->setObjectName("eq_splitter");
     eq_splitter->addWidget(table.view());
 
     auto *left = new QWidget;
@@ -89,6 +92,7 @@ void Gui::build_window()
     left_layout->setStretch(1, 2);
 
     property_splitter = new QSplitter(Qt::Horizontal);
+    property_splitter->setObjectName("property_splitter");
     property_splitter->addWidget(left);
     panel.set_ground(dark_theme);
     property_splitter->addWidget(&panel);
@@ -110,6 +114,7 @@ void Gui::build_window()
 QWidget *Gui::build_top_bar()
 {
     eq_button = new QPushButton("Show User EQ");
+    eq_button->setObjectName("eq_button");
     eq_button->setCheckable(true);
     connect(eq_button, &QPushButton::toggled, this, &Gui::on_eq_toggled);
 
@@ -117,15 +122,18 @@ QWidget *Gui::build_top_bar()
 
     identify_button = new QPushButton("Identify");
     identify_button->setToolTip("Lets the selected devices blink");
+    identify_button->setObjectName("identify_button");
     identify_button->setEnabled(false);
     connect(identify_button, &QPushButton::clicked, this, &Gui::identify_selected);
 
     network_combo = new QComboBox;
+    network_combo->setObjectName("network_box");
     network_combo->setAccessibleName("Network");
     // It grows with the names of late adapters, and gives way when the window is narrow.
     network_combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     network_combo->setMinimumWidth(network_combo->minimumSizeHint().width());
     search_combo = new QComboBox;
+    search_combo->setObjectName("search_box");
     search_combo->setEditable(true);
     // Committing is ours: the box itself would add entries beyond the ten.
     search_combo->setInsertPolicy(QComboBox::NoInsert);
@@ -239,4 +247,72 @@ void Gui::resizeEvent(QResizeEvent *event)
 {
     QMainWindow::resizeEvent(event);
     settings.note_change();
+}
+
+// Ctrl+F begins a new text, Escape takes it away and then leads back to the list.
+void Gui::connect_search_keys()
+{
+    QLineEdit *edit = search_combo->lineEdit();
+    auto *find = new QShortcut(QKeySequence(QKeySequence::Find), this);
+    connect(find, &QShortcut::activated, search_combo, [edit] {
+        edit->setFocus(Qt::ShortcutFocusReason);
+        edit->selectAll();
+    });
+    auto *keys = new EscapeFilter(search_combo); // which has the focus for its field
+    connect(keys, &EscapeFilter::escaped, search_combo, [this, edit] {
+        if (edit->text().isEmpty())
+            table.view()->setFocus(Qt::ShortcutFocusReason);
+        else
+            edit->clear();
+    });
+}
+
+// The text stays what it is, so no search may follow: the box would start one for each entry that
+// takes the place of the one removed.
+void Gui::commit_search()
+{
+    QLineEdit *edit = search_combo->lineEdit();
+    const QString text = edit->text();
+    if (text.isEmpty())
+        return;
+    QStringList history;
+    for (int i = 0; i < search_combo->count(); ++i)
+        history.append(search_combo->itemText(i));
+
+    const int cursor = edit->cursorPosition();
+    const QSignalBlocker blocker(search_combo);
+    search_combo->clear();
+    search_combo->addItems(committed_history(history, text));
+    search_combo->setCurrentIndex(0);
+    edit->setCursorPosition(cursor);
+}
+
+// Whatever may change the counts only asks: they are made once per painted frame.
+void Gui::build_status_line()
+{
+    status_line = new StatusLine;
+    setStatusBar(status_line);
+    if (copy_lock.is_second_copy())
+        status_line->show_second_copy();
+    connect(&device_link, &DeviceLink::bind_troubles_changed, this,
+            [this] { status_line->show_troubles(device_link.bind_troubles()); });
+    status_line->show_troubles(device_link.bind_troubles());
+
+    connect(&panel, &PropertyPanel::edit_started, this, [this] {
+        status_line->show_editing(static_cast<int>(selected_devices().size()),
+                                  panel.count_unshared());
+    });
+    connect(&panel, &PropertyPanel::edit_ended, status_line, &StatusLine::end_editing);
+    connect(this, &Gui::changes_sent, status_line, &StatusLine::show_confirmed);
+
+    const auto ask = [this] { status_pace.ask(); };
+    connect(&table, &DeviceTable::counts_changed, this, ask);
+    connect(&uploads, &Uploads::summary_changed, this, ask);
+    connect(&status_pace, &FrameThrottle::due, this, &Gui::refresh_status);
+}
+
+void Gui::refresh_status()
+{
+    status_line->show_counts(table.counts());
+    status_line->show_uploads(uploads.summary());
 }

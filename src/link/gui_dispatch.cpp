@@ -87,7 +87,7 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
         handle_live_report(from, payload, frame.object);
         break;
     case PacketKind::Reply:
-        handle_reply(from, frame.object, current_network);
+        handle_reply(from, frame.object, networks.current_network);
         break;
     }
 }
@@ -96,7 +96,7 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
 void Gui::handle_live_report(const QHostAddress &from, const QByteArray &payload,
                              const QJsonObject &report)
 {
-    Device *device = handle_report(from, report, true, current_network);
+    Device *device = handle_report(from, report, true, networks.current_network);
     if (!device)
         return;
     const QByteArray bytes(payload.constData(), payload.size());
@@ -112,7 +112,7 @@ void Gui::handle_repeated_report(Device *device)
 {
     const bool was_online = device->online;
     const bool was_broken = device->broken_net;
-    device->interface = current_network;
+    device->interface = networks.current_network;
     note_report(*device, true, now(), device->fw_magic);
     if (!device->is_merged || was_online != device->online || was_broken != device->broken_net) {
         merge_when_free(device);

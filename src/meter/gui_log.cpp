@@ -1,7 +1,8 @@
-// What joins the log windows with the devices: the stream, the echo of JSON traffic, the console.
+// Logs and levels: what devices send without being asked twice.
 #include "gui/gui.h"
 #include "link/command.h"
 #include "meter/log_stream.h"
+#include "meter/meter_report.h"
 
 // Opening sends nothing: the device's next report shows that its stream is off, and is answered.
 void Gui::enable_logging()
@@ -51,4 +52,18 @@ void Gui::handle_raw_log(Device *device, const QJsonObject &message, const QByte
     device->log_escape_state = stream.log_escape_state;
     device->log_escape_count = stream.log_escape_count;
     append_log(device, false, *text);
+}
+
+void Gui::take_metering(Device *device, const QJsonObject &message)
+{
+    const MeterReport report = read_meter_report(message);
+    device->meter.set_levels(report.peaks, report.overdrive);
+}
+
+// Every bar falls a step; then the meter cells in view are painted again, and nothing else.
+void Gui::on_meter_tick()
+{
+    for (const auto &[id, device] : devices)
+        device->meter.tick();
+    table.repaint_meters();
 }

@@ -42,22 +42,22 @@ void WindowHandle::close_down()
 
 bool WindowHandle::is_closed() const
 {
-    return gui->closed;
+    return gui->is_closed();
 }
 
 bool WindowHandle::is_dark() const
 {
-    return gui->dark_theme;
+    return gui->is_dark();
 }
 
 int WindowHandle::status_refreshes() const
 {
-    return gui->status_line->counts_received();
+    return static_cast<StatusLine *>(gui->statusBar())->counts_received();
 }
 
 bool WindowHandle::is_second_copy() const
 {
-    return gui->copy_lock.is_second_copy();
+    return gui->is_second_copy();
 }
 
 QSettings WindowHandle::settings()
@@ -68,12 +68,12 @@ QSettings WindowHandle::settings()
 
 QMenu *WindowHandle::device_menu() const
 {
-    return gui->device_menu;
+    return gui->menuBar()->actions().at(1)->menu();
 }
 
 std::map<QString, Device *> &WindowHandle::all_devices() const
 {
-    return gui->devices;
+    return gui->all_devices();
 }
 
 Device *WindowHandle::find_device(const QString &id) const
@@ -98,27 +98,27 @@ void WindowHandle::update(Device *device)
 
 DeviceListView *WindowHandle::view() const
 {
-    return gui->table.view();
+    return gui->device_table().view();
 }
 
 QStandardItemModel &WindowHandle::model() const
 {
-    return gui->table.model();
+    return gui->device_table().model();
 }
 
 int WindowHandle::row_of(Device *device) const
 {
-    return gui->table.row_of(*device);
+    return gui->device_table().row_of(*device);
 }
 
 bool WindowHandle::is_selected(Device *device) const
 {
-    return gui->table.is_selected(*device);
+    return gui->device_table().is_selected(*device);
 }
 
 std::vector<Device *> WindowHandle::selected_devices() const
 {
-    return gui->selected_devices();
+    return gui->device_table().selected();
 }
 
 void WindowHandle::delete_selected()
@@ -128,57 +128,57 @@ void WindowHandle::delete_selected()
 
 bool WindowHandle::is_sorted() const
 {
-    return gui->table.is_sorted();
+    return gui->device_table().is_sorted();
 }
 
 const std::vector<std::string> &WindowHandle::column_ids() const
 {
-    return gui->table.ids();
+    return gui->device_table().ids();
 }
 
 const QStringList &WindowHandle::column_names() const
 {
-    return gui->table.captions();
+    return gui->device_table().captions();
 }
 
 const std::vector<QAction *> &WindowHandle::column_actions() const
 {
-    return gui->table.actions();
+    return gui->device_table().actions();
 }
 
 std::vector<int> WindowHandle::shown_columns() const
 {
-    return gui->table.shown_columns();
+    return gui->device_table().shown_columns();
 }
 
 void WindowHandle::toggle_column(size_t index)
 {
-    gui->table.toggle_column(index);
+    gui->device_table().toggle_column(index);
 }
 
 void WindowHandle::show_default_columns()
 {
-    gui->table.show_default_columns();
+    gui->device_table().show_default_columns();
 }
 
 void WindowHandle::show_column_menu(const QPoint &position)
 {
-    gui->table.show_column_menu(position);
+    gui->device_table().show_column_menu(position);
 }
 
 QMenu *WindowHandle::header_menu() const
 {
-    return gui->table.menu();
+    return gui->device_table().menu();
 }
 
 QIcon WindowHandle::load_icon(const QString &path)
 {
-    return gui->table.load_icon(path);
+    return gui->device_table().load_icon(path);
 }
 
 QTimer &WindowHandle::meter_timer() const
 {
-    return gui->meter_timer;
+    return *gui->findChild<QTimer *>("meter_timer");
 }
 
 void WindowHandle::meter_tick()
@@ -188,22 +188,22 @@ void WindowHandle::meter_tick()
 
 QComboBox *WindowHandle::search_box() const
 {
-    return gui->search_combo;
+    return gui->findChild<QComboBox *>("search_box");
 }
 
 FrameThrottle &WindowHandle::search_pace() const
 {
-    return gui->table.search_pace();
+    return gui->device_table().search_pace();
 }
 
 QString WindowHandle::highlighted_text() const
 {
-    return gui->table.search();
+    return gui->device_table().search();
 }
 
 void WindowHandle::refresh_search()
 {
-    gui->table.refresh_search();
+    gui->device_table().refresh_search();
 }
 
 void WindowHandle::commit_search()
@@ -213,15 +213,15 @@ void WindowHandle::commit_search()
 
 PropertyPanel &WindowHandle::panel() const
 {
-    return gui->panel;
+    return gui->property_panel();
 }
 
 PanelRow WindowHandle::row(const std::string &key) const
 {
-    const Property *row = gui->panel.row(key);
+    const Property *row = gui->property_panel().row(key);
     if (!row)
         qFatal("no row %s", key.c_str());
-    return {*row, *gui->panel.row_widgets(key)};
+    return {*row, *gui->property_panel().row_widgets(key)};
 }
 
 std::map<std::string, PanelRow> WindowHandle::rows() const
@@ -234,27 +234,27 @@ std::map<std::string, PanelRow> WindowHandle::rows() const
 
 QScrollArea *WindowHandle::property_scroll() const
 {
-    return gui->panel.findChild<QScrollArea *>("property_scroll");
+    return gui->property_panel().findChild<QScrollArea *>("property_scroll");
 }
 
 QSplitter *WindowHandle::property_splitter() const
 {
-    return gui->property_splitter;
+    return gui->findChild<QSplitter *>("property_splitter");
 }
 
 QTimer &WindowHandle::panel_timer() const
 {
-    return gui->panel_timer;
+    return *gui->findChild<QTimer *>("panel_timer");
 }
 
 bool WindowHandle::is_editing() const
 {
-    return gui->panel.is_editing();
+    return gui->property_panel().is_editing();
 }
 
 void WindowHandle::set_edit_mode(bool on)
 {
-    gui->panel.set_edit_mode(on);
+    gui->property_panel().set_edit_mode(on);
 }
 
 void WindowHandle::confirm()
@@ -264,37 +264,37 @@ void WindowHandle::confirm()
 
 QPushButton *WindowHandle::edit_button() const
 {
-    return gui->panel.findChild<QPushButton *>("edit_button");
+    return gui->property_panel().findChild<QPushButton *>("edit_button");
 }
 
 QToolButton *WindowHandle::confirm_button() const
 {
-    return gui->panel.findChild<QToolButton *>("confirm_button");
+    return gui->property_panel().findChild<QToolButton *>("confirm_button");
 }
 
 QToolButton *WindowHandle::cancel_button() const
 {
-    return gui->panel.findChild<QToolButton *>("cancel_button");
+    return gui->property_panel().findChild<QToolButton *>("cancel_button");
 }
 
 QPushButton *WindowHandle::identify_button() const
 {
-    return gui->identify_button;
+    return gui->findChild<QPushButton *>("identify_button");
 }
 
 QPushButton *WindowHandle::eq_button() const
 {
-    return gui->eq_button;
+    return gui->findChild<QPushButton *>("eq_button");
 }
 
 QSplitter *WindowHandle::eq_splitter() const
 {
-    return gui->eq_splitter;
+    return gui->findChild<QSplitter *>("eq_splitter");
 }
 
 CurveWidget *WindowHandle::curve() const
 {
-    return gui->curve_widget;
+    return &gui->curve();
 }
 
 void WindowHandle::refresh_eq_view()
@@ -304,12 +304,12 @@ void WindowHandle::refresh_eq_view()
 
 QComboBox *WindowHandle::network_box() const
 {
-    return gui->network_combo;
+    return gui->findChild<QComboBox *>("network_box");
 }
 
 QString WindowHandle::network() const
 {
-    return gui->current_network;
+    return gui->network();
 }
 
 void WindowHandle::update_network_list()
@@ -329,7 +329,7 @@ void WindowHandle::show_network_info()
 
 QTimer &WindowHandle::discovery_timer() const
 {
-    return gui->discovery_timer;
+    return *gui->findChild<QTimer *>("discovery_timer");
 }
 
 void WindowHandle::discover()
@@ -350,12 +350,12 @@ QString WindowHandle::send_to_device(Device *device, const QJsonObject &object, 
 
 DeviceLink &WindowHandle::link() const
 {
-    return gui->device_link;
+    return gui->link();
 }
 
 void WindowHandle::drain()
 {
-    gui->device_link.on_packet();
+    gui->link().on_packet();
 }
 
 size_t WindowHandle::known_senders() const
@@ -376,12 +376,12 @@ void WindowHandle::report(const QHostAddress &from, const QJsonObject &object, b
 
 void WindowHandle::remove_rows(const std::vector<Device *> &leaving)
 {
-    gui->table.remove(leaving);
+    gui->device_table().remove(leaving);
 }
 
 void WindowHandle::begin_batch()
 {
-    batches.push_back(std::make_unique<DeviceTable::Batch>(gui->table));
+    batches.push_back(std::make_unique<DeviceTable::Batch>(gui->device_table()));
 }
 
 void WindowHandle::end_batch()
@@ -391,12 +391,12 @@ void WindowHandle::end_batch()
 
 bool WindowHandle::is_in_batch() const
 {
-    return gui->table.is_in_batch();
+    return gui->device_table().is_in_batch();
 }
 
 DeviceCache &WindowHandle::cache() const
 {
-    return gui->device_cache;
+    return gui->cache();
 }
 
 void WindowHandle::load_cache()
@@ -431,7 +431,8 @@ void WindowHandle::restore_backup(const QJsonObject &backup, uint32_t mask)
 
 DeppenAss *WindowHandle::assistant(const Device *device) const
 {
-    return device->has_assistant ? gui->assistant : nullptr;
+    const QList<DeppenAss *> made = gui->findChildren<DeppenAss *>();
+    return device->has_assistant && !made.isEmpty() ? made.last() : nullptr;
 }
 
 DeppenAss *WindowHandle::make_assistant(Device *device)
@@ -446,17 +447,17 @@ void WindowHandle::upload(Device *device, QByteArray &bytes, const QString &remo
 
 QTFTPFileUploader *WindowHandle::transfer(const Device *device) const
 {
-    return gui->uploads.transfer(device);
+    return gui->all_uploads().transfer(device);
 }
 
 void WindowHandle::drop_transfer(Device *device)
 {
-    gui->uploads.drop(device);
+    gui->all_uploads().drop(device);
 }
 
 Uploads &WindowHandle::uploads() const
 {
-    return gui->uploads;
+    return gui->all_uploads();
 }
 
 void WindowHandle::enable_logging()
@@ -466,7 +467,7 @@ void WindowHandle::enable_logging()
 
 void WindowHandle::open_log(Device *device)
 {
-    gui->log_windows.open({device});
+    gui->logs().open({device});
 }
 
 void WindowHandle::append_log(Device *device, bool highlighted, const QString &text)
@@ -476,12 +477,12 @@ void WindowHandle::append_log(Device *device, bool highlighted, const QString &t
 
 bool WindowHandle::are_logs_shown() const
 {
-    return gui->log_windows.is_empty();
+    return gui->logs().is_empty();
 }
 
 LogWindow *WindowHandle::log_window(const Device *device) const
 {
-    return gui->log_windows.window(device);
+    return gui->logs().window(device);
 }
 
 QPlainTextEdit *WindowHandle::log_view(const Device *device) const
