@@ -42,7 +42,10 @@ DeviceLink::DeviceLink()
     , receive_buffer(LARGEST_DATAGRAM)
 {
     for (const Socket *socket : sockets)
-        connect(socket, &QUdpSocket::readyRead, this, &DeviceLink::on_packet);
+        connect(socket, &QUdpSocket::readyRead, this, [this] {
+            if (is_drained()) // else the timer is about to: one slice per turn is enough
+                on_packet();
+        });
     drain_timer.setSingleShot(true);
     drain_timer.setInterval(0);
     connect(&drain_timer, &QTimer::timeout, this, &DeviceLink::on_packet);

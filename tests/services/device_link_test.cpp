@@ -240,6 +240,21 @@ private slots:
         QTRY_COMPARE(heard.size(), 80);
     }
 
+    // The socket tells of more while the timer is about to read on: two slices would be twice as
+    // long.
+    void no_turn_of_the_event_loop_takes_two_slices()
+    {
+        link->open();
+        burden = 7;
+        send_some(30);
+        for (int turn = 0; heard.size() < 30 && turn < 1000; ++turn) {
+            const auto before = slices.size();
+            QCoreApplication::processEvents(QEventLoop::AllEvents);
+            QVERIFY2(slices.size() - before <= 1, qPrintable(QString::number(turn)));
+        }
+        QCOMPARE(heard.size(), 30);
+    }
+
     void a_slot_may_end_the_slice()
     {
         link->open();
