@@ -71,6 +71,7 @@ public:
     bool is_closed() const { return closed; }
     bool is_second_copy() const { return copy_lock.is_second_copy(); }
     const QString &network() const { return networks.current_network; }
+    size_t known_senders() const { return senders.size(); } // addresses that devices are heard from
     std::map<QString, Device *> &all_devices() { return devices; }
     Device *find_device(const QString &device_id) const; // null when unknown
 

@@ -360,7 +360,7 @@ void WindowHandle::drain()
 
 size_t WindowHandle::known_senders() const
 {
-    return gui->senders.size();
+    return gui->known_senders();
 }
 
 void WindowHandle::deliver(const QHostAddress &from, const QByteArray &datagram)
