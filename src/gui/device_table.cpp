@@ -460,17 +460,18 @@ void DeviceTable::renew_note()
 
 void DeviceTable::repaint_meters()
 {
+    DeviceListView *list = device_list; // none any more while the window goes
     const int column = column_of("meter");
-    if (column < 0 || device_list->isColumnHidden(column))
+    if (!list || column < 0 || list->isColumnHidden(column))
         return;
-    const int bottom = device_list->viewport()->height();
-    QModelIndex row = device_list->indexAt(QPoint(0, 0));
+    const int bottom = list->viewport()->height();
+    QModelIndex row = list->indexAt(QPoint(0, 0));
     while (row.isValid()) {
         const QModelIndex cell = row.siblingAtColumn(column);
-        if (device_list->visualRect(cell).top() >= bottom)
+        if (list->visualRect(cell).top() >= bottom)
             break;
-        device_list->update(cell);
-        row = device_list->indexBelow(row);
+        list->update(cell);
+        row = list->indexBelow(row);
     }
 }
 
