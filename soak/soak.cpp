@@ -15,12 +15,13 @@ constexpr int CONFIRM_ROUNDS = 6;
 constexpr const char *RESTART = "close and start again";
 // ms of the window's own for which it may stand still. Starting anew is closing and opening it.
 #ifdef VELMARK_SANITIZED
-constexpr double MOST_STALL = 720;
-constexpr double LONGEST_RESTART = 6000;
+constexpr double SLOWNESS = 4;
 #else
-constexpr double MOST_STALL = 180;
-constexpr double LONGEST_RESTART = 1500;
+constexpr double SLOWNESS = 1;
 #endif
+constexpr double MOST_STALL = 100 * SLOWNESS;
+constexpr double STALL_PER_DEVICE = 0.25 * SLOWNESS; // more than that
+constexpr double LONGEST_RESTART = 1500 * SLOWNESS;
 constexpr double MORE_HEAP = 24;       // MiB that a fresh window may hold more than the first did
 constexpr double MOST_RESIDENT = 1500; // MiB at any time
 
@@ -164,7 +165,8 @@ void Soak::play()
 void Soak::check_stalls()
 {
     for (const auto &[deed, stall] : stalls.longest_own) {
-        const double limit = deed == RESTART ? LONGEST_RESTART : MOST_STALL;
+        const double limit
+            = deed == RESTART ? LONGEST_RESTART : MOST_STALL + STALL_PER_DEVICE * fleet.count;
         expect(stall.own <= limit,
                QString("the window stood still for %1 ms of its own (CPU time "
                        "%2 ms) after: %3")
