@@ -102,17 +102,17 @@ private slots:
     {
         Peer peer(11);
         Upload upload(11, made_data(100));
-        QStringList told;
+        QStringList lines;
         connect(&upload.uploader, &QTFTPFileUploader::progress, this,
-                [&upload, &told](int percent) {
-                    told << QString("%1 %2 %3")
+                [&upload, &lines](int percent) {
+                    lines << QString("%1 %2 %3")
                                 .arg(percent)
                                 .arg(upload.uploader.percent())
                                 .arg(upload.uploader.is_active());
                 });
         upload.uploader.start();
         QTRY_VERIFY(upload.is_good());
-        QCOMPARE(told, (QStringList{"0 0 1", "0 0 1", "99 99 1", "100 100 0"}));
+        QCOMPARE(lines, (QStringList{"0 0 1", "0 0 1", "99 99 1", "100 100 0"}));
     }
 
     // The kernel gives every datagram to the socket bound last.

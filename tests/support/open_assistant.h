@@ -50,9 +50,12 @@ struct OpenAssistant
         return page();
     }
 
+    // The first moments of a page take no input.
+    void wait_as_a_reader_does() const { dialog()->findChild<InputGuard *>()->lift(); }
+
     void press_next() const
     {
-        dialog()->findChild<InputGuard *>()->lift(); // who reads has waited long enough
+        wait_as_a_reader_does();
         for (auto *button : dialog()->findChildren<QPushButton *>())
             if (button->text() == "Next")
                 QTest::mouseClick(button, Qt::LeftButton);
@@ -60,6 +63,7 @@ struct OpenAssistant
 
     void choose_product() const
     {
+        wait_as_a_reader_does();
         auto *combo = dialog()->findChild<QComboBox *>();
         combo->setFocus();
         for (int i = 0; i < 4; ++i)
