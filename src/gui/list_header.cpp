@@ -43,7 +43,8 @@ void ListHeader::keyPressEvent(QKeyEvent *event)
         emit menu_wanted({qMax(0, sectionViewportPosition(chosen_section())), height()});
         return;
     default:
-        QWidget::keyPressEvent(event);
+        // Not the view's way with keys, which moves a current cell that a header does not show.
+        QWidget::keyPressEvent(event); // NOLINT(bugprone-parent-virtual-call)
     }
 }
 
