@@ -106,9 +106,9 @@ private slots:
         connect(&upload.uploader, &QTFTPFileUploader::progress, this,
                 [&upload, &lines](int percent) {
                     lines << QString("%1 %2 %3")
-                                .arg(percent)
-                                .arg(upload.uploader.percent())
-                                .arg(upload.uploader.is_active());
+                                 .arg(percent)
+                                 .arg(upload.uploader.percent())
+                                 .arg(upload.uploader.is_active());
                 });
         upload.uploader.start();
         QTRY_VERIFY(upload.is_good());
