@@ -647,7 +647,8 @@ private slots:
         QCOMPARE(InputGuard::DURATION, 700);
         // Begun anew, as the way to this page may have taken longer than that on a busy computer.
         guard().start();
-        QVERIFY(guard().rest() > 0 && guard().rest() <= 700);
+        // The toolkit's timers are 5 % early or late.
+        QVERIFY(guard().rest() > 0 && guard().rest() <= 735);
     }
 
     // A technician types into the panel when a device from the factory joins.

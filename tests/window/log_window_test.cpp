@@ -227,7 +227,7 @@ private slots:
     // Each window is painted on 2.8 MB, which it gives back while nothing in it changes.
     void an_empty_log_costs_at_most_half_a_megabyte()
     {
-#if defined(__SANITIZE_ADDRESS__) || defined(__has_feature)
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
         QSKIP("The sanitizers keep freed memory, and guards around each piece.");
 #endif
         constexpr int COUNT = 60;
