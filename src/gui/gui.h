@@ -22,6 +22,7 @@
 #include <QHostAddress>
 #include <QJsonObject>
 #include <QMainWindow>
+#include <QPointer>
 #include <QTimer>
 
 #include <map>
@@ -232,7 +233,7 @@ private:
 
     KeptSections kept_sections; // of the file that is being offered
     Uploads uploads;
-    DeppenAss *assistant = nullptr; // the last one; open while it helps a device
+    QPointer<DeppenAss> assistant; // the last one; open while it helps a device
 
     QSplitter *property_splitter = nullptr;
     QSplitter *eq_splitter = nullptr;

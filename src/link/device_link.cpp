@@ -154,7 +154,9 @@ void DeviceLink::on_packet()
             emit received(sender, payload);
     }
     // A socket that was left unread after its signal stays silent until somebody reads it.
-    if (!is_drained)
+    if (is_drained)
+        drain_timer.stop();
+    else
         drain_timer.start();
     emit drained();
 }
