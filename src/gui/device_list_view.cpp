@@ -24,6 +24,24 @@ size_t at(int column)
     return static_cast<size_t>(column);
 }
 
+// A key that leads to a row, and selects that row alone.
+bool moves_alone(const QKeyEvent &event)
+{
+    if ((event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
+        return false;
+    switch (event.key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 DeviceListView::DeviceListView(QWidget *parent)
@@ -129,7 +147,9 @@ QString DeviceListView::cut_text(const QModelIndex &index) const
     return shown == text ? text : shown + "…";
 }
 
-// The base class would copy the one cell that is current.
+// The base class would copy the one cell that is current. And it selects nothing when a key finds
+// no way to go: a list that has just got the focus stands on its first row without having it
+// selected.
 void DeviceListView::keyPressEvent(QKeyEvent *event)
 {
     if (event->matches(QKeySequence::Copy)) {
@@ -138,6 +158,10 @@ void DeviceListView::keyPressEvent(QKeyEvent *event)
         return;
     }
     QTreeView::keyPressEvent(event);
+    if (moves_alone(*event) && currentIndex().isValid()
+        && !selectionModel()->isSelected(currentIndex()))
+        selectionModel()->select(currentIndex(),
+                                 QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }
 
 void DeviceListView::mark_dirty(int first_column, int last_column)

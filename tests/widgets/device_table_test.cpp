@@ -226,6 +226,22 @@ private slots:
         QCOMPARE(table->selected(), (std::vector<Device *>{devices[2].get()}));
     }
 
+    // A list that gets the focus stands on its first row, which is not selected.
+    void a_key_that_finds_no_way_selects_the_row_where_it_stands()
+    {
+        add("name 0");
+        table->view()->setFocus();
+        QVERIFY(table->selected().empty());
+        QTest::keyClick(view(), Qt::Key_Down);
+        QCOMPARE(table->selected(), (std::vector<Device *>{devices[0].get()}));
+        add("name 1");
+        view()->clearSelection();
+        QTest::keyClick(view(), Qt::Key_Home, Qt::ControlModifier);
+        QVERIFY(table->selected().empty());
+        QTest::keyClick(view(), Qt::Key_Home);
+        QCOMPARE(table->selected(), (std::vector<Device *>{devices[0].get()}));
+    }
+
     void devices_are_counted()
     {
         QSignalSpy changes(table.get(), &DeviceTable::counts_changed);
