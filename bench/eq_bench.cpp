@@ -116,9 +116,13 @@ void measure_painting()
     at_most_times("a drag step at 1900 x 500", sliced, "us", one_stroke, "one stroke per curve",
                   0.25);
     const double idle = least_microseconds(30, [&view] { view.repaint(); });
+    view.grid->columns_per_stroke = std::numeric_limits<int>::max();
+    const double plain = least_microseconds(30, [&view] { view.repaint(); });
+    view.grid->columns_per_stroke = columns;
+    at_most_times("paint of the idle view", idle, "us", plain, "one stroke per curve", 0.5);
     view.set_has_curve(false);
     const double blank = least_microseconds(30, [&view] { view.repaint(); });
-    at_most_times("paint of the idle view", idle, "us", blank, "the background alone", 2.5);
+    tell("paint of the background alone", blank, "us");
     const double refresh = least_microseconds(100, [&view] {
         const QList<Filter *> filters = make_filters(BANDS);
         static_cast<void>(same_filters(filters, view.filters));
