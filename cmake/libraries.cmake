@@ -6,8 +6,12 @@
 #   window    the member files of Gui                          widgets
 # Each folder under src/ adds its own files with target_sources.
 find_package(ZLIB REQUIRED)
+set(VELMARK_LIBRARIES STATIC CACHE STRING
+    "SHARED lets scripts/mutate.sh put a changed library under tests that are linked already")
 foreach(library rules services widgets window)
-    add_library(${library} STATIC)
+    add_library(${library} ${VELMARK_LIBRARIES})
+    # No macro of its own: the libraries share precompiled headers.
+    set_target_properties(${library} PROPERTIES DEFINE_SYMBOL "")
     target_include_directories(${library} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(${library} PUBLIC velmark_flags PRIVATE velmark_hardening)
 endforeach()

@@ -1,32 +1,45 @@
 #!/usr/bin/env python3
-"""What scripts/mutate.sh runs inside its copy of the tree."""
+"""What scripts/mutate.sh runs beside its copy of the tree, which is built and stays as it is.
+
+A mutant is compiled beside the tree and linked into a library of its own; the tests find it by the
+loader's search path, so nothing else is built or linked. Which tests execute a line was measured
+once, by each test's coverage."""
+import collections
 import concurrent.futures
 import dataclasses
+import hashlib
+import json
 import os
 import pathlib
 import random
 import re
+import resource
+import shlex
+import shutil
+import signal
 import subprocess
 import sys
+import tempfile
+import threading
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
-import tests_of  # noqa: E402
-
-ROOT = tests_of.ROOT
-BUILD = ROOT / "build" / "dev"
-OUTPUT = ROOT.parent
+OUTPUT = pathlib.Path.cwd()
+COPY = OUTPUT / "copy"
+BUILD = COPY / "build" / "dev"
+LIBRARIES = ("rules", "services", "widgets", "window")
 JOBS = int(os.environ.get("JOBS", "2"))
-TIMEOUT = 240
+# Seconds that the tests of one mutant may take, measured without it; 0: all that execute the line.
+BUDGET = float(os.environ.get("BUDGET", "0"))
 
 # The formatter puts a space on each side of an operator, and none inside template brackets.
 OPERATORS = {" == ": " != ", " != ": " == ", " < ": " <= ", " <= ": " < ", " > ": " >= ",
              " >= ": " > ", " && ": " || ", " || ": " && ", " + ": " - ", " - ": " + ",
              " * ": " / ", " / ": " * ", " += ": " -= ", " -= ": " += ", "++": "--", "--": "++",
              " % ": " * ", " & ": " | ", " | ": " & "}
-# Log texts, assertions about our own faults, and what only the compiler reads.
+# Log texts, assertions about our own faults, room that is reserved, and what only the compiler reads.
 SPARED = re.compile(r"^\s*(#|//|using |namespace|template|static_assert|Q_OBJECT)"
-                    r"|\bq(Debug|Info|Warning|Critical|Fatal)\b|FATAL_ASSERT|Q_ASSERT|Q_UNREACHABLE")
+                    r"|\bq(Debug|Info|Warning|Critical|Fatal)\b|FATAL_ASSERT|Q_ASSERT|Q_UNREACHABLE"
+                    r"|\breserve\(|\bsqueeze\(|setObjectName\(")
 STATEMENT = re.compile(r"^(\s{4,})((?!return|break|continue|delete|throw|case|default|else|const |auto )"
                        r"[A-Za-z_][\w:.\[\]>*-]*(?:\([^;]*\)| [-+|&]?= [^;]*));\s*(//.*)?$")
 CALL = re.compile(r"\b[A-Za-z_]\w*\((?P<first>[\w.]+(?:\(\))?), (?P<second>[\w.]+(?:\(\))?)\)")
@@ -34,14 +47,29 @@ CALL = re.compile(r"\b[A-Za-z_]\w*\((?P<first>[\w.]+(?:\(\))?), (?P<second>[\w.]
 
 @dataclasses.dataclass
 class Place:
-    path: pathlib.Path
+    path: str  # inside the copy
     line: int  # from 0
     kind: str
-    text: str  # the line as it becomes
+    old: str
+    new: str  # the line as it becomes
 
-    def name(self):
-        return f"{self.path.relative_to(ROOT)}:{self.line + 1}"
+    def key(self):
+        return f"{self.path}|{self.old.strip()}|{self.new.strip()}"
 
+    def text(self):
+        return f"{self.path}:{self.line + 1}: {self.kind}: {self.old.strip()}  ->  {self.new.strip()}"
+
+
+@dataclasses.dataclass
+class Test:
+    name: str
+    command: list
+    environment: dict
+    folder: str
+    seconds: float = 0
+
+
+# ---- places -----------------------------------------------------------------------------------
 
 def without_texts(line):
     """The same length, without what stands in quotes and comments."""
@@ -49,14 +77,15 @@ def without_texts(line):
     return re.sub(r"//.*", lambda match: "_" * len(match[0]), line)
 
 
-def changes_of(line):
-    """Pairs of a kind and the line with that change."""
-    bare = without_texts(line)
+def operators_of(line, bare):
     for operator, other in OPERATORS.items():
         for match in re.finditer(re.escape(operator), bare):
             if operator in (" * ", " & ") and re.match(r"\s*(const )?[A-Z]\w* [*&] ", bare):
-                continue # a declaration
+                continue  # a declaration
             yield "operator", line[:match.start()] + other + line[match.end():]
+
+
+def constants_of(line, bare):
     for match in re.finditer(r"(?<![\w.])\d+(?:\.\d+)?(?=[^\w.]|[uUfFlL]+\b|$)", bare):
         old = match[0]
         new = str(float(old) * 2 + 1) if "." in old else str(int(old) + 1)
@@ -64,6 +93,9 @@ def changes_of(line):
     for match in re.finditer(r"\b(true|false)\b", bare):
         new = "false" if match[0] == "true" else "true"
         yield "constant", line[:match.start()] + new + line[match.end():]
+
+
+def others_of(line, bare):
     match = re.match(r"^(\s*(?:\} else )?(?:if|while) \()(.*)(\)(?: \{)?)$", bare)
     if match and ";" not in match[2] and match[2].count("(") == match[2].count(")"):
         begin, end = match.span(2)
@@ -82,102 +114,362 @@ def places_in(folder):
     found = []
     for path in sorted(folder.rglob("*.cpp") if folder.is_dir() else [folder]):
         for number, line in enumerate(path.read_text(encoding="utf-8").split("\n")):
-            if not SPARED.search(line) and line[:1] != "*":
-                found += [Place(path, number, kind, text) for kind, text in changes_of(line)]
+            if SPARED.search(line):
+                continue
+            bare = without_texts(line)
+            for changes in (operators_of, constants_of, others_of):
+                found += [Place(str(path.relative_to(COPY)), number, kind, line, new)
+                          for kind, new in changes(line, bare)]
     return found
 
 
-def run(command, timeout=None):
-    environment = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+# ---- running a test ---------------------------------------------------------------------------
+
+def limits():
+    resource.setrlimit(resource.RLIMIT_AS, (6 << 30, 6 << 30))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+def run_test(test, own, function="", library_path="", profile="/dev/null", timeout=600.0):
+    """The failed function (or what else went wrong), or nothing when the test is green. `own` is a
+    folder for what the test writes."""
+    shutil.rmtree(own, ignore_errors=True)
+    (own / "config").mkdir(parents=True)
+    environment = dict(os.environ, **test.environment)
+    environment |= {"QT_QPA_PLATFORM": "offscreen", "XDG_CONFIG_HOME": str(own / "config"),
+                    "LLVM_PROFILE_FILE": profile, "LD_LIBRARY_PATH": library_path}
+    command = test.command + ([function] if function else [])
+    process = subprocess.Popen(command, cwd=test.folder, env=environment, stdin=subprocess.DEVNULL,
+                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                               errors="replace", start_new_session=True, preexec_fn=limits)
+    hung = threading.Event()
+
+    def stop():
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+
+    timer = threading.Timer(timeout, lambda: (hung.set(), stop()))
+    timer.start()
+    failed = ""
+    for line in process.stdout:
+        match = re.match(r"(?:FAIL!|XPASS) *: \w+::(\w+)", line)
+        if match:
+            failed = match[1]
+            break
+    timer.cancel()
+    if failed:
+        stop()
+    code = process.wait()
+    stop()  # what it started
+    process.stdout.close()
+    if failed:
+        return failed
+    return "hangs" if hung.is_set() else "ends badly" if code != 0 else ""
+
+
+# ---- coverage: which tests execute a line -----------------------------------------------------
+
+def all_tests():
+    listed = json.loads(subprocess.run(["ctest", "--show-only=json-v1"], cwd=BUILD, check=True,
+                                       capture_output=True, text=True).stdout)["tests"]
+    tests = []
+    for test in listed:
+        if "/" not in test["name"] or "command" not in test or not os.path.exists(test["command"][0]):
+            continue
+        properties = {entry["name"]: entry["value"] for entry in test["properties"]}
+        environment = dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", []))
+        tests.append(Test(test["name"], test["command"], environment,
+                          properties.get("WORKING_DIRECTORY", str(BUILD / "tests"))))
+    return tests
+
+
+def lines_of(profiles, own):
+    """What stands executed in the profiles: file -> line numbers from 0."""
+    merged = own / "merged"
+    subprocess.run(["llvm-profdata", "merge", "-sparse", "-o", merged, *profiles], check=True)
+    objects = [part for library in LIBRARIES for part in ("-object", library_file(library))]
+    text = subprocess.run(["llvm-cov", "export", "-format=lcov", f"-instr-profile={merged}",
+                           "-skip-functions", *objects[1:]], check=True, capture_output=True, text=True).stdout
+    covered, name = collections.defaultdict(list), ""
+    for line in text.split("\n"):
+        if line.startswith("SF:"):
+            name = os.path.relpath(line[3:], COPY)
+        elif line.startswith("DA:") and name.startswith("src/"):
+            number, count = line[3:].split(",")[:2]
+            if count != "0":
+                covered[name].append(int(number) - 1)
+    return covered
+
+
+def cover(test):
+    """Of one test: what it executes and how long it takes. Nothing when it is red without a mutant."""
+    own = pathlib.Path(tempfile.mkdtemp(prefix="cover-", dir=OUTPUT))
     try:
-        return subprocess.run(command, cwd=BUILD, timeout=timeout, env=environment,
-                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, text=True, errors="replace").returncode
-    except subprocess.TimeoutExpired:
-        return -1
+        for _ in range(2):
+            shutil.rmtree(own / "profiles", ignore_errors=True)
+            started = time.monotonic()
+            red = run_test(test, own / "run", profile=f"{own}/profiles/%p-%m.profraw")
+            seconds = time.monotonic() - started
+            if not red:
+                return {"seconds": seconds, "lines": lines_of(list((own / "profiles").iterdir()), own)}
+        print(f"{test.name} is red without any change ({red}) and is left out", flush=True)
+        return None
+    finally:
+        shutil.rmtree(own, ignore_errors=True)
 
 
-def build(targets):
-    return run(["cmake", "--build", ".", "--parallel", str(JOBS), "--target", *targets]) == 0
+def file_hash(paths):
+    digest = hashlib.sha256()
+    for path in paths:
+        digest.update(pathlib.Path(path).read_bytes())
+    return digest.hexdigest()
 
 
-def is_red(test):
-    command = ["ctest", "--tests-regex", f"^{test}$", "--timeout", str(TIMEOUT)]
-    return run(command) != 0 and run(command) != 0
-
-
-def first_red(tests):
-    """The name of a test that notices, or nothing."""
+def coverage_of(tests):
+    """Kept per test in coverage.json, until the sources or the test change."""
+    kept_path = OUTPUT / "coverage.json"
+    kept = json.loads(kept_path.read_text()) if kept_path.exists() else {}
+    sources = file_hash(sorted((COPY / "src").rglob("*.cpp")))
+    stamps = {test.name: sources + file_hash([COPY / "tests" / f"{test.name}.cpp"]) for test in tests}
+    missing = [test for test in tests if kept.get(test.name, {}).get("stamp") != stamps[test.name]]
+    if missing:
+        print(f"measuring what {len(missing)} tests execute", flush=True)
     with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
-        for start in range(0, len(tests), JOBS):
-            batch = tests[start:start + JOBS]
-            if not build([test.split("/")[1] for test in batch]):
-                return "the linker"
-            for test, red in zip(batch, pool.map(is_red, batch)):
-                if red:
-                    return test
-    return ""
+        for test, found in zip(missing, pool.map(cover, missing)):
+            kept[test.name] = (found or {"seconds": 0, "lines": {}}) | {"stamp": stamps[test.name]}
+            kept_path.write_text(json.dumps(kept))
+    by_line = collections.defaultdict(list)
+    for test in tests:
+        test.seconds = kept[test.name]["seconds"]
+        for path, lines in kept[test.name]["lines"].items():
+            for line in lines:
+                by_line[path, line].append(test)
+            by_line[path, None].append(test)
+    return by_line
 
 
-def is_compiled(place):
-    """Whether the source still compiles; without, the place is no candidate."""
-    source = str(place.path.relative_to(ROOT))
-    entries = subprocess.run(["ninja", "-t", "targets", "all"], cwd=BUILD, capture_output=True,
-                             text=True).stdout
-    objects = [line.split(":")[0] for line in entries.split("\n") if f"{source}.o:" in line]
-    return build(objects) if objects else False
+def words(name):
+    return set(re.split(r"[/_.]", name)) - {"gui", "test", "src", "tests", "device", "rules", "cpp",
+                                            "fleet", "window", "widgets", "services"}
+
+
+def executing(place, by_line):
+    """The tests that execute the line; a constant outside functions counts for the whole file."""
+    is_constant = re.match(r"(const|constexpr|inline) ", place.old)
+    return by_line[place.path, place.line] or (by_line[place.path, None] if is_constant else [])
+
+
+def tests_for(place, by_line):
+    """Quick ones first, and those with a word of the file in their name."""
+    def worth(test):
+        return (test.seconds + 0.2) * (0.2 if words(place.path) & words(test.name) else 1)
+
+    chosen, total = [], 0.0
+    for test in sorted(executing(place, by_line), key=worth):
+        total += test.seconds
+        if BUDGET and chosen and total > BUDGET:
+            break
+        chosen.append(test)
+    return chosen
+
+
+# ---- building a mutant ------------------------------------------------------------------------
+
+def library_file(library):
+    return str(next(BUILD.rglob(f"lib{library}.so")))
+
+
+def read_commands():
+    """Per source its compiler's words, and per library its linker's."""
+    compilers, linkers = {}, {}
+    for entry in json.loads((BUILD / "compile_commands.json").read_text()):
+        path = os.path.relpath(entry["file"], COPY)
+        library = re.search(r" -o CMakeFiles/(\w+)\.dir/", entry["command"])
+        if path.startswith("src/") and library and library[1] in LIBRARIES:
+            parts = shlex.split(entry["command"])
+            start = next(i for i, part in enumerate(parts) if part.endswith("clang++"))
+            parts = [part for part in parts[start:] if not part.startswith(("-fprofile", "-fcoverage"))]
+            compilers[path] = (library[1], parts, entry["directory"])
+    for library in LIBRARIES:
+        target = os.path.relpath(library_file(library), BUILD)
+        text = subprocess.run(["ninja", "-t", "commands", target], cwd=BUILD, check=True,
+                              capture_output=True, text=True).stdout.strip().split("\n")[-1]
+        parts = shlex.split(text)
+        start = next(i for i, part in enumerate(parts) if part.endswith("clang++"))
+        end = next((i for i in range(start, len(parts)) if parts[i] == "&&"), len(parts))
+        linkers[library] = parts[start:end]
+    return compilers, linkers
+
+
+class Workshop:
+    """A worker's own folder, in which mutants are built."""
+
+    def __init__(self, number, compilers, linkers):
+        self.folder = OUTPUT / f"worker-{number}"
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.libraries = self.folder / "libraries"
+        self.libraries.mkdir(parents=True)
+        self.compilers, self.linkers = compilers, linkers
+
+    def compile(self, place, line, extra=()):
+        """The object with that line in the place, or nothing when that is no source."""
+        library, parts, directory = self.compilers[place.path]
+        original = COPY / place.path
+        lines = original.read_text(encoding="utf-8").split("\n")
+        lines[place.line] = line
+        source = self.folder / original.name
+        source.write_text("\n".join(lines), encoding="utf-8")
+        target = self.folder / "mutant.o"
+        parts = list(parts)
+        self.original_object = parts[parts.index("-o") + 1]
+        parts[parts.index("-o") + 1] = str(target)
+        parts[parts.index("-c") + 1] = str(source)
+        done = subprocess.run(parts + ["-w", "-Wno-error", "-iquote", str(original.parent), *extra],
+                              cwd=directory, capture_output=True, check=False)
+        return target if done.returncode == 0 else None
+
+    def build(self, place):
+        """The folder of a library with the mutant in it, or nothing when it is no candidate."""
+        if place.path not in self.compilers:
+            return None
+        target = self.compile(place, place.new)
+        if not target:
+            return None
+        for other in self.libraries.iterdir():
+            other.unlink()
+        library = self.compilers[place.path][0]
+        parts = list(self.linkers[library])
+        parts[parts.index("-o") + 1] = str(self.libraries / f"lib{library}.so")
+        parts = [str(target) if os.path.normpath(part) == os.path.normpath(self.original_object) else part
+                 for part in parts]
+        assert str(target) in parts, place.path
+        done = subprocess.run(parts, cwd=BUILD, capture_output=True, check=False)
+        return self.libraries if done.returncode == 0 else None
+
+    def is_equal_to_the_compiler(self, place):
+        """Whether the optimised code is the same with and without the mutant."""
+        codes = []
+        for line in (place.old, place.new):
+            parts = self.compile(place, line, ("-O2", "-S", "-g0"))
+            codes.append(parts.read_bytes() if parts else line)
+        return codes[0] == codes[1]
+
+    def is_noticed(self, test, libraries):
+        """Red with the mutant, red again, and green without it: what disturbs a test once is none."""
+        own, timeout = self.folder / "run", max(20.0, 8 * test.seconds)
+        red = run_test(test, own, "", str(libraries), timeout=timeout)
+        if not red or red == "hangs":
+            return red
+        function = red if red not in ("ends badly", "initTestCase", "cleanupTestCase") else ""
+        again = run_test(test, own, function, str(libraries), timeout=timeout)
+        if not again:
+            function = ""
+            again = run_test(test, own, "", str(libraries), timeout=timeout)
+        if again and not run_test(test, own, function, timeout=max(timeout, 60)):
+            return red
+        return ""
+
+
+# ---- the run ----------------------------------------------------------------------------------
+
+class Results:
+    """Appended to a file as they come, so that a run can be stopped and taken up again."""
+
+    def __init__(self):
+        self.path = OUTPUT / "results.jsonl"
+        lines = self.path.read_text().splitlines() if self.path.exists() else []
+        self.all = {entry["key"]: entry for entry in map(json.loads, lines)}
+        self.lock = threading.Lock()
+
+    def add(self, place, outcome, note, seconds):
+        entry = {"key": place.key(), "outcome": outcome, "note": note, "text": place.text(),
+                 "seconds": round(seconds, 1)}
+        with self.lock:
+            self.all[entry["key"]] = entry
+            with self.path.open("a") as file:
+                file.write(json.dumps(entry) + "\n")
+            if outcome != "no candidate":
+                counts = self.counts()
+                print(f"{counts['caught']}/{counts['caught'] + counts['survived']} {outcome} {note}: "
+                      f"{place.text()} ({seconds:.0f} s)", flush=True)
+
+    def counts(self):
+        return collections.Counter(entry["outcome"] for entry in self.all.values())
+
+    def done(self):
+        counts = self.counts()
+        return counts["caught"] + counts["survived"]
+
+
+def judge(place, shop, by_line, results):
+    started = time.monotonic()
+
+    def tell(outcome, note):
+        results.add(place, outcome, note, time.monotonic() - started)
+
+    libraries = shop.build(place)
+    if not libraries:
+        return tell("no candidate", "")
+    tests = tests_for(place, by_line)
+    for test in tests:
+        function = shop.is_noticed(test, libraries)
+        if function:
+            return tell("caught", f"by {test.name}::{function}")
+    if shop.is_equal_to_the_compiler(place):
+        return tell("no candidate", "the compiler makes the same of it")
+    return tell("survived", f"{len(tests)} of {len(executing(place, by_line))} tests")
+
+
+def found_again(entries, places):
+    """The places of earlier results in the tree as it is now."""
+    by_key = {}
+    for place in places:
+        by_key.setdefault(place.key(), place)
+    return [by_key[entry["key"]] for entry in entries if entry["key"] in by_key]
 
 
 def main():
-    count = int(sys.argv[1])
-    folder = ROOT / (sys.argv[2] if len(sys.argv) > 2 else "src")
+    again = sys.argv[1] == "again"
+    folder = COPY / (sys.argv[2] if len(sys.argv) > 2 else "src")
     seed = int(os.environ.get("SEED", "1"))
+    tests = all_tests()
+    by_line = coverage_of(tests)
+    compilers, linkers = read_commands()
     places = places_in(folder)
-    random.Random(seed).shuffle(places)
-    print(f"{len(places)} places, seed {seed}", flush=True)
-    log = open(OUTPUT / "results.txt", "a", encoding="utf-8")
-    caught, survivors, broken_tests = 0, [], set()
-    for place in places:
-        if caught + len(survivors) >= count:
-            break
-        started = time.monotonic()
-        original = place.path.read_text(encoding="utf-8")
-        lines = original.split("\n")
-        old = lines[place.line].strip()
-        tests = [test for test in tests_of.tests_of([place.path]) if test not in broken_tests]
-        lines[place.line] = place.text
-        place.path.write_text("\n".join(lines), encoding="utf-8")
-        try:
-            if not is_compiled(place):
-                continue
-            red = first_red(tests)
-        finally:
-            place.path.write_text(original, encoding="utf-8")
-        if red and red != "the linker" and red not in checked_green(red):
-            broken_tests.add(red)
-            print(f"{red} is red without any change, and is left out", flush=True)
-            continue
-        result = f"{place.name()}: {place.kind}: {old}  ->  {place.text.strip()}"
-        if red:
-            caught += 1
-        else:
-            survivors.append(result)
-        for output in (sys.stdout, log):
-            print(f"{'caught by ' + red if red else 'SURVIVED'}: {result}"
-                  f" ({time.monotonic() - started:.0f} s)", file=output, flush=True)
+    results = Results()
+    if again:
+        chosen = found_again([e for e in results.all.values() if e["outcome"] == "survived"], places)
+        count = len(results.all) + len(chosen)
+    else:
+        count = int(sys.argv[1])
+        random.Random(seed).shuffle(places)
+        chosen = [place for place in places if place.key() not in results.all]
+    print(f"{len(tests)} tests, {len(places)} places, seed {seed}", flush=True)
+    waiting = iter(chosen)
+    lock = threading.Lock()
+
+    def work(number):
+        shop = Workshop(number, compilers, linkers)
+        while True:
+            with lock:
+                place = next(waiting, None) if again or results.done() < count else None
+            if place is None:
+                return
+            try:
+                judge(place, shop, by_line, results)
+            except OSError as error:
+                print(f"{place.text()}: {error}", flush=True)
+
+    with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+        for future in [pool.submit(work, number) for number in range(JOBS)]:
+            future.result()
+    survivors = sorted(e["text"] for e in results.all.values() if e["outcome"] == "survived")
+    caught = results.counts()["caught"]
     total = caught + len(survivors)
-    print(f"\n{caught} of {total} caught ({100 * caught // max(total, 1)} %); the survivors:")
-    print("\n".join(sorted(survivors)))
-
-
-GREEN = set()
-
-
-def checked_green(test):
-    """The tests that are known to be green as long as nothing is broken."""
-    if test not in GREEN and build([test.split("/")[1]]) and not is_red(test):
-        GREEN.add(test)
-    return GREEN
+    print(f"\n{caught} of {total} caught ({100 * caught / max(total, 1):.1f} %), seed {seed}; the survivors:")
+    print("\n".join(survivors))
 
 
 main()
