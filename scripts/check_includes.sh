@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Which way the code may look: only the window's own files see Gui, and no rule sees a widget.
+# Which way the code may look: only the window's own files see Gui, no rule sees a widget, and the
+# window keeps within its bounds.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
@@ -26,4 +27,8 @@ seeing_widgets=$(rules_files | xargs grep -HnE \
     '^[[:space:]]*#[[:space:]]*include[[:space:]]+<Qt(Gui|Widgets)\b')
 complain 'A rule sees no window, so these belong elsewhere:' "$seeing_widgets"
 
-[[ -z $seeing_gui$seeing_widgets ]]
+# The window stays a house of small rooms: who needs more moves something out.
+figures=$(scripts/window_figures.py) || true
+complain 'The window has outgrown its bounds:' "$figures"
+
+[[ -z $seeing_gui$seeing_widgets$figures ]]

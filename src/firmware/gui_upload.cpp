@@ -1,11 +1,9 @@
-// Uploads: asks for a file, offers it to each selected device, and opens the assistant that may ask
-// for one.
+// Uploads: asks for a file and offers it to each selected device, and does what the assistant asks
+// for.
 #include "firmware/assistant_rules.h"
-#include "firmware/deppen_ass.h"
 #include "firmware/firmware.h"
 #include "firmware/upload_rules.h"
 #include "gui/gui.h"
-#include "model/device_state.h"
 
 #include <QFile>
 #include <QFileDialog>
@@ -42,6 +40,12 @@ std::optional<QByteArray> read_whole(QFile &file)
     return bytes;
 }
 
+// The network may be gone by now: the datagrams then leave by whichever interface the system picks.
+unsigned interface_index(DeviceLink &link, const QString &network)
+{
+    return static_cast<unsigned>(std::max(link.find_network(network).index, 0));
+}
+
 } // namespace
 
 // It stays that a file which can't be read is passed over without a word. One that is too large for
@@ -60,7 +64,7 @@ void Gui::upload_file(const QString &remote_name)
     kept_sections = {.for_all = for_all};
     uploads.open_round();
     // Asked only now: while the dialog was open, devices may have gone.
-    for (Device *device : selected_devices())
+    for (Device *device : table.selected())
         start_upload(device, *bytes, remote_name);
     kept_sections = {};
 }
@@ -75,47 +79,22 @@ void Gui::start_upload(Device *device, QByteArray &bytes, const QString &remote_
     else if (!decision.failure.isEmpty())
         uploads.fail(device, decision.failure);
     else
-        begin_transfer(device, decision.bytes, remote_name);
+        uploads.begin(device, interface_index(device_link, device->interface), decision.bytes,
+                      remote_name);
     update_device_properties(device);
 }
 
-// The network may be gone by now: the datagrams then leave by whichever interface the system picks.
-void Gui::begin_transfer(Device *device, const QByteArray &bytes, const QString &remote_name)
+void Gui::connect_uploads()
 {
-    const int index = std::max(device_link.find_network(device->interface).index, 0);
-    uploads.begin(device, static_cast<unsigned>(index), bytes, remote_name);
-}
-
-// One assistant at a time in the whole program; it opens by itself.
-void Gui::offer_assistant(Device *device)
-{
-    if (device->has_assistant) {
-        emit assistant->update_props();
-        return;
-    }
-    const bool one_is_open = assistant && assistant->helped();
-    if (opens_assistant(*device, needs_assistant(*device), one_is_open))
-        make_assistant(device)->show();
-}
-
-// One that has been closed stays with the window.
-DeppenAss *Gui::make_assistant(Device *device)
-{
-    assistant = new DeppenAss(device, this);
-    connect(assistant, &DeppenAss::update_wanted, this, &Gui::update_from_assistant);
-    connect(assistant, &DeppenAss::product_confirmed, this, &Gui::set_product);
-    return assistant;
-}
-
-void Gui::update_from_assistant(Device *device, const QByteArray &image)
-{
-    QByteArray bytes = image;
-    uploads.open_round();
-    start_upload(device, bytes, FIRMWARE_REMOTE_NAME);
-}
-
-// KEPT: a failure shows nowhere, and that no answer is waited for.
-void Gui::set_product(Device *device, int product_id)
-{
-    send_to_device(device, set_product_command(product_id), false);
+    connect(&uploads, &Uploads::changed, this, &Gui::update_device_properties);
+    connect(&assistants, &Assistants::update_wanted, this,
+            [this](Device *device, QByteArray image) {
+                uploads.open_round();
+                start_upload(device, image, FIRMWARE_REMOTE_NAME);
+            });
+    // KEPT: a failure shows nowhere, and that no answer is waited for.
+    connect(&assistants, &Assistants::product_confirmed, this,
+            [this](Device *device, int product_id) {
+                send_to_device(device, set_product_command(product_id), false);
+            });
 }

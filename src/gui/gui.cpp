@@ -2,18 +2,19 @@
 #include "gui/gui.h"
 #include "eq/curve_widget.h"
 #include "gui/device_list_view.h"
+#include "gui/network_combo.h"
 #include "gui/program_pictures.h"
+#include "gui/search_box.h"
 #include "gui/settings_file.h"
+#include "gui/top_bar.h"
 #include "gui/window_rules.h"
-#include "meter/meter_object.h"
+#include "link/command.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QComboBox>
 #include <QDir>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QScreen>
 
@@ -22,15 +23,24 @@ namespace {
 constexpr int FIRST_DISCOVERY_DELAY = 10; // ms: just after the event loop has started
 constexpr int METER_INTERVAL = 85;        // ms: a fall of 50 dB per second
 
+// By the colours of a label that nobody has styled.
+bool is_theme_dark()
+{
+    const QLabel probe("");
+    const QPalette palette = probe.palette();
+    return palette.color(QPalette::Current, QPalette::WindowText).value()
+        > palette.color(QPalette::Current, QPalette::Window).value();
+}
+
 } // namespace
 
 Gui::Gui()
 {
     register_session_item();
-    detect_theme();
+    dark_theme = is_theme_dark();
     setWindowTitle(QCoreApplication::applicationName());
     QApplication::setWindowIcon(program_icon());
-    size_window();
+    resize(first_window_size(QApplication::primaryScreen()->geometry().size()));
     build_menus();
     find_cache_file();
     connect_device_list();
@@ -41,8 +51,8 @@ Gui::Gui()
     panel.refresh_all_rows();
     restore_saved_state();
     // Only now: filling the box with the history must start no search.
-    connect(search_combo, &QComboBox::currentTextChanged, this,
-            [this] { table.set_search(search_combo->lineEdit()->text()); });
+    connect(top_bar->search_box(), &QComboBox::currentTextChanged, &table,
+            &DeviceTable::set_search);
     load_cache();
     start_timers();
     start_networks();
@@ -67,19 +77,6 @@ Gui::~Gui()
     delete takeCentralWidget();
 }
 
-void Gui::detect_theme()
-{
-    const QLabel probe("");
-    const QPalette palette = probe.palette();
-    dark_theme = palette.color(QPalette::Current, QPalette::WindowText).value()
-        > palette.color(QPalette::Current, QPalette::Window).value();
-}
-
-void Gui::size_window()
-{
-    resize(first_window_size(QApplication::primaryScreen()->geometry().size()));
-}
-
 void Gui::find_cache_file()
 {
     const QString path = cache_path_beside(settings_path());
@@ -91,11 +88,22 @@ void Gui::find_cache_file()
         settings.set_read_only();
 }
 
+// Until the end of a burst, texts for log windows are collected and the list stays unsorted. None
+// is taken on while plenty waits there.
 void Gui::start_sockets()
 {
-    connect(&device_link, &DeviceLink::draining, this, &Gui::begin_burst);
-    connect(&device_link, &DeviceLink::received, this, &Gui::take_datagram);
-    connect(&device_link, &DeviceLink::drained, this, &Gui::end_burst);
+    const auto spare_the_logs = [this] {
+        if (log_windows.is_full())
+            device_link.end_slice();
+    };
+    connect(&device_link, &DeviceLink::draining, this, [this] { burst.emplace(table); });
+    connect(&device_link, &DeviceLink::draining, this, spare_the_logs);
+    connect(&device_link, &DeviceLink::received, this, &Gui::handle_datagram);
+    connect(&device_link, &DeviceLink::received, this, spare_the_logs);
+    connect(&device_link, &DeviceLink::drained, this, [this] {
+        burst.reset();
+        log_windows.show_soon();
+    });
     device_link.open();
 
     discovery_timer.setObjectName("discovery_timer");
@@ -111,20 +119,25 @@ void Gui::start_timers()
     panel_timer.setInterval(0);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
     connect(&log_windows, &LogWindows::opened, this, &Gui::update_device_properties);
-    connect(&log_windows, &LogWindows::closed, this, &Gui::close_log);
-    connect(&log_windows, &LogWindows::pause_toggled, this, &Gui::toggle_log_pause);
+    // Position and pause outlive the window: the next one tells what was missed.
+    connect(&log_windows, &LogWindows::closed, this,
+            [this](Device *device) { send_to_device(device, logging_command(false), false); });
+    connect(&log_windows, &LogWindows::pause_toggled, this, [this](Device *device) {
+        device->log_paused = !device->log_paused;
+        update_device_properties(device);
+    });
     connect(&log_windows, &LogWindows::line_typed, this, &Gui::send_console_line);
-    connect(&uploads, &Uploads::changed, this, &Gui::update_device_properties);
+    connect_uploads();
 }
 
 // The connections come before the first list: the first entry selects itself.
 void Gui::start_networks()
 {
-    connect(network_combo, qOverload<int>(&QComboBox::currentIndexChanged), this,
-            &Gui::on_network_changed);
-    connect(network_combo, qOverload<int>(&QComboBox::activated), this, &Gui::on_network_activated);
+    const NetworkCombo *box = top_bar->network_combo();
+    connect(box, qOverload<int>(&QComboBox::currentIndexChanged), this, &Gui::on_network_changed);
+    connect(box, qOverload<int>(&QComboBox::activated), this, &Gui::on_network_activated);
     update_network_list();
-    table.set_network(networks.current_network);
+    table.set_network(current_network);
     refresh_eq_view();
 }
 
@@ -164,7 +177,7 @@ void Gui::destroy_devices()
     // Closed now, not when the rest is freed: another copy may be waiting to hear the devices.
     device_link.close();
     table.forget_devices();
-    for (const auto &[id, device] : devices)
+    for (const auto &[id, device] : registry.all())
         destroy_device(device);
-    devices.clear();
+    registry.all().clear();
 }

@@ -1,33 +1,17 @@
-// Commands without a state of their own: blink, forget the AES67 sessions, tell about the program.
+// What devices are told beside an edit: blink, forget the AES67 sessions, send the log, a typed
+// line.
 #include "gui/gui.h"
-#include "gui/program_pictures.h"
+#include "gui/message_box.h"
 #include "gui/status_line.h"
 #include "link/command.h"
-
-#include <QCoreApplication>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QGridLayout>
-#include <QLabel>
-
-namespace {
-
-constexpr int PICTURE_WIDTH = 256;
-
-QString about_text()
-{
-    return QCoreApplication::applicationName() + "<br>Version "
-        + QCoreApplication::applicationVersion() + "<br>Made by VELMARK audio works GmbH"
-        + "<br>Built with the Qt toolkit, version " + qVersion();
-}
-
-} // namespace
+#include "link/interface_rules.h"
+#include "link/packet_kind.h"
 
 // KEPT: a failure shows nowhere: who looks at the loudspeakers sees it.
 void Gui::identify_selected()
 {
     int asked = 0;
-    for (Device *device : selected_devices())
+    for (Device *device : table.selected())
         asked += send_to_device(device, device_command("blink_leds"), false).isEmpty();
     if (asked > 0)
         status_line->show_command(identify_text(asked));
@@ -41,35 +25,37 @@ void Gui::purge_sessions()
     command.insert("blocktime", 1);
     QString errors;
     int asked = 0;
-    for (Device *device : selected_devices()) {
+    for (Device *device : table.selected()) {
         const QString error = send_to_device(device, command, false);
-        report_device_error(errors, device, error);
+        append_network_error(errors, device->address, error);
         asked += error.isEmpty();
     }
     if (asked > 0)
         status_line->show_command(purge_text(asked));
-    show_network_errors(errors);
+    show_network_errors(this, errors);
 }
 
-// KEPT: the first two rows are empty.
-void Gui::show_about()
+// A device that has restarted forgot that its log is watched.
+void Gui::watch_log_stream(Device *device)
 {
-    auto *dialog = new QDialog(this);
-    dialog->setWindowTitle("About " + QCoreApplication::applicationName());
-    auto *grid = new QGridLayout(dialog);
-    grid->setSizeConstraint(QLayout::SetFixedSize);
+    if (log_windows.is_open(device) && !is_logging(device->last_report))
+        send_to_device(device, logging_command(true), false);
+}
 
-    auto *picture = new QLabel;
-    picture->setPixmap(wide_picture(PICTURE_WIDTH, devicePixelRatioF()));
-    grid->addWidget(picture, 2, 0, 1, -1, Qt::AlignHCenter);
-    auto *text = new QLabel(about_text());
-    text->setTextFormat(Qt::RichText);
-    text->setAlignment(Qt::AlignHCenter);
-    grid->addWidget(text, 3, 0, 1, -1, Qt::AlignHCenter);
-    auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok);
-    connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
-    grid->addWidget(buttons, 4, 0, 1, -1);
+// The typed bytes go out as they are: no check, no line end, nothing added, and it stays that a
+// failure shows nowhere.
+void Gui::send_console_line(Device *device, const QString &line)
+{
+    append_log(device, true, "Sending: " + line + "\n");
+    static_cast<void>(device_link.send(device->interface, false, device->address, line.toUtf8()));
+}
 
-    dialog->exec();
-    dialog->deleteLater();
+// While datagrams are read, texts are collected; they are shown when all that came has been read.
+void Gui::append_log(Device *device, bool highlighted, const QString &text)
+{
+    if (!device || !log_windows.is_open(device))
+        return;
+    log_windows.append(device, highlighted, text);
+    if (!table.is_in_batch())
+        log_windows.flush();
 }

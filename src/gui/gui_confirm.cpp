@@ -5,9 +5,13 @@
 #include "eq/eq_rows.h"
 #include "eq/filter.h"
 #include "eq/filter_list.h"
+#include "gui/backup_dialogs.h"
 #include "gui/edit_rules.h"
 #include "gui/gui.h"
 #include "gui/message_box.h"
+#include "gui/status_line.h"
+#include "gui/top_bar.h"
+#include "link/interface_rules.h"
 
 #include <QPushButton>
 #include <QToolTip>
@@ -15,6 +19,42 @@
 namespace {
 
 constexpr int CONFIRMED_DISCOVERY_DELAY = 10; // ms: the result of a change shows at once
+
+// Tells of the first edited row, by key, whose input is refused.
+bool tells_refusal(const PropertyPanel &panel, QWidget *parent)
+{
+    const std::optional<RefusedRow> refused = panel.first_refusal();
+    if (!refused)
+        return false;
+    show_message_box(parent, QMessageBox::Critical, "Value error",
+                     value_error_text(refused->label, refused->reason));
+    return true;
+}
+
+// A list of bands that says the same leaves the curve alone: taking over a new one would end the
+// hovering and the drag.
+void load_curve(CurveWidget &curve, const PropertyPanel &panel)
+{
+    curve.set_has_curve(true);
+    const auto row_value = [&panel](const std::string &key) -> std::optional<QVariant> {
+        const Property *row = panel.row(key);
+        return row ? std::optional(row->value) : std::nullopt;
+    };
+    const QList<Filter *> bands = make_filters(read_eq_bands(row_value));
+    if (same_filters(bands, curve.filters))
+        qDeleteAll(bands);
+    else
+        curve.set_filters(bands);
+}
+
+// Runs inside the filter's own handling of the mouse: nothing here may replace the filters.
+void take_band(PropertyPanel &panel, const Filter &filter)
+{
+    FilterParams params;
+    filter.get_params(params);
+    for (const auto &[key, value] : eq_row_edits(filter.number, params))
+        panel.take_unchanged(key, value);
+}
 
 } // namespace
 
@@ -27,6 +67,8 @@ void Gui::connect_panel()
     connect(&panel, &PropertyPanel::edit_ended, this, &Gui::on_edit_ended);
     connect(&panel, &PropertyPanel::eq_rows_changed, this, &Gui::refresh_eq_view);
     connect(&panel, &PropertyPanel::focus_released, this, [this] { table.view()->setFocus(); });
+    connect(curve_widget, &CurveWidget::on_filter_edited, &panel,
+            [this](const Filter *filter) { take_band(panel, *filter); });
     connect(curve_widget, &CurveWidget::on_band_pressed, &panel,
             [this](int32_t number) { panel.bring_into_sight(eq_band_keys(number)); });
     connect(curve_widget, &CurveWidget::on_band_pointed, &panel,
@@ -36,23 +78,20 @@ void Gui::connect_panel()
                                    number > 0 ? band_tip(number, row) : QString(), curve_widget);
             });
     connect(&panel, &PropertyPanel::confirmed, this, &Gui::on_confirm);
-    connect(&panel, &PropertyPanel::update_pressed, this, [this] { upload_file("firmware.bin"); });
+    connect(&panel, &PropertyPanel::update_pressed, this,
+            [this] { upload_file(FIRMWARE_REMOTE_NAME); });
     connect(&panel, &PropertyPanel::save_pressed, this, &Gui::save_backup);
-    connect(&panel, &PropertyPanel::load_pressed, this, &Gui::load_backup);
-}
-
-void Gui::on_selection_changed()
-{
-    panel.show_selection();
-    refresh_eq_view();
-    update_identify_button();
+    connect(&panel, &PropertyPanel::load_pressed, this, [this](uint32_t mask) {
+        if (const std::optional<QJsonObject> backup = ask_for_backup(this))
+            panel.restore(*backup, mask);
+    });
 }
 
 // Takes up the reports that came during the edit, before the rows are shown again. The search has
 // left the edited rows as they were.
 void Gui::on_edit_ended()
 {
-    for (const auto &[id, device] : devices) {
+    for (const auto &[id, device] : registry.all()) {
         if (!device->stale)
             continue;
         device->stale = false;
@@ -65,13 +104,13 @@ void Gui::on_edit_ended()
 // Everything is validated before anything is sent, and all is sent before the edit ends.
 void Gui::on_confirm()
 {
-    if (!panel.is_editing() || shows_value_error())
+    if (!panel.is_editing() || tells_refusal(panel, this))
         return;
 
     QString errors;
     std::vector<Device *> offline;
     ConfirmResult result;
-    for (Device *device : selected_devices()) {
+    for (Device *device : table.selected()) {
         ++result.devices;
         const std::optional<QJsonObject> changes = panel.changes_for(*device);
         if (!changes)
@@ -80,10 +119,10 @@ void Gui::on_confirm()
         if (device->online) {
             const QString error = send_to_device(device, *changes, false);
             result.sent += error.isEmpty();
-            report_device_error(errors, device, error);
+            append_network_error(errors, device->address, error);
             discovery_timer.start(CONFIRMED_DISCOVERY_DELAY);
         } else {
-            report_device_error(errors, device, "offline");
+            append_network_error(errors, device->address, "offline");
             device->take_report(*changes);
             offline.push_back(device);
         }
@@ -95,55 +134,33 @@ void Gui::on_confirm()
         apply_device_state(device, QJsonObject(device->last_report));
     if (!offline.empty())
         errors += offline_notice();
-    emit changes_sent(result);
-    show_network_errors(errors);
+    status_line->show_confirmed(result);
+    show_network_errors(this, errors);
 }
 
-// Tells of the first edited row, by key, whose input is refused.
-bool Gui::shows_value_error()
+// Only for exactly one device; it stays that otherwise the button does nothing. While the dialog is
+// open the device may report, or go.
+void Gui::save_backup()
 {
-    const std::optional<RefusedRow> refused = panel.first_refusal();
-    if (!refused)
-        return false;
-    show_message_box(this, QMessageBox::Critical, "Value error",
-                     value_error_text(refused->label, refused->reason));
-    return true;
+    const std::vector<Device *> selected = table.selected();
+    if (selected.size() != 1)
+        return;
+    const QString device_id = selected.front()->device_id;
+    const QString path = ask_for_backup_path(this);
+    const Device *device = registry.find(device_id);
+    if (!path.isEmpty() && device)
+        write_backup(this, path, device->last_report.object());
 }
 
 void Gui::refresh_eq_view()
 {
-    if (selected_devices().empty())
+    if (table.selected().empty())
         return;
     const Property *enable = panel.row(EQ_ENABLE_KEY);
     if (!enable || enable->desc.kind == PROP_NONE) {
         curve_widget->set_has_curve(false);
-        eq_button->setChecked(false);
+        top_bar->eq_button()->setChecked(false);
         return;
     }
-    load_curve_from_rows();
-}
-
-// A list of bands that says the same leaves the curve alone: taking over a new one would end the
-// hovering and the drag.
-void Gui::load_curve_from_rows()
-{
-    curve_widget->set_has_curve(true);
-    const auto row_value = [this](const std::string &key) -> std::optional<QVariant> {
-        const Property *row = panel.row(key);
-        return row ? std::optional(row->value) : std::nullopt;
-    };
-    const QList<Filter *> bands = make_filters(read_eq_bands(row_value));
-    if (same_filters(bands, curve_widget->filters))
-        qDeleteAll(bands);
-    else
-        curve_widget->set_filters(bands);
-}
-
-// Runs inside the filter's own handling of the mouse: nothing here may replace the filters.
-void Gui::apply_band_edit(Filter *filter)
-{
-    FilterParams params;
-    filter->get_params(params);
-    for (const auto &[key, value] : eq_row_edits(filter->number, params))
-        panel.take_unchanged(key, value);
+    load_curve(*curve_widget, panel);
 }

@@ -50,3 +50,10 @@ void show_message_box(QWidget *parent, QMessageBox::Icon icon, const QString &ti
         let_scroll(box, label, most);
     box.exec();
 }
+
+// The empty bold tag makes the box take the text for rich text, so that "<br>" breaks lines.
+void show_network_errors(QWidget *parent, const QString &errors)
+{
+    if (!errors.isEmpty())
+        show_message_box(parent, QMessageBox::Warning, "Network error", "<b></b>" + errors);
+}

@@ -7,3 +7,6 @@
 // screen's height scrolls inside it.
 void show_message_box(QWidget *parent, QMessageBox::Icon icon, const QString &title,
                       const QString &text);
+
+// Tells which devices could not be told something, if any.
+void show_network_errors(QWidget *parent, const QString &errors);

@@ -4,6 +4,7 @@
 #include "gui/row_caption.h"
 #include "gui/row_editors.h"
 #include "meter/meter_widget.h"
+#include "model/json_path.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -463,6 +464,21 @@ void PropertyPanel::take_unchanged(const std::string &key, const QVariant &value
     refresh_needed_rows();
     mark_changes(key, selection());
     emit row_edited(key);
+}
+
+// An ordinary edit: nothing is sent before Confirm. The order of the keys counts, as presets follow
+// the bank and source channels the stream. A hidden row has no kind, so it takes no value.
+void PropertyPanel::restore(const QJsonObject &backup, uint32_t mask)
+{
+    set_edit_mode(true);
+    for (const std::string &key : property_keys) {
+        const Property *shown = row(key);
+        if (!shown || (shown->desc.flags & mask) == 0)
+            continue;
+        const QVariant value = value_from_json(backup, shown->desc);
+        if (!value.isNull())
+            take(key, value);
+    }
 }
 
 QVariant PropertyPanel::read_row_value(const std::string &key) const

@@ -53,6 +53,8 @@ public:
     void take(const std::string &key, const QVariant &value);
     // The same, but the value stays what it is, whatever the editor makes of it.
     void take_unchanged(const std::string &key, const QVariant &value);
+    // Begins an edit with what a backup says about the properties that have a flag of `mask`.
+    void restore(const QJsonObject &backup, uint32_t mask);
 
     // What a row's editor holds: invalid for none, an ErrorValue for a refused input.
     QVariant read_row_value(const std::string &key) const;

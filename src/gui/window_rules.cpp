@@ -24,13 +24,12 @@ QString cache_path_beside(const QString &settings_file)
 
 QStringList committed_history(const QStringList &history, const QString &text)
 {
-    constexpr int most_entries = 10;
     if (text.isEmpty())
         return history;
     QStringList committed = history;
     committed.removeAll(text);
     committed.prepend(text);
-    while (committed.size() > most_entries)
+    while (committed.size() > MOST_SEARCHES)
         committed.removeLast();
     return committed;
 }

@@ -15,6 +15,9 @@ QList<int> first_splitter_sizes(int window_width);
 // The device cache stands beside the settings file.
 QString cache_path_beside(const QString &settings_file);
 
+// As many searches are kept.
+inline constexpr int MOST_SEARCHES = 10;
+
 // The search history after `text` was committed: at its front, once, ten entries at most. An empty
 // text changes nothing.
 QStringList committed_history(const QStringList &history, const QString &text);

@@ -4,8 +4,8 @@
 #include "link/datagram.h"
 #include "link/packet_kind.h"
 #include "meter/log_stream.h"
+#include "meter/meter_report.h"
 #include "model/presence.h"
-#include "model/registry_limit.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -30,64 +30,70 @@ QString text_of(const QJsonObject &object, const char *name)
     return object.value(QLatin1String(name)).toString();
 }
 
+void log_remote_text(TextLimit &limit, const QHostAddress &from, const QString &label,
+                     const QString &text)
+{
+    if (limit.allows(from, now()))
+        qDebug().noquote() << label << "from " << from.toString() << ":" << terminal_text(text);
+}
+
+// The text that the message adds to the device's log; nothing when its length is wrong.
+std::optional<QString> take_raw_log(Device &device, const Frame &frame)
+{
+    LogStream stream{.log_pos = device.log_pos,
+                     .log_escape_state = device.log_escape_state,
+                     .log_escape_count = device.log_escape_count};
+    std::optional<QString> text = take_log_message(stream, frame.object, frame.attachment);
+    device.log_pos = stream.log_pos;
+    device.log_escape_state = stream.log_escape_state;
+    device.log_escape_count = stream.log_escape_count;
+    return text;
+}
+
+void take_metering(Device &device, const QJsonObject &message)
+{
+    const MeterReport report = read_meter_report(message);
+    device.meter.set_levels(report.peaks, report.overdrive);
+}
+
 } // namespace
-
-// Until the end of the burst, texts for log windows are collected and the list stays unsorted.
-void Gui::begin_burst()
-{
-    burst.emplace(table);
-    if (log_windows.is_full())
-        device_link.end_slice();
-}
-
-void Gui::take_datagram(const QHostAddress &from, const QByteArray &payload)
-{
-    handle_datagram(from, payload);
-    // No text for log windows is taken on while plenty waits there.
-    if (log_windows.is_full())
-        device_link.end_slice();
-}
-
-void Gui::end_burst()
-{
-    burst.reset();
-    log_windows.show_soon();
-}
 
 void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
 {
-    Device *sender = senders.find(from);
+    Device *sender = registry.last_heard_from(from);
     if (sender && repeats_its_report(*sender, from, payload)) {
         handle_repeated_report(sender);
         return;
     }
     const Frame frame = read_frame(payload);
     if (frame.verdict == FrameVerdict::BadChecksum)
-        log_remote_text(from, "invalid CRC", QString::number(frame.carried_checksum));
+        log_remote_text(remote_texts, from, "invalid CRC", QString::number(frame.carried_checksum));
     if (frame.verdict != FrameVerdict::Ok)
         return;
 
     for (const char *label : {"warning", "error"})
         if (const QString text = text_of(frame.object, label); !text.isEmpty())
-            log_remote_text(from, label, text);
+            log_remote_text(remote_texts, from, label, text);
+    const auto speaker = [this, &from, &frame] {
+        return registry.find_sender(from, text_of(frame.object, "device_id"));
+    };
     switch (packet_kind(frame.object)) {
-    case PacketKind::LogStream: {
-        Device *device = device_of(from, frame.object);
-        if (device && log_windows.is_open(device) && !device->log_paused
+    case PacketKind::LogStream:
+        if (Device *device = speaker(); device && log_windows.is_open(device) && !device->log_paused
             && is_log_attachment(frame.attachment))
-            handle_raw_log(device, frame.object, frame.attachment);
+            if (const std::optional<QString> text = take_raw_log(*device, frame))
+                append_log(device, false, *text);
         break;
-    }
     case PacketKind::Metering:
         // The shortest way: neither the record nor the row changes, the next tick repaints.
-        if (Device *device = device_of(from, frame.object))
-            take_metering(device, frame.object);
+        if (Device *device = speaker())
+            take_metering(*device, frame.object);
         break;
     case PacketKind::Report:
         handle_live_report(from, payload, frame.object);
         break;
     case PacketKind::Reply:
-        handle_reply(from, frame.object, networks.current_network);
+        handle_reply(from, frame.object, current_network);
         break;
     }
 }
@@ -96,7 +102,7 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
 void Gui::handle_live_report(const QHostAddress &from, const QByteArray &payload,
                              const QJsonObject &report)
 {
-    Device *device = handle_report(from, report, true, networks.current_network);
+    Device *device = handle_report(from, report, true, current_network);
     if (!device)
         return;
     const QByteArray bytes(payload.constData(), payload.size());
@@ -112,15 +118,18 @@ void Gui::handle_repeated_report(Device *device)
 {
     const bool was_online = device->online;
     const bool was_broken = device->broken_net;
-    device->interface = networks.current_network;
+    device->interface = current_network;
     note_report(*device, true, now(), device->fw_magic);
     if (!device->is_merged || was_online != device->online || was_broken != device->broken_net) {
         merge_when_free(device);
     } else if (panel.is_editing() && table.is_selected(*device)) {
         device->stale = true;
-        offer_assistant(device);
+        assistants.offer(device);
     } else {
-        follow_repeated_report(device);
+        // Row and panel show it already.
+        assistants.offer(device);
+        if (!panel.is_editing() && table.is_selected(*device))
+            panel_timer.start();
     }
     if (was_online != device->online)
         update_identify_button();
@@ -140,7 +149,7 @@ void Gui::handle_device_packet(const QHostAddress &from, const QJsonObject &obje
 void Gui::handle_reply(const QHostAddress &from, const QJsonObject &object,
                        const QString &interface)
 {
-    for (const auto &[id, device] : devices) {
+    for (const auto &[id, device] : registry.all()) {
         if (!device->online || device->address != from || device->interface != interface)
             continue;
         if (log_windows.is_open(device))
@@ -153,13 +162,17 @@ void Gui::handle_reply(const QHostAddress &from, const QJsonObject &object,
 Device *Gui::handle_report(const QHostAddress &from, const QJsonObject &object, bool live,
                            const QString &interface)
 {
-    Device *device = find_or_create_device(from, text_of(object, "device_id"));
-    if (!device)
+    const QString device_id = text_of(object, "device_id");
+    Device *device = registry.find_or_create(from, device_id);
+    if (!device) {
+        if (remote_texts.allows(from, now()))
+            qDebug() << "too many devices, ignoring" << device_id << "at" << from.toString();
         return nullptr;
+    }
     if (device->properties.empty())
         device->properties = product_table.front().properties;
     const bool was_online = device->online;
-    note_address(device, from, live);
+    registry.note_address(*device, from, live);
     device->interface = interface;
     device->firmware_update_error = text_of(object, "firmware_update_error");
     device->dsp_error = dsp_error_of(object);
@@ -183,64 +196,10 @@ void Gui::merge_when_free(Device *device)
     update_device_properties(device);
 }
 
-// A device that has restarted forgot that its log is watched.
-void Gui::watch_log_stream(Device *device)
+// Every bar falls a step; then the meter cells in view are painted again, and nothing else.
+void Gui::on_meter_tick()
 {
-    if (log_windows.is_open(device) && !is_logging(device->last_report))
-        send_to_device(device, logging_command(true), false);
-}
-
-Device *Gui::device_of(const QHostAddress &from, const QJsonObject &object) const
-{
-    return find_sender(from, text_of(object, "device_id"));
-}
-
-// Looks first where the device was last heard: that compares one id, not one in ten.
-Device *Gui::find_sender(const QHostAddress &from, const QString &device_id) const
-{
-    Device *device = senders.find(from);
-    return device && device->device_id == device_id ? device : find_device(device_id);
-}
-
-Device *Gui::find_device(const QString &device_id) const
-{
-    const auto found = devices.find(device_id);
-    return found == devices.end() ? nullptr : found->second;
-}
-
-// Null for one device too many.
-Device *Gui::find_or_create_device(const QHostAddress &from, const QString &device_id)
-{
-    Device *device = find_sender(from, device_id);
-    if (device)
-        return device;
-    if (devices.size() >= size_t{MOST_DEVICES}) {
-        if (remote_texts.allows(from, now()))
-            qDebug() << "too many devices, ignoring" << device_id << "at" << from.toString();
-        return nullptr;
-    }
-    qDebug() << "Found new device" << device_id << "at" << from.toString();
-    device = new Device;
-    device->device_id = device_id;
-    device->address = from;
-    devices[device_id] = device;
-    return device;
-}
-
-void Gui::note_address(Device *device, const QHostAddress &from, bool live)
-{
-    if (device->address != from) {
-        qDebug() << "device" << device->device_id << "apparently changing fromaddress"
-                 << device->address.toString() << "to" << from.toString() << "(or multiple paths)";
-        senders.forget(device->address, device);
-        device->address = from;
-    }
-    if (live)
-        senders.note(from, device);
-}
-
-void Gui::log_remote_text(const QHostAddress &from, const QString &label, const QString &text)
-{
-    if (remote_texts.allows(from, now()))
-        qDebug().noquote() << label << "from " << from.toString() << ":" << terminal_text(text);
+    for (const auto &[id, device] : registry.all())
+        device->meter.tick();
+    table.repaint_meters();
 }

@@ -1,7 +1,7 @@
 // Devices come, change and go, and with them what hangs on their state: row, log title, meter.
-#include "firmware/deppen_ass.h"
 #include "gui/gui.h"
 #include "gui/status_text.h"
+#include "gui/top_bar.h"
 #include "model/device_state.h"
 
 #include <QDebug>
@@ -19,7 +19,27 @@ QString product_name(const Device &device)
     return QString::fromStdString(find_product(device.value("product_id").toInt()).name);
 }
 
+void show_log_title(LogWindows &logs, const Device &device)
+{
+    if (logs.is_open(&device))
+        logs.set_title(&device,
+                       log_title(product_name(device), device.address,
+                                 device.value("ui/name").toString(), device.log_paused));
+}
+
 } // namespace
+
+// Every stored device goes the way of a report that is not live. The rows stand as they come, and
+// are sorted once at the end.
+void Gui::load_cache()
+{
+    const DeviceTable::Batch batch(table);
+    for (const SavedDevice &saved : device_cache.load()) {
+        handle_device_packet(saved.address, saved.data, false, saved.interface);
+        if (Device *device = registry.find(saved.data.value("device_id").toString()))
+            device->last_report.settle();
+    }
+}
 
 void Gui::apply_device_state(Device *device, const QJsonObject &report)
 {
@@ -46,14 +66,6 @@ void Gui::follow_merge(Device *device, const MergeResult &merged)
         panel_timer.start();
 }
 
-// The same for a report that says what the last one said: row and panel show it already.
-void Gui::follow_repeated_report(Device *device)
-{
-    offer_assistant(device);
-    if (!panel.is_editing() && table.is_selected(*device))
-        panel_timer.start();
-}
-
 void Gui::add_dummy_device()
 {
     QRandomGenerator *random = QRandomGenerator::global();
@@ -69,7 +81,7 @@ void Gui::add_dummy_device()
 // row selects the next one, which looks at the devices.
 void Gui::delete_selected_devices()
 {
-    std::vector<Device *> leaving = selected_devices();
+    std::vector<Device *> leaving = table.selected();
     if (leaving.empty())
         return;
     panel.set_edit_mode(false);
@@ -77,7 +89,7 @@ void Gui::delete_selected_devices()
     std::erase_if(leaving, [](const Device *device) { return device->has_assistant; });
     table.remove(leaving);
     for (Device *device : leaving) {
-        devices.erase(device->device_id);
+        registry.all().erase(device->device_id);
         destroy_device(device);
     }
     device_cache.save();
@@ -86,10 +98,9 @@ void Gui::delete_selected_devices()
 // Deleting a log window emits no on_close, so no device is told anything here.
 void Gui::destroy_device(Device *device)
 {
-    senders.forget(device->address, device);
+    registry.forget_address(*device);
     uploads.drop(device);
-    if (device->has_assistant)
-        assistant->forget_device();
+    assistants.forget(device);
     log_windows.drop(device);
     delete device;
 }
@@ -98,13 +109,17 @@ void Gui::destroy_device(Device *device)
 void Gui::connect_device_list()
 {
     table.set_dark_theme(dark_theme);
-    connect(&table, &DeviceTable::selection_changed, this, &Gui::on_selection_changed);
+    connect(&table, &DeviceTable::selection_changed, this, [this] {
+        panel.show_selection();
+        refresh_eq_view();
+        update_identify_button();
+    });
     connect(&table, &DeviceTable::selected_hidden, this, [this] {
         panel.set_edit_mode(false);
         panel.refresh_all_rows();
     });
     connect(&table, &DeviceTable::column_toggled, this, [this] {
-        for (const auto &[id, device] : devices)
+        for (const auto &[id, device] : registry.all())
             follow_state(device);
     });
 }
@@ -122,24 +137,16 @@ void Gui::follow_state(Device *device)
 {
     if (!device->online)
         device->assistant_dismissed = false;
-    update_log_title(device);
-    offer_assistant(device);
+    show_log_title(log_windows, *device);
+    assistants.offer(device);
     if (!device->online)
         device->meter.clear_levels();
-}
-
-void Gui::update_log_title(Device *device)
-{
-    if (log_windows.is_open(device))
-        log_windows.set_title(device,
-                              log_title(product_name(*device), device->address,
-                                        device->value("ui/name").toString(), device->log_paused));
 }
 
 void Gui::update_identify_button()
 {
     bool is_any_online = false;
-    for (const Device *device : selected_devices())
+    for (const Device *device : table.selected())
         is_any_online |= device->online;
-    identify_button->setEnabled(is_any_online);
+    top_bar->identify_button()->setEnabled(is_any_online);
 }

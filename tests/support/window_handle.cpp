@@ -3,10 +3,25 @@
 
 #include "firmware/deppen_ass.h"
 #include "gui/gui.h"
+#include "gui/search_box.h"
 #include "gui/status_line.h"
+#include "link/datagram.h"
 #include "meter/log_window.h"
 
 #include <QCoreApplication>
+
+namespace {
+
+// What the menus offer under this caption.
+void trigger(const Gui &gui, const QString &caption)
+{
+    for (QAction *action : gui.findChildren<QAction *>())
+        if (action->text() == caption)
+            return action->trigger();
+    qFatal("no menu has %s", qPrintable(caption));
+}
+
+} // namespace
 
 WindowHandle::WindowHandle()
     : gui(std::make_unique<Gui>())
@@ -73,17 +88,17 @@ QMenu *WindowHandle::device_menu() const
 
 std::map<QString, Device *> &WindowHandle::all_devices() const
 {
-    return gui->all_devices();
+    return gui->devices().all();
 }
 
 Device *WindowHandle::find_device(const QString &id) const
 {
-    return gui->find_device(id);
+    return gui->devices().find(id);
 }
 
 void WindowHandle::add_dummy_device()
 {
-    gui->add_dummy_device();
+    trigger(*gui, "Add dummy device");
 }
 
 void WindowHandle::forget(Device *device)
@@ -208,7 +223,7 @@ void WindowHandle::refresh_search()
 
 void WindowHandle::commit_search()
 {
-    gui->commit_search();
+    static_cast<SearchBox *>(search_box())->commit();
 }
 
 PropertyPanel &WindowHandle::panel() const
@@ -324,7 +339,7 @@ void WindowHandle::network_changed()
 
 void WindowHandle::show_network_info()
 {
-    gui->show_network_info();
+    trigger(*gui, "Network info");
 }
 
 QTimer &WindowHandle::discovery_timer() const
@@ -340,7 +355,7 @@ void WindowHandle::discover()
 QString WindowHandle::send_json(const QString &network, bool use_broadcast,
                                 const QHostAddress &address, const QJsonObject &object)
 {
-    return gui->send_json(network, use_broadcast, address, object);
+    return gui->link().send(network, use_broadcast, address, write_frame(object));
 }
 
 QString WindowHandle::send_to_device(Device *device, const QJsonObject &object, bool quiet)
@@ -360,7 +375,7 @@ void WindowHandle::drain()
 
 size_t WindowHandle::known_senders() const
 {
-    return gui->known_senders();
+    return gui->devices().known_senders();
 }
 
 void WindowHandle::deliver(const QHostAddress &from, const QByteArray &datagram)
@@ -416,7 +431,7 @@ void WindowHandle::purge_sessions()
 
 void WindowHandle::show_about()
 {
-    gui->show_about();
+    trigger(*gui, "About this software");
 }
 
 void WindowHandle::save_backup()
@@ -426,7 +441,7 @@ void WindowHandle::save_backup()
 
 void WindowHandle::restore_backup(const QJsonObject &backup, uint32_t mask)
 {
-    gui->restore_backup(backup, mask);
+    gui->property_panel().restore(backup, mask);
 }
 
 DeppenAss *WindowHandle::assistant(const Device *device) const
@@ -437,7 +452,7 @@ DeppenAss *WindowHandle::assistant(const Device *device) const
 
 DeppenAss *WindowHandle::make_assistant(Device *device)
 {
-    return gui->make_assistant(device);
+    return gui->all_assistants().make(device);
 }
 
 void WindowHandle::upload(Device *device, QByteArray &bytes, const QString &remote_name)
@@ -462,7 +477,7 @@ Uploads &WindowHandle::uploads() const
 
 void WindowHandle::enable_logging()
 {
-    gui->enable_logging();
+    trigger(*gui, "Enable &logging");
 }
 
 void WindowHandle::open_log(Device *device)
