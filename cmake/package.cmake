@@ -77,6 +77,7 @@ install(FILES ${package_folder}/${program}.1.gz ${package_folder}/loudspeaker-si
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${package_folder}/changelog.gz packaging/debian/copyright DESTINATION ${documents})
 install(DIRECTORY docs/ DESTINATION ${documents})
+install(DIRECTORY ${GUIDE_FOLDER}/ DESTINATION ${documents})
 # Copied by whoever wants it (docs/developer/wireshark.md): Wireshark's own folder bears its version.
 install(DIRECTORY wireshark/velmark DESTINATION ${documents}/wireshark)
 install(FILES packaging/firewall/60-velmark-port-69.conf DESTINATION ${documents}/examples)

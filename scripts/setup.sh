@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages_for() {
     case $1 in
-    build) echo g++ cmake ninja-build ccache qtbase5-dev zlib1g-dev ;;
+    build) echo g++ cmake ninja-build ccache qtbase5-dev zlib1g-dev python3-markdown ;;
     network) echo iproute2 util-linux fonts-dejavu-core fonts-symbola ;;
     screen) echo xvfb imagemagick ;;
     wayland) echo qtwayland5 ;;

@@ -1,12 +1,15 @@
 // What the commands send, and what they tell the operator.
+#include "gui/guide_link.h"
 #include "support/dialog_probe.h"
 #include "support/panel_case.h"
 
 #include <QAction>
+#include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QMenu>
 #include <QMenuBar>
+#include <QWindow>
 
 namespace {
 
@@ -21,7 +24,23 @@ class CommandsTest : public QObject
 
     std::unique_ptr<PanelCase> window;
 
+    QList<QUrl> opened = {};
+
     WindowHandle &gui() { return *window->gui; }
+
+    // Where the mouse's picture says that there is one.
+    static void click_link(QLabel *label)
+    {
+        for (int y = 2; y < label->height(); y += 4)
+            for (int x = 2; x < label->width(); x += 4) {
+                const QPoint place = label->mapTo(label->window(), QPoint(x, y));
+                QTest::mouseMove(label->window()->windowHandle(), place);
+                if (label->cursor().shape() == Qt::PointingHandCursor)
+                    return QTest::mouseClick(label->window()->windowHandle(), Qt::LeftButton, {},
+                                             place);
+            }
+        QFAIL("no link");
+    }
 
     QAction *action(const QString &caption)
     {
@@ -178,6 +197,45 @@ private slots:
         QVERIFY(gui().widget().findChildren<QDialog *>().isEmpty()
                 || gui().widget().findChildren<QDialog *>().first()->isHidden());
     }
+
+    // Nothing here starts a browser.
+    void about_opens_the_guide_by_mouse_and_by_keyboard()
+    {
+        QDesktopServices::setUrlHandler("file", this, "take_url");
+        DialogProbe probe;
+        probe.answer = [](QDialog *dialog) {
+            auto *ok = dialog->findChild<QPushButton *>();
+            QTRY_VERIFY(ok->hasFocus());
+            click_link(qobject_cast<QLabel *>(
+                qobject_cast<QGridLayout *>(dialog->layout())->itemAtPosition(3, 0)->widget()));
+            for (int i = 0; i < 3 && ok->hasFocus(); ++i)
+                QTest::keyClick(dialog->windowHandle(), Qt::Key_Backtab, Qt::ShiftModifier);
+            QTest::keyClick(dialog->windowHandle(), Qt::Key_Return);
+            QTest::mouseClick(ok, Qt::LeftButton);
+        };
+        action("About this software")->trigger();
+        QDesktopServices::unsetUrlHandler("file");
+        QCOMPARE(opened.size(), 2);
+        QCOMPARE(opened.at(0), opened.at(1));
+        QFile page(opened.at(0).toLocalFile());
+        QVERIFY2(page.open(QIODevice::ReadOnly), qPrintable(page.fileName()));
+        const QByteArray html = page.readAll();
+        QVERIFY(html.contains("<h1"));
+        for (const char *name : {"12-keys.html", "01-nothing-in-the-list.html"}) {
+            QVERIFY2(html.contains(QByteArray("\"") + name), name);
+            QVERIFY(QFile::exists(QFileInfo(page).dir().filePath(name)));
+        }
+    }
+
+    void without_a_guide_there_is_no_link()
+    {
+        const QTemporaryDir folder;
+        QCOMPARE(find_guide(folder.filePath("bin")), QString());
+        QVERIFY(!about_text({}, "#000000").contains("<a"));
+    }
+
+public slots:
+    void take_url(const QUrl &url) { opened.append(url); }
 };
 
 WINDOW_TEST_MAIN(CommandsTest)
