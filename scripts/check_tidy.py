@@ -26,6 +26,9 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 FOLDERS = ("src", "simulator", "tests", "bench", "soak", "fuzz")
 PROGRAMS = ("src", "simulator")
 LARGEST_GROUP = 24
+# How many states of a function the path-sensitive checks walk through: a quarter of what they do by
+# themselves, in which they take four fifths of all the time.
+STATES = 50000
 # Tables are as long as the things that they list.
 TABLES = {"make_product_table"}
 
@@ -159,7 +162,8 @@ def put_together(sources, path):
 def tidy(path, options, folders):
     command = ["clang-tidy", f"--config-file={ROOT}/.clang-tidy", "--quiet",
                f"--header-filter=^{ROOT}/({'|'.join(FOLDERS)})/", str(path), "--",
-               *options, *(f"-I{folder}" for folder in folders)]
+               *options, *(f"-I{folder}" for folder in folders),
+               "-Xclang", "-analyzer-config", "-Xclang", f"max-nodes={STATES}"]
     run = subprocess.run(command, cwd=ROOT, capture_output=True, text=True)
     return run.stdout + run.stderr
 

@@ -18,6 +18,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QSplitter>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <limits>
