@@ -15,7 +15,8 @@ void Assistants::offer(Device *device)
         emit assistant->update_props();
         return;
     }
-    const bool one_is_open = assistant && assistant->helped();
+    const DeppenAss *last = assistant;
+    const bool one_is_open = last && last->helped();
     if (opens_assistant(*device, needs_assistant(*device), one_is_open))
         make(device)->show();
 }
