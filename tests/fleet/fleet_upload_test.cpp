@@ -6,12 +6,18 @@
 
 #include <QPushButton>
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
 namespace {
 
-constexpr int COUNT = 12;
+// UPDATED_DEVICES in the environment makes it more.
+int device_count()
+{
+    return std::max(12, qEnvironmentVariableIntValue("UPDATED_DEVICES"));
+}
+
 constexpr int FLASH_TIME = 100; // ms from the end of an upload to the restart
 constexpr int STRUCK = 3;       // the device that faults strike
 const QString SUCCESS = "Upload succeeded.";
@@ -96,9 +102,9 @@ private slots:
     void initTestCase()
     {
         fleet = std::make_unique<SimulatedFleet>(QStringList{
-            "--count", QString::number(COUNT), "--store", store.path(), "--flash-time",
+            "--count", QString::number(device_count()), "--store", store.path(), "--flash-time",
             QString::number(FLASH_TIME), "--reboot-time", "300", "--metering-rate", "0"});
-        QCOMPARE(fleet->count, COUNT);
+        QCOMPARE(fleet->count, device_count());
         window = std::make_unique<FleetWindow>(*fleet);
     }
     void init()
@@ -124,7 +130,7 @@ private slots:
     void twelve_devices_at_once_get_the_same_bytes()
     {
         QList<int> all;
-        for (int index = 0; index < COUNT; ++index)
+        for (int index = 0; index < device_count(); ++index)
             all.append(index);
         const std::vector<Device *> devices = window->devices(all);
         update(devices, stand_in_image());
@@ -133,7 +139,7 @@ private slots:
             QVERIFY(device->upload_ok);
             QVERIFY(!device->upload);
         }
-        for (int index = 0; index < COUNT; ++index) {
+        for (int index = 0; index < device_count(); ++index) {
             QCOMPARE(window->uploads(index).size(), 1);
             QCOMPARE(window->uploads(index).last().toObject().value("file").toString(),
                      QString("firmware.bin"));
@@ -143,6 +149,28 @@ private slots:
         for (Device *device : devices)
             QTRY_COMPARE_WITH_TIMEOUT(device->value("firmware_version").toString(),
                                       QString("v1.5.5.8d"), 10000);
+    }
+
+    void one_that_fails_among_all_stops_no_other()
+    {
+        fleet->fault(STRUCK, "tftp",
+                     at_block_100({{"strike", "error"}, {"code", 1}, {"text", "full"}}));
+        QList<int> all;
+        for (int index = 0; index < device_count(); ++index)
+            all.append(index);
+        const std::vector<Device *> devices = window->devices(all);
+        update(devices, stand_in_image());
+        QVERIFY(runs_until([this, &devices] { return ends.size() == devices.size(); }, 120000));
+        for (int index = 0; index < device_count(); ++index) {
+            Device *device = devices[static_cast<size_t>(index)];
+            QCOMPARE(end_of(device),
+                     index == STRUCK ? QString("Error: got TFTP ERROR packet, code=256, msg='full'")
+                                     : SUCCESS);
+            QCOMPARE(device->upload_ok, index != STRUCK);
+            if (index != STRUCK)
+                QCOMPARE(last_file(index), stand_in_image());
+        }
+        qInfo("%d devices updated, one failed", device_count() - 1);
     }
 
     void lost_datagrams_in_both_directions_are_made_good_for()
@@ -310,7 +338,7 @@ private slots:
     {
         fleet->fault("all", "tftp", {{"ack_delay", 2}});
         QList<int> all;
-        for (int index = 0; index < COUNT; ++index)
+        for (int index = 0; index < device_count(); ++index)
             all.append(index);
         const std::vector<Device *> devices = window->devices(all);
         update(devices, stand_in_image());

@@ -1,6 +1,7 @@
 // The three sockets over a real network of this test's own: what is handed on, and where things go.
 #include "link/datagram.h"
 #include "link/device_link.h"
+#include "support/cable.h"
 #include "support/fleet.h"
 #include "support/private_network.h"
 
@@ -9,31 +10,12 @@
 
 #include <arpa/inet.h>
 #include <ctime>
-#include <linux/if_packet.h>
-#include <net/ethernet.h>
-#include <net/if.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
 const QHostAddress LOOPBACK(QHostAddress::LocalHost);
-
-// A cable with both ends here; what leaves by NAME arrives at NAMEx. The far end goes up first: the
-// near one then carries at once.
-void lay_cable(const QString &name, const QString &address)
-{
-    shell("ip link add " + name + " type veth peer name " + name + "x; ip link set " + name
-          + "x up; ip link set " + name + " up; ip address add " + address + " dev "
-          + name
-          // A neighbour that need not be asked for its place.
-          + "; ip neigh add 10.8.0.99 lladdr 02:00:00:00:00:99 dev " + name);
-}
-
-void remove_cable(const QString &name)
-{
-    shell("ip link del " + name + " 2>/dev/null || true");
-}
 
 void burn_cpu(double milliseconds)
 {
@@ -48,40 +30,6 @@ void send_some(int count, quint16 port = DEVICE_PORT)
     for (int i = 0; i < count; ++i)
         sender.writeDatagram(QByteArray::number(i), LOOPBACK, port);
 }
-
-// Hears what arrives at one end of a cable.
-class CableEnd
-{
-public:
-    explicit CableEnd(const char *name)
-        : handle(socket(AF_PACKET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, htons(ETH_P_IP)))
-    {
-        sockaddr_ll end{};
-        end.sll_family = AF_PACKET;
-        end.sll_protocol = htons(ETH_P_IP);
-        end.sll_ifindex = static_cast<int>(if_nametoindex(name));
-        if (bind(handle, reinterpret_cast<const sockaddr *>(&end), sizeof end) != 0)
-            qFatal("can't listen at the cable");
-    }
-    ~CableEnd() { close(handle); }
-    Q_DISABLE_COPY_MOVE(CableEnd)
-
-    // Whether such a datagram has come so far.
-    bool has_heard(const QByteArray &payload)
-    {
-        QByteArray bytes(65536, 0);
-        ssize_t size = 0;
-        while ((size = recv(handle, bytes.data(), static_cast<size_t>(bytes.size()), 0)) >= 0)
-            packets.append(bytes.left(static_cast<int>(size)));
-        return std::any_of(packets.begin(), packets.end(), [&payload](const QByteArray &packet) {
-            return packet.endsWith(payload);
-        });
-    }
-
-private:
-    int handle;
-    QList<QByteArray> packets = {};
-};
 
 // Bytes of receive buffer of this process's UDP sockets with that local address; -1: not bound.
 int receive_buffer_of(quint32 address, quint16 port)

@@ -11,6 +11,7 @@
 #include <QtTest>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -36,6 +37,23 @@ void lock_from_elsewhere(const QString &settings, const QDateTime &time)
     QVERIFY(file.open(QIODevice::ReadWrite));
     QVERIFY(file.setFileTime(time, QFileDevice::FileModificationTime));
 }
+
+// Without root's rights to files, as long as it lives.
+class SomebodyElse
+{
+public:
+    SomebodyElse()
+    {
+        if (geteuid() == 0 && seteuid(65534) != 0)
+            qFatal("can't be somebody else");
+    }
+    ~SomebodyElse()
+    {
+        if (getuid() == 0 && seteuid(0) != 0)
+            qFatal("can't be root again");
+    }
+    Q_DISABLE_COPY_MOVE(SomebodyElse)
+};
 
 } // namespace
 
@@ -100,6 +118,38 @@ private slots:
         settings.put("a", 7);
         QVERIFY(settings.write(0));
         QVERIFY(!QFile::exists(settings_path()));
+    }
+
+    // As an administrator leaves it. Root may write to any file, so this is somebody else.
+    void a_file_that_may_not_be_written_is_read_and_left_alone_data()
+    {
+        QTest::addColumn<bool>("is_folder_free");
+        QTest::newRow("nor its folder") << false;
+        QTest::newRow("but its folder") << true; // the lock is free, the file is not
+    }
+    void a_file_that_may_not_be_written_is_read_and_left_alone()
+    {
+        QFETCH(bool, is_folder_free);
+        put_text(settings_path(), "[General]\na=1\n");
+        const QFile::Permissions reading = QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther;
+        const QFile::Permissions entering = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
+        QVERIFY(QFile::setPermissions(settings_path(), reading));
+        for (const QString &path : {folder->path(), folder->filePath("Makers")})
+            QVERIFY(QFile::setPermissions(path, reading | entering));
+        if (is_folder_free)
+            QVERIFY(
+                QFile::setPermissions(folder->filePath("Makers"),
+                                      reading | entering | QFile::WriteGroup | QFile::WriteOther));
+        const SomebodyElse somebody_else;
+        KeptSettings settings;
+        QCOMPARE(settings.value("a"), QVariant("1"));
+        settings.put("a", 7);
+        QVERIFY(settings.write(0)); // nothing to wait for
+        QVERIFY(settings.write(0));
+        QCOMPARE(settings.value("a"), QVariant(7));
+        QCOMPARE(contents(settings_path()), QByteArray("[General]\na=1\n"));
+        QCOMPARE(QDir(folder->filePath("Makers")).entryList(QDir::Files | QDir::Hidden),
+                 QStringList("Program.ini"));
     }
 
     // Opening the pipe would wait for somebody to write to it.

@@ -1,6 +1,7 @@
 // Uploads over real sockets in a private network: 127.0.0.x play the devices, all on port 69.
 #include "firmware/tftp_uploader.h"
 
+#include "support/cable.h"
 #include "support/private_network.h"
 #include "support/tftp_peer.h"
 
@@ -345,6 +346,39 @@ private slots:
         upload.uploader.start();
         QTRY_VERIFY(upload.is_good());
         QCOMPARE(peer.stored, data);
+    }
+
+    void datagrams_leave_by_the_given_interface_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("other");
+        QTest::newRow("near") << "near"
+                              << "far";
+        QTest::newRow("far") << "far"
+                             << "near";
+    }
+
+    // Two cables lead to the same address; by itself the kernel would take the first.
+    void datagrams_leave_by_the_given_interface()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, other);
+        lay_cable("near", "10.8.0.1/24");
+        lay_cable("far", "10.8.0.2/24");
+        {
+            CableEnd right(qPrintable(given + "x"));
+            CableEnd wrong(qPrintable(other + "x"));
+            const auto index
+                = static_cast<unsigned>(QNetworkInterface::interfaceFromName(given).index());
+            QTFTPFileUploader uploader(index, QHostAddress("10.8.0.99"), "data", "by-" + given);
+            const QByteArray request = "by-" + given.toLatin1() + QByteArray("\0octet\0", 7);
+            uploader.start();
+            QTRY_VERIFY(right.has_heard(request));
+            QVERIFY(!wrong.has_heard(request));
+            QVERIFY(uploader.is_active());
+        }
+        remove_cable("near");
+        remove_cable("far");
     }
 
     void a_port_that_is_taken_is_told_once()

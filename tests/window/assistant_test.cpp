@@ -807,6 +807,19 @@ private slots:
                  QString("Online / device not supported by image"));
     }
 
+    // The device's row is being written then.
+    void a_report_turns_the_page_only_after_its_own_turn()
+    {
+        tell(OUTDATED);
+        QCOMPARE(page(), int{PAGE_OUTDATED});
+        fake().state.insert("firmware_version", CURRENT_WITHOUT_PRODUCT.version);
+        fake().state.insert("product_id", CURRENT_WITHOUT_PRODUCT.product_id);
+        fake().report();
+        QCOMPARE(page(), int{PAGE_OUTDATED});
+        QCoreApplication::processEvents();
+        QCOMPARE(page(), int{PAGE_CHOOSE_PRODUCT});
+    }
+
     void leaving_frees_the_device_on_each_page_data() { every_page_and_way_out(); }
     void leaving_frees_the_device_on_each_page()
     {

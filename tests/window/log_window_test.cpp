@@ -98,9 +98,12 @@ private slots:
     void opening_again_raises_the_one_window()
     {
         FakeDevice &device = device_with_log();
-        const LogWindow *first = gui().log_window(device.record());
-        QApplication::setActiveWindow(&gui().widget());
-        QTRY_COMPARE(QApplication::activeWindow(), &gui().widget());
+        LogWindow *first = gui().log_window(device.record());
+        QVERIFY(QTest::qWaitForWindowActive(first));
+        gui().widget().activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
+        QTest::qWait(50); // nothing else is on its way
+        QCOMPARE(QApplication::activeWindow(), &gui().widget());
         gui().open_log(device.record());
         QCOMPARE(gui().log_window(device.record()), first);
         QTRY_COMPARE(QApplication::activeWindow(), first);

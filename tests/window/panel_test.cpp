@@ -257,6 +257,9 @@ private slots:
         QCOMPARE(header.caption->text(), QString());
         QVERIFY(!header.holder->autoFillBackground());
         QCOMPARE(header.text_label->alignment(), Qt::Alignment(Qt::AlignCenter));
+        // Ten pixels of room above the text.
+        QLabel plain(header.text_label->text());
+        QCOMPARE(header.text_label->sizeHint().height(), plain.sizeHint().height() + 10);
     }
 
     void an_unknown_pseudo_row_is_never_seen()

@@ -340,6 +340,25 @@ private slots:
         QVERIFY(device(0)->upload_ok);
     }
 
+    // Where firmware is picked nothing is to be renamed or deleted.
+    void the_file_dialog_changes_nothing_on_the_disk()
+    {
+        add_devices(1);
+        window->select({0});
+        DialogProbe probe;
+        QList<bool> only_reads;
+        probe.answer = [&only_reads](QDialog *dialog) {
+            auto *files = qobject_cast<QFileDialog *>(dialog);
+            only_reads += files && files->testOption(QFileDialog::ReadOnly);
+            DialogProbe::cancel(dialog);
+        };
+        press_update();
+        gui().widget().activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
+        press_lpi_upload();
+        QCOMPARE(only_reads, QList<bool>({true, true}));
+    }
+
     // The moment between a transfer's end and its removal. No row is written in it today.
     void the_end_of_a_failing_transfer_reads_failed_for_a_moment()
     {
