@@ -46,6 +46,15 @@ if [ "$seconds" = merge ]; then
     run "$@" -merge=1 "$own/merged" "$corpus" "$own/new"
     exec python3 fuzz/corpus.py pack "$packed" "$own/merged"
 fi
-# New inputs go to the first folder; the corpus is only read.
-run -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2500 -entropic=0 -print_final_stats=1 \
-    -artifact_prefix="$own/findings/" "$@" "$own/new" "$corpus"
+# New inputs go to the first folder; the corpus is only read. What the engine tells at its end is added
+# up in build/fuzz/NAME/total.
+{
+    outcome=0
+    run -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2500 -entropic=0 -print_final_stats=1 \
+        -artifact_prefix="$own/findings/" "$@" "$own/new" "$corpus" || outcome=$?
+    echo "$outcome" >"$own/outcome"
+} 2>&1 | tee "$own/last.log"
+executed=$(sed -n 's/^stat::number_of_executed_units: *//p' "$own/last.log" | tail -n 1)
+before=$(cat "$own/total" 2>/dev/null || echo 0)
+echo $((before + ${executed:-0})) >"$own/total"
+exit "$(cat "$own/outcome")"

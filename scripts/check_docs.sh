@@ -63,6 +63,19 @@ done < <(awk -F ' [|] ' '/^[|] / && NF >= 3 {
         }
     }' docs/kept-oddities.md docs/kept-oddities/*.md)
 
+# ---- variables of the environment ----------------------------------------------------------------
+
+# Those that a test asks for, and those that the table of testing.md tells of.
+testing=docs/developer/testing.md
+asked() { grep -rhoE '(qEnvironmentVariable\w*|seconds_from)\("[A-Z_]+"' tests bench soak | sed 's/.*"\(.*\)"/\1/' | grep -v '^QT_' | sort -u; }
+told() { sed -nE 's/^\| `([A-Z_]+)=.*/\1/p' "$testing" | sort -u; }
+for variable in $(comm -23 <(asked) <(told)); do
+    complain "$testing" "the table of variables lacks $variable"
+done
+for variable in $(comm -13 <(asked) <(told)); do
+    complain "$testing" "nothing asks for $variable"
+done
+
 # ---- links and pictures --------------------------------------------------------------------------
 
 # The anchors of a document's headings, as web pages of repositories make them.

@@ -1,0 +1,129 @@
+#!/usr/bin/env bash
+# measure_reliability.sh [--short] [ITEM...]: the long runs, one after another, or those named; each
+# prints what it found and becomes a row of the table in docs/reliability.md, with its command, the
+# day and the commit. Rows of other items stay. Fails when a run does. --short tries every item for
+# some seconds and leaves the document alone. FOLDER=build/debug runs what is built there.
+#   steady   1,000 devices for five minutes: nobody flickers, the memory stays
+#   typing   an operator types for a minute while 300 devices report
+#   kills    200 kills while the program may be writing its cache
+#   logs     logs for ten minutes, one message in twenty lost: what is shown and noted adds up
+#   failing  a device that fails among 100 that are updated at once
+#   sleep    the computer sleeps for a minute
+#   late     the network comes 30 seconds after the program
+#   soak     an hour of every fault and an operator at random
+#   fuzz     what the fuzzers have executed, from their logs in build/fuzz
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+
+short=0
+[[ ${1:-} == --short ]] && short=1 && shift
+(($#)) || set -- steady typing kills logs failing sleep late soak fuzz
+build=${FOLDER:-build/release}
+document=docs/reliability.md
+folder=build/reliability
+((short)) && folder=build/reliability/short
+mkdir -p "$folder"
+export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=$PWD/build/reliability/settings
+failed=()
+
+# length SHORT LONG
+length() { ((short)) && echo "$1" || echo "$2"; }
+
+# What a test tells by itself, without the names in front of it.
+told() { sed -n 's/^QINFO *: [^ ]*() //p' "$1" | paste -sd ';' | sed 's/;/; /g'; }
+
+# row ITEM WHAT COMMAND FIGURES
+row() {
+    local escaped=${4//|/\\|}
+    printf '| %s | %s | `%s` | %s, %s |\n' "$2" "$escaped" "$3" "$(date +%F)" "$(git rev-parse --short HEAD)" \
+        >"$folder/$1.row"
+    cat "$folder/$1.row"
+}
+
+# test_item ITEM WHAT VARIABLE=VALUE PROGRAM [FUNCTION]
+test_item() {
+    local outcome=passed log=$folder/$1.log started=$SECONDS
+    timeout 3600 env "$3" "$build/tests/$4" ${5:+"$5"} >"$log" 2>&1 || outcome="**FAILED**"
+    [[ $outcome == passed ]] || { failed+=("$1"); grep -A 3 '^FAIL!' "$log"; }
+    row "$1" "$2" "$3 $4 ${5:-}" "$outcome in $((SECONDS - started)) s: $(told "$log")"
+}
+
+steady() { test_item steady "A fleet that stays as it is" "STEADY_SECONDS=$(length 20 300)" fleet_steadiness_test; }
+typing() {
+    test_item typing "Typing among 300 devices that report" "TYPING_SECONDS=$(length 4 60)" \
+        fleet_editing_test typing_is_not_disturbed_by_a_busy_fleet
+}
+kills() { test_item kills "Kills while the cache may be written" "KILLS=$(length 5 200)" cache_kill_test; }
+logs() {
+    test_item logs "Logs with one message in twenty lost" "VELMARK_LOG_SECONDS=$(length 8 600)" \
+        fleet_logs_test bytes_shown_and_bytes_noted_as_lost_are_the_bytes_sent
+}
+failing() {
+    test_item failing "A device that fails among many updates" "UPDATED_DEVICES=$(length 20 100)" \
+        fleet_upload_test one_that_fails_among_all_stops_no_other
+}
+sleep_item() {
+    test_item sleep "The computer sleeps" "RECOVERY_STOP_SECONDS=$(length 3 60)" \
+        fleet_recovery_test a_program_that_slept_shows_all_online_again
+}
+late() {
+    test_item late "The network comes late" "RECOVERY_LATE_SECONDS=$(length 1 30)" \
+        fleet_recovery_test a_network_that_comes_late_is_found
+}
+
+soak() {
+    local outcome=passed log=$folder/soak.log seconds
+    seconds=$(length 8 3600)
+    "$build/soak/soak" "$seconds" 20 "$(length 40 300)" >"$log" 2>&1 || outcome="**FAILED**"
+    [[ $outcome == passed ]] || { failed+=(soak); grep -m 5 '^FAILED' "$log"; }
+    soak_row "$seconds" "$outcome"
+}
+# What the soak prints, "name: figures" a line, as one text.
+soak_row() {
+    row soak "Every fault, and an operator at random" "soak $1 20 $(length 40 300)" \
+        "$2: $(grep -v '^\(FAILED\|warning\|  \)' "$folder/soak.log" | paste -sd ';' | sed 's/;/; /g')"
+}
+
+# Each log ends with the engine's own count: "stat::number_of_executed_units: N".
+fuzz() {
+    local log figures=''
+    for log in build/fuzz/*/total; do
+        [[ -f $log ]] || continue
+        figures+="; $(basename "$(dirname "$log")") $(<"$log")"
+    done
+    row fuzz "Inputs that the fuzzers have executed" "fuzz/fuzz.sh NAME SECONDS" "${figures:2}"
+}
+
+write_table() {
+    {
+        echo "| What | Found | Command | Day, commit |"
+        echo "|---|---|---|---|"
+        for item in steady typing kills logs failing sleep late soak fuzz; do
+            [[ ! -f $folder/$item.row ]] || cat "$folder/$item.row"
+        done
+    } >"$folder/table.md"
+    awk -v file="$folder/table.md" '
+        $0 == "<!-- measured: long runs -->" {
+            print; print ""
+            while ((getline line < file) > 0) print line
+            print ""; skips = 1
+        }
+        $0 == "<!-- end -->" { skips = 0 }
+        !skips && $0 != "<!-- measured: long runs -->"' "$document" >"$folder/document"
+    cat "$folder/document" >"$document"
+}
+
+if [[ -z ${FOLDER:-} ]]; then
+    scripts/setup.sh build network check
+    scripts/build.sh release fleet_steadiness_test fleet_editing_test cache_kill_test fleet_logs_test \
+        fleet_upload_test fleet_recovery_test soak loudspeaker-simulator velmark-network-manager >&2 || exit
+fi
+for item; do
+    case $item in
+    sleep) sleep_item ;;
+    steady | typing | kills | logs | failing | late | soak | fuzz) "$item" ;;
+    *) echo "measure_reliability: unknown item $item" >&2 && exit 2 ;;
+    esac
+done
+((short)) || write_table
+((${#failed[@]} == 0)) || { echo "failed: ${failed[*]}" && exit 1; }
