@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # check_package.sh [--clean | --desktops]
-# Makes the Debian package, has it judged by lintian and the validators of its desktop files,
+# Makes the Debian package, has it judged by lintian and the validators of its desktop files, sees
+# that with the right to low ports the program takes no plug-ins from who starts it,
 # installs it, and updates a simulated loudspeaker through the window of the installed program.
 # It is installed into a copy of this machine's root in memory; with --clean into a fresh Debian 12
 # that holds nothing but the package and what it depends on.
@@ -15,7 +16,7 @@ purposes=(network screen package-check)
 case $form in
 short) ;;
 --clean | --desktops) purposes+=(clean-root) ;;
-*) sed -n '2,10s/^# //p' "${BASH_SOURCE[0]}" >&2 && exit 2 ;;
+*) sed -n '2,11s/^# //p' "${BASH_SOURCE[0]}" >&2 && exit 2 ;;
 esac
 
 scripts/setup.sh "${purposes[@]}"
@@ -66,6 +67,7 @@ desktop_parts=(at-spi2-core dbus dbus-x11 dconf-gsettings-backend fcitx5 fcitx5-
     x11-xkb-utils xdg-desktop-portal-gtk)
 
 judge_package
+scripts/check_capability.sh "$work"/content/usr/bin/velmark-network-manager
 find_launcher
 update=("${launcher[@]}" --net packaging/check/update.sh "$package"
     "$PWD/build/release/firmware/stand-in.bin" "$PWD/packaging/check/fleet.json")

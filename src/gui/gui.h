@@ -17,6 +17,7 @@
 #include "model/device_cache.h"
 #include "model/device_registry.h"
 #include "model/device_state.h"
+#include "model/late_release.h"
 #include "support/frame_throttle.h"
 
 #include <QHostAddress>
@@ -157,6 +158,7 @@ private:
     QTimer meter_timer{this};
     QTimer panel_timer{this};
 
+    LateRelease gone_devices;
     DeviceRegistry registry;
     DeviceCache device_cache{registry.all()};
     PropertyPanel panel{[this] { return table.selected(); }};

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <set>
 
 namespace {
 
@@ -46,17 +45,16 @@ bool take_sessions(Device &device, const QJsonObject &report)
     return true;
 }
 
-std::vector<const std::string *> in_order_of_keys(const std::set<const std::string *> &changed)
+// `changed` comes by the alphabet, as the walk along a device's properties gives it.
+std::vector<const std::string *> in_order_of_keys(const std::vector<const std::string *> &changed)
 {
     std::vector<const std::string *> ordered;
     if (changed.empty())
         return ordered;
-    const auto is_changed = [&changed](const std::string &key) {
-        return std::any_of(changed.begin(), changed.end(),
-                           [&key](const std::string *other) { return *other == key; });
-    };
+    const auto is_less
+        = [](const std::string *left, const std::string *right) { return *left < *right; };
     for (const std::string &key : property_keys)
-        if (is_changed(key))
+        if (std::binary_search(changed.begin(), changed.end(), &key, is_less))
             ordered.push_back(&key);
     return ordered;
 }
@@ -119,7 +117,7 @@ MergeResult merge_report(Device &device, const QJsonObject &report)
     result.product_changed = take_product_of(device, reader);
 
     // Both maps stand in the order of their keys, so one walk along them needs no look-up.
-    std::set<const std::string *> changed;
+    std::vector<const std::string *> changed;
     auto value = device.values.begin();
     for (auto &[key, desc] : device.properties) {
         if (desc.kind == PROP_DUMMY)
@@ -138,7 +136,7 @@ MergeResult merge_report(Device &device, const QJsonObject &report)
         if (key == session_key)
             row_changed |= rebuild_sessions(device, desc, sessions_changed);
         if (row_changed)
-            changed.insert(&key);
+            changed.push_back(&key);
     }
     result.changed_keys = in_order_of_keys(changed);
     return result;

@@ -78,15 +78,17 @@ void Gui::add_dummy_device()
 }
 
 // A device with an open assistant is quietly kept. The rows go first: a view that loses its current
-// row selects the next one, which looks at the devices.
+// row selects the next one, which looks at the devices. Their leaving the selection refreshes the
+// panel; a thousand of them merged into rows just before would be work for nobody.
 void Gui::delete_selected_devices()
 {
     std::vector<Device *> leaving = table.selected();
     if (leaving.empty())
         return;
     panel.set_edit_mode(false);
-    panel.refresh_all_rows();
     std::erase_if(leaving, [](const Device *device) { return device->has_assistant; });
+    if (leaving.empty())
+        panel.refresh_all_rows();
     table.remove(leaving);
     for (Device *device : leaving) {
         registry.all().erase(device->device_id);
@@ -102,7 +104,7 @@ void Gui::destroy_device(Device *device)
     uploads.drop(device);
     assistants.forget(device);
     log_windows.drop(device);
-    delete device;
+    gone_devices.take(device);
 }
 
 // An edit ends before one of its rows hides: hidden rows are no longer part of the selection.
