@@ -23,6 +23,8 @@ document=docs/reliability.md
 folder=build/reliability
 ((short)) && folder=build/reliability/short
 mkdir -p "$folder"
+# The test library by itself ends whatever takes five minutes.
+export QTEST_FUNCTION_TIMEOUT=7200000
 export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=$PWD/build/reliability/settings
 failed=()
 

@@ -160,7 +160,9 @@ private slots:
             all.append(index);
         const std::vector<Device *> devices = window->devices(all);
         update(devices, stand_in_image());
-        QVERIFY(runs_until([this, &devices] { return ends.size() == devices.size(); }, 120000));
+        const auto all_have_ended = [this, &devices] { return ends.size() == devices.size(); };
+        QVERIFY2(runs_until(all_have_ended, 60000 + 10000 * device_count()),
+                 qPrintable(QString::number(ends.size())));
         for (int index = 0; index < device_count(); ++index) {
             Device *device = devices[static_cast<size_t>(index)];
             QCOMPARE(end_of(device),

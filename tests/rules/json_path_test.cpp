@@ -101,6 +101,25 @@ private slots:
                 !value_from_json({{"a", 1}}, desc_of(static_cast<PropertyKind>(kind))).isValid());
     }
 
+    // A reader keeps what it has opened on its way to the path before.
+    void paths_in_any_order_are_read_as_each_one_alone()
+    {
+        const QJsonObject object{
+            {"a",
+             QJsonObject{{"b", QJsonObject{{"x", 1}, {"y", 2}}}, {"c", QJsonObject{{"x", 3}}}}},
+            {"c", QJsonObject{{"x", 4}, {"b", QJsonObject{{"y", 5}}}}},
+            {"x", 6}};
+        const std::vector<std::vector<std::string>> paths{
+            {"a", "b", "x"}, {"c", "x"},      {"a", "b", "y"}, {"x"},          {"a", "c", "x"},
+            {"c", "b", "y"}, {"a", "b", "z"}, {"a", "x"},      {"c", "b", "x"}};
+        for (size_t first = 0; first < paths.size(); ++first) {
+            JsonPathReader reader(object);
+            for (size_t step = 1; step <= paths.size(); ++step)
+                for (size_t i = first; i < paths.size(); i += step)
+                    QCOMPARE(reader.read(paths[i]), json_get_path(object, paths[i]));
+        }
+    }
+
     void an_empty_path_reads_nothing_and_writes_nothing()
     {
         QVERIFY(json_get_path({{"a", 1}}, {}).isUndefined());

@@ -88,7 +88,11 @@ void PanelRowsTest::a_key_without_a_row_is_hidden_and_changes_nothing()
     QVERIFY(panel.rows.refresh("no such key", {device.get()}) == RowChange::HIDDEN);
     QVERIFY(!panel.rows.edit("no such key", 1));
     panel.rows.mark("no such key");
+    for (const std::string &key : property_keys)
+        panel.rows.refresh(key, {device.get()});
     panel.rows.mark_dependants("no such key");
+    for (const auto &[key, row] : panel.rows.all())
+        QVERIFY2(!row.needs_update, key.c_str());
     panel.rows.set_value("no such key", 1, true);
     QVERIFY(!panel.rows.row("no such key"));
     QCOMPARE(panel.rows.all().size(), property_keys.size());

@@ -336,6 +336,24 @@ private slots:
         QCOMPARE(last_arrival_with_room(looked_at, room), last);
     }
 
+    // 192 bytes are for what stands around a report.
+    void the_largest_part_fits_to_the_byte()
+    {
+        const QHostAddress address("10.0.0.1");
+        const KeptReport report(QJsonObject{{"product", "KESTA"}, {"text", QString(500, 'x')}});
+        SavedText whole;
+        renew_saved_text(whole, address, report, LARGEST_CACHE_PART);
+        QVERIFY(whole.size > 192);
+        SavedText fitting;
+        renew_saved_text(fitting, address, report, whole.size);
+        QCOMPARE(fitting.text, whole.text);
+        QCOMPARE(fitting.size, whole.size);
+        SavedText refused;
+        renew_saved_text(refused, address, report, whole.size - 1);
+        QCOMPARE(refused.text, QByteArray());
+        QVERIFY(assembled(whole).size() <= whole.size);
+    }
+
     void only_the_family_name_makes_a_backup_data()
     {
         QTest::addColumn<QJsonValue>("product");

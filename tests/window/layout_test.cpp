@@ -69,6 +69,9 @@ private slots:
         QVERIFY(std::abs(place(gui().eq_button()).top() - place(gui().edit_button()).top()) <= 2);
     }
 
+    // A list, not a tree: its first column begins at the edge.
+    void rows_begin_at_the_edge() { QCOMPARE(gui().view()->indentation(), 0); }
+
     // What was an empty strip is the status bar.
     void the_status_bar_reaches_to_the_bottom()
     {

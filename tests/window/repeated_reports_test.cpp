@@ -223,6 +223,23 @@ private slots:
         QCOMPARE(device->last_report, good);
     }
 
+    void the_same_bytes_during_an_edit_are_held_back_as_others_are()
+    {
+        const std::unique_ptr<WindowCase> window = make_window();
+        const QHostAddress address("10.0.0.1");
+        const QByteArray report = bytes_of(loudspeaker_report("a"));
+        window->gui->deliver(address, report);
+        const Device *device = window->gui->find_device("a");
+        window->gui->view()->selectAll();
+        window->gui->deliver(address, report);
+        QVERIFY(!device->stale);
+        window->gui->set_edit_mode(true);
+        window->gui->deliver(address, report);
+        QVERIFY(device->stale);
+        window->gui->cancel_button()->click();
+        QVERIFY(!device->stale);
+    }
+
     void a_moved_device_leaves_no_address_behind()
     {
         const std::unique_ptr<WindowCase> window = make_window();

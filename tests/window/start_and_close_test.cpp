@@ -86,6 +86,20 @@ private slots:
         QCOMPARE(gui().widget().windowTitle(), QString("VELMARK Network Manager"));
     }
 
+    void a_dummy_device_can_be_added_from_the_menu()
+    {
+        for (QAction *action : gui().widget().menuBar()->actions().at(1)->menu()->actions())
+            if (action->text() == "Add dummy device")
+                action->trigger();
+        QCOMPARE(gui().all_devices().size(), std::size_t{1});
+        QVERIFY(!gui().all_devices().begin()->second->online);
+    }
+
+    void the_search_box_has_a_name_for_screen_readers()
+    {
+        QCOMPARE(gui().search_box()->accessibleName(), QString("Search"));
+    }
+
     void the_desktop_entry_and_the_window_find_each_other()
     {
         QFile entry(VECTOR_FOLDER "/../../packaging/desktop/" + QGuiApplication::desktopFileName()
