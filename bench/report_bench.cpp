@@ -2,6 +2,7 @@
 #include "bench_window.h"
 #include "limit.h"
 
+#include "gui/column_rules.h"
 #include "gui/device_list_view.h"
 #include "link/datagram.h"
 #include "model/device_state.h"
@@ -172,7 +173,7 @@ void show_bare_window()
 {
     QMainWindow window;
     auto *tree = new QTreeView;
-    QStandardItemModel model(0, 83);
+    QStandardItemModel model(0, static_cast<int>(list_columns().size()));
     tree->setModel(&model);
     window.setCentralWidget(tree);
     window.resize(1900, 1000);
@@ -212,7 +213,7 @@ double plain_rows_milliseconds(WindowHandle &gui)
     std::vector<std::unique_ptr<Device>> records;
     for (const QJsonValue &entry : cached) {
         records.push_back(std::make_unique<Device>());
-        records.back()->properties = product_table.front().properties;
+        records.back()->properties = catalogue().product_table.front().properties;
         merge_report(*records.back(), entry.toObject().value("data").toObject());
     }
     QTreeView view;

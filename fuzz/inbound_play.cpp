@@ -198,8 +198,8 @@ void InboundPlay::select_rows(const QByteArray &numbers)
 
 void InboundPlay::edit(int number, const QByteArray &text)
 {
-    const auto count = static_cast<int>(property_keys.size());
-    const PanelRow row = gui->row(property_keys[static_cast<size_t>(number % count)]);
+    const auto count = static_cast<int>(catalogue().property_keys.size());
+    const PanelRow row = gui->row(catalogue().property_keys[static_cast<size_t>(number % count)]);
     if (row.line_edit && row.line_edit->isEnabled()) {
         row.line_edit->setText(QString::fromUtf8(text));
         emit row.line_edit->textEdited(row.line_edit->text());

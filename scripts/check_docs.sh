@@ -52,16 +52,47 @@ done < <(awk 'NR == FNR { known[$0]; next }
 
 # ---- places of what is kept ----------------------------------------------------------------------
 
-# The column before the last names files of src/ without their ends.
+# The column before the last names files of src/ without their ends. Each of them marks what is kept
+# with "KEPT:", and no other file does.
+kept_places() {
+    awk -F ' [|] ' '/^[|] / && NF >= 3 {
+            column = $(NF - 1)
+            while (match(column, /`[^`]+`/)) {
+                print FILENAME "\t" substr(column, RSTART + 1, RLENGTH - 2)
+                column = substr(column, RSTART + RLENGTH)
+            }
+        }' docs/kept-oddities.md docs/kept-oddities/*.md
+}
+kept_files=$(grep -rlE '(//|\*) .*KEPT:|^ *// KEPT:' src | sed -E 's#^src/##; s/\.(cpp|h)$//' | sort -u)
 while IFS=$'\t' read -r document place; do
-    compgen -G "src/$place*" > /dev/null || complain "$document" "there is no src/$place"
-done < <(awk -F ' [|] ' '/^[|] / && NF >= 3 {
-        column = $(NF - 1)
-        while (match(column, /`[^`]+`/)) {
-            print FILENAME "\t" substr(column, RSTART + 1, RLENGTH - 2)
-            column = substr(column, RSTART + RLENGTH)
-        }
-    }' docs/kept-oddities.md docs/kept-oddities/*.md)
+    if ! compgen -G "src/$place*" > /dev/null; then
+        complain "$document" "there is no src/$place"
+    elif ! grep -qxF "$place" <<<"$kept_files"; then
+        complain "$document" "no comment in src/$place begins with KEPT:"
+    fi
+done < <(kept_places)
+while IFS= read -r place; do
+    kept_places | cut -f2 | grep -qxF "$place" \
+        || complain "src/$place" "docs/kept-oddities.md tells nothing of what is KEPT: there"
+done <<<"$kept_files"
+
+# ---- names of the source -------------------------------------------------------------------------
+
+# What the developers' pages say of the source: its files, its classes and their members.
+while IFS=$'\t' read -r document name; do
+    case $name in
+    src/* | simulator/* | tests/*)
+        compgen -G "$name" > /dev/null || complain "$document" "there is no $name"
+        ;;
+    *)
+        class=${name%%::*} member=${name##*::}
+        declaring=$(grep -rlE "^(class|struct|enum class) $class\b" src simulator tests/support)
+        [[ -n $declaring ]] && grep -qE "\b$member\b" $declaring \
+            || complain "$document" "there is no $name"
+        ;;
+    esac
+done < <(grep -HoE '`((src|simulator|tests)/[A-Za-z0-9_/.]+|[A-Z][A-Za-z]+::[a-z_]+)(\(\))?`' \
+    docs/developer/*.md docs/performance.md | tr -d '`' | sed 's/:/\t/; s/()$//')
 
 # ---- variables of the environment ----------------------------------------------------------------
 

@@ -22,7 +22,7 @@ constexpr int MOST_DEVICES = 10'000;
 QStringList products_that_contain(const QString &text)
 {
     QStringList names;
-    for (const ProductDesc &product : product_table)
+    for (const ProductDesc &product : catalogue().product_table)
         if (QString::fromStdString(product.name).contains(text, Qt::CaseInsensitive))
             names.append(QString::fromStdString(product.name));
     return names;
@@ -30,7 +30,7 @@ QStringList products_that_contain(const QString &text)
 
 std::optional<int32_t> product_named(const QString &name)
 {
-    for (const ProductDesc &product : product_table)
+    for (const ProductDesc &product : catalogue().product_table)
         if (name.compare(QString::fromStdString(product.name), Qt::CaseInsensitive) == 0)
             return product.product_id;
     return {};

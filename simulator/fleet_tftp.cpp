@@ -1,4 +1,5 @@
 // A running fleet: firmware uploads and what follows from them.
+#include "firmware/upload_rules.h"
 #include "simulator/fleet.h"
 #include "simulator/image_check.h"
 
@@ -10,7 +11,6 @@ namespace simulator {
 namespace {
 
 constexpr int MOST_BATCHES = 16; // per round, so that no flood keeps the clock from running
-constexpr const char *FIRMWARE_FILE = "firmware.bin"; // only this one is an image to be checked
 
 // A remote name is the sender's text: nothing of it may lead out of the folder.
 QString harmless(const QString &file_name)
@@ -90,7 +90,7 @@ void Fleet::start_upload(SimulatedDevice &device)
 void Fleet::finish_upload(SimulatedDevice &device)
 {
     TftpSession &tftp = device.tftp;
-    const bool is_firmware = tftp.file_name == FIRMWARE_FILE;
+    const bool is_firmware = tftp.file_name == FIRMWARE_REMOTE_NAME;
     QString error = tftp.faults.refuse;
     if (error.isEmpty() && is_firmware)
         error = image_error(tftp.data, device.fw_magic());

@@ -47,8 +47,8 @@ QJsonObject nested(QStringList path, const QJsonValue &value)
 
 const std::string &any_key(RandomSource &random)
 {
-    const int place = random.below(static_cast<int>(property_keys.size()));
-    return property_keys[static_cast<size_t>(place)];
+    const int place = random.below(static_cast<int>(catalogue().property_keys.size()));
+    return catalogue().property_keys[static_cast<size_t>(place)];
 }
 
 QJsonArray random_sessions(RandomSource &random)
@@ -74,8 +74,8 @@ QJsonObject plausible_state(RandomSource &random)
     case 4:
         return {{"dsp", QJsonObject{{"mute", random.happens(50)}, {"level", random.below(8)}}}};
     case 5: {
-        const int row = random.below(static_cast<int>(product_table.size()));
-        return {{"product_id", product_table[static_cast<size_t>(row)].product_id}};
+        const int row = random.below(static_cast<int>(catalogue().product_table.size()));
+        return {{"product_id", catalogue().product_table[static_cast<size_t>(row)].product_id}};
     }
     case 6:
         return {{"firmware_version", random.happens(50) ? "1.1" : "v1.5.4.1d"}};

@@ -79,8 +79,9 @@ void fuzz_backup(const uint8_t *data, size_t size)
     set_up_catalogue();
     FuzzBytes bytes(data, size);
     static Records records;
-    const auto product = static_cast<size_t>(bytes.below(static_cast<int>(product_table.size())));
-    const ProductDesc &desc = product_table[product];
+    const auto product
+        = static_cast<size_t>(bytes.below(static_cast<int>(catalogue().product_table.size())));
+    const ProductDesc &desc = catalogue().product_table[product];
     Device &device = fresh_record(records, product);
     QJsonObject report = any_report(bytes, product);
     report.insert("product_id", desc.product_id);

@@ -158,11 +158,11 @@ QJsonValue any_json(FuzzBytes &bytes, int depth)
 QJsonObject any_report(FuzzBytes &bytes, size_t product)
 {
     set_up_catalogue();
-    const PropertyMap &properties = product_table[product].properties;
+    const PropertyMap &properties = catalogue().product_table[product].properties;
     QJsonObject report{{"product", "KESTA"},
                        {"seq", 0},
                        {"device_id", "d"},
-                       {"product_id", product_table[product].product_id}};
+                       {"product_id", catalogue().product_table[product].product_id}};
     if (bytes.u8() == 255)
         report.insert("product_id", bytes.flag() ? any_json(bytes) : QJsonValue(bytes.below(40)));
     for (int i = bytes.below(10); i > 0; --i) {
@@ -180,7 +180,7 @@ QJsonObject any_report(FuzzBytes &bytes, size_t product)
 Device &fresh_record(Records &kept, size_t product)
 {
     set_up_catalogue();
-    const ProductDesc &desc = product_table[product];
+    const ProductDesc &desc = catalogue().product_table[product];
     std::unique_ptr<Device> &device = kept[product];
     // Another product, or this one once more, brings all properties.
     if (!device || device->properties.size() * 2 > desc.properties.size()

@@ -17,10 +17,11 @@ const std::string PRODUCT = "product_id";
 
 void check_keys(const Device &device, const MergeResult &result)
 {
-    auto place = property_keys.begin();
+    auto place = catalogue().property_keys.begin();
     for (const std::string *key : result.changed_keys) {
-        place = std::find(place, property_keys.end(), *key);
-        expect(place != property_keys.end(), "changed keys come in the order of all keys, once");
+        place = std::find(place, catalogue().property_keys.end(), *key);
+        expect(place != catalogue().property_keys.end(),
+               "changed keys come in the order of all keys, once");
         ++place;
         expect(device.properties.count(*key) == 1, "only what the device has changes");
     }
@@ -122,7 +123,8 @@ void fuzz_report(const uint8_t *data, size_t size)
     set_up_catalogue();
     FuzzBytes bytes(data, size);
     static Records records;
-    const auto product = static_cast<size_t>(bytes.below(static_cast<int>(product_table.size())));
+    const auto product
+        = static_cast<size_t>(bytes.below(static_cast<int>(catalogue().product_table.size())));
     Device &device = fresh_record(records, product);
     device.online = device.broken_net = device.awaiting_reply = false;
     device.reports_without_reply = 0;

@@ -32,7 +32,8 @@ void CurveGrid::rebuild(int new_points, int new_height)
     height = std::max(new_height, 0);
     center_y = 0.5F * static_cast<float>(height);
     px_per_db = static_cast<float>(height / (2.0 * db_range));
-    // Filters are designed for half their gain in dB; the 2 makes up for it. Neither goes alone.
+    // KEPT: filters are designed for half their gain in dB; the 2 makes up for it. Neither goes
+    // alone.
     log_scale = static_cast<float>(2.0 * (px_per_db * DB_PER_LOG_UNIT));
 
     for (std::vector<float> *table : {&phi, &sin_w, &cos_w, &freqs}) {

@@ -132,7 +132,7 @@ void CurveWidget::draw_frequency_lines(QPainter *painter, int label_width)
                 painter->drawLine(column, 0, column, height() - 1);
                 draw_frequency_label(painter, column, frequency_label(decade, nth));
             }
-            painter->setPen(WEAK_LINE); // also after a skipped line
+            painter->setPen(WEAK_LINE); // KEPT: also after a skipped line
         }
     }
 }

@@ -40,7 +40,7 @@ public:
     std::unique_ptr<CurveGrid> grid;
     CurveLines next_lines = {}; // under construction
     CurveLines lines = {};      // painted
-    int32_t hover_index = -1;   // in `filters`; survives the mouse's leaving
+    int32_t hover_index = -1;   // in `filters`. KEPT: survives the mouse's leaving
     int32_t active_index = -1;
     int32_t click_count = 0; // presses in read-only mode; the third gives a hint, then every fifth
 

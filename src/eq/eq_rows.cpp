@@ -1,7 +1,7 @@
 // Reads the bands of the user equaliser from the panel's rows, and says what a drag writes back.
 #include "eq/eq_rows.h"
 
-#include "gui/error_value.h"
+#include "model/error_value.h"
 #include "support/text_format.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ const char *const EQ_ENABLE_KEY = "dsp/eq_en";
 
 namespace {
 
-// The model's limits; the lower one lies above the row's own minimum, which stays so.
+// The model's limits. KEPT: the lower one lies above the row's own minimum.
 constexpr float MODEL_Q_MIN = 0.3F;
 constexpr float MODEL_Q_MAX = 20.0F;
 

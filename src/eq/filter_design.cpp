@@ -51,7 +51,7 @@ Biquad low_shelf(const ShelfTerms &terms)
 {
     const double A = terms.A;
     const double B = terms.B;
-    // Rounded to 32 bits, unlike the high shelf's: it shows at low frequencies, and stays.
+    // KEPT: rounded to 32 bits, unlike the high shelf's: it shows at low frequencies.
     const double U = static_cast<float>(terms.U);
     const double V = static_cast<float>(terms.V);
     return {.a0 = (A + 1.0) + U + B,

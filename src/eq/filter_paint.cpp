@@ -15,7 +15,8 @@ const QColor HIGHLIGHT(0xD8, 0x18, 0x18);
 const QColor RESPONSE_OUTLINE(255, 255, 255, 128);
 const QColor HANDLE_FILL(90, 90, 90, 185);
 
-constexpr int MARKER_LABEL_POINTS = 8; // a marker's text stops growing here, its square doesn't
+// KEPT: a marker's text stops growing here, its square doesn't.
+constexpr int MARKER_LABEL_POINTS = 8;
 constexpr int BUBBLE_POINTS = 12;
 constexpr int BUBBLE_MARGIN = 6;
 constexpr double BUBBLE_RADIUS = 6.0;

@@ -91,10 +91,10 @@ bool opens_assistant(const Device &device, bool is_outdated, bool one_is_open)
         && wants_assistant(is_outdated, device.value("product_id"));
 }
 
-std::vector<PropertyChoice> assistant_products(const std::vector<ProductDesc> &catalogue)
+std::vector<PropertyChoice> assistant_products(const std::vector<ProductDesc> &products)
 {
     std::vector<PropertyChoice> choices = {{.value = 0, .label = "<Select here>"}};
-    for (const ProductDesc &product : catalogue)
+    for (const ProductDesc &product : products)
         if (product.product_id != 0)
             choices.push_back({.value = product.product_id, .label = product.name});
     return choices;

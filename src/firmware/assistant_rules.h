@@ -50,13 +50,14 @@ int next_assistant_page(int page, bool online, bool is_outdated, int found_produ
 // (a `product_id` of 0; the invalid variant of a silent device does not count).
 bool wants_assistant(bool is_outdated, const QVariant &product_id);
 
-// True when the refresh of this device's row opens an assistant. Only one may be open in the whole
-// program (`one_is_open`), and a closed one does not come back until the device has been offline.
+// True when the refresh of this device's row opens an assistant. KEPT: only one may be open in the
+// whole program (`one_is_open`), and a closed one does not come back until the device has been
+// offline.
 bool opens_assistant(const Device &device, bool is_outdated, bool one_is_open);
 
 // The entries of PAGE_CHOOSE_PRODUCT, labels with their product ids (int): "<Select here>" with 0,
 // then each product of the catalogue that has a number.
-std::vector<PropertyChoice> assistant_products(const std::vector<ProductDesc> &catalogue);
+std::vector<PropertyChoice> assistant_products(const std::vector<ProductDesc> &products);
 
 // The command that gives a device its product.
 QJsonObject set_product_command(int product_id);

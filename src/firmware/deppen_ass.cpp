@@ -2,6 +2,7 @@
 #include "firmware/deppen_ass.h"
 
 #include "firmware/assistant_rules.h"
+#include "firmware/upload_rules.h"
 #include "gui/input_guard.h"
 #include "model/device.h"
 #include "model/device_state.h"
@@ -138,7 +139,7 @@ void DeppenAss::add_product_combo()
     product_combo = new QComboBox;
     product_combo->setAccessibleName("Product type");
     product_combo->setIconSize({PICTURE_SIZE, PICTURE_SIZE});
-    for (const PropertyChoice &product : assistant_products(product_table))
+    for (const PropertyChoice &product : assistant_products(catalogue().product_table))
         product_combo->addItem(picture_of(product.value.toInt()),
                                QString::fromStdString(product.label), product.value);
     guard->watch(product_combo);
@@ -160,7 +161,7 @@ void DeppenAss::refresh()
     update_progress();
 }
 
-// It stays that a failure leaves the bar where it is, and that it is the success of the last
+// KEPT: a failure leaves the bar where it is, and it is the success of the last
 // transfer that counts, even if a later attempt was refused before it became one.
 void DeppenAss::update_progress()
 {
@@ -190,7 +191,7 @@ void DeppenAss::on_next()
 
 void DeppenAss::start_update()
 {
-    QFile image(":/firmware.bin");
+    QFile image(QString(":/") + FIRMWARE_REMOTE_NAME);
     if (!image.open(QIODevice::ReadOnly))
         return;
     const QByteArray bytes = image.readAll();
@@ -232,7 +233,7 @@ void DeppenAss::forget_device()
 }
 
 // Leaves the device free for deletion, and other devices for an assistant. However the dialog goes,
-// it lets go once; it stays that the object itself remains with the window.
+// it lets go once. KEPT: the object itself remains with the window.
 void DeppenAss::let_go()
 {
     if (!device)

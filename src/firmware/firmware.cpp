@@ -97,7 +97,8 @@ const FirmwareSection *first_chunk(const FirmwareSection *list)
 }
 
 // The payloads of the run of chunks that starts at `first`, one behind the other. The run ends at
-// the first section that is no chunk; chunks behind that one stay ignored. Null without any bytes.
+// the first section that is no chunk. KEPT: chunks behind that one are ignored. Null without any
+// bytes.
 ByteBlock join_chunks(const FirmwareSection *first, size_t &full_sz, int &err)
 {
     const FirmwareSection *end = first;

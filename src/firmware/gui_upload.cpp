@@ -48,7 +48,7 @@ unsigned interface_index(DeviceLink &link, const QString &network)
 
 } // namespace
 
-// It stays that a file which can't be read is passed over without a word. One that is too large for
+// KEPT: a file that can't be read is passed over without a word. One that is too large for
 // any device is not read at all, which would hold up the window.
 void Gui::upload_file(const QString &remote_name)
 {

@@ -45,6 +45,6 @@ void build_data_block(TftpPacket &packet, int block, std::span<const char> bytes
 
 // Takes a reply apart. `received` is the datagram's length on the wire, `bytes` what of it fitted
 // into a buffer of TFTP_PACKET_SIZE: a longer datagram is fatal, as is one of less than 2 bytes, a
-// short ACK and every ERROR packet. The number in an ERROR's text is the code read low byte first,
-// unlike all other numbers: this stays, code 1 prints as 256.
+// short ACK and every ERROR packet. KEPT: the number in an ERROR's text is the code read low byte
+// first, unlike all other numbers: code 1 prints as 256.
 TftpReply read_tftp_reply(std::span<const char> bytes, qint64 received);

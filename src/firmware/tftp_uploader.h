@@ -24,8 +24,8 @@ public:
     ~QTFTPFileUploader() override;
 
     // Sends the write request from port 69, or fails at once when the program has as many sockets
-    // as it may have. Where that port can't be bound, the transfer runs all
-    // the same from another one, and times out if the device insists on port 69.
+    // as it may have. KEPT: where that port can't be bound, the transfer runs all the same from
+    // another one, and times out if the device insists on port 69.
     void start();
 
     int percent() const { return transfer.percent; } // 0 to 100

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <map>
 
-// The remote name tells the device what it is sent. Only this one is parsed as an image.
+// The remote name tells the device what it is sent. KEPT: only this one is parsed as an image.
 inline constexpr const char *FIRMWARE_REMOTE_NAME = "firmware.bin";
 
 struct UploadDecision

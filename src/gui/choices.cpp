@@ -32,7 +32,7 @@ std::vector<PropertyChoice> preset_choices(const QVariant &product, const QVaria
     if (!product_id)
         return {};
 
-    // Without a known bank the first one's names are the best guess.
+    // KEPT: without a known bank the first one's names show.
     const std::vector<std::vector<std::string>> &banks = find_product(*product_id).preset_names;
     const std::size_t number = static_cast<std::size_t>(std::max(int_of(bank).value_or(1), 1));
     const std::size_t index = number <= banks.size() ? number - 1 : 0;
@@ -101,22 +101,6 @@ void update_dynamic_choices(PropertyDesc &desc, const PropertyLookup &lookup)
     const bool is_source_channel = (desc.flags & PF_SOURCE_CHANNEL) != 0;
     if (is_source_channel && int_of(desc.user_value))
         desc.choices = source_channel_choices(source_channel_count(lookup));
-}
-
-std::vector<PropertyChoice> session_choices(const std::vector<session_item> &sessions)
-{
-    std::vector<PropertyChoice> choices;
-    choices.reserve(sessions.size() + 1);
-    choices.push_back({.value = QString(""), .label = "<disable>", .data = {}});
-    for (const session_item &session : sessions)
-        choices.push_back({.value = session.name,
-                           .label = (session.name + " (" + session.info + ")").toStdString(),
-                           .data = QVariant::fromValue(session)});
-    std::stable_sort(choices.begin() + 1, choices.end(),
-                     [](const PropertyChoice &left, const PropertyChoice &right) {
-                         return left.label < right.label;
-                     });
-    return choices;
 }
 
 ComboState combo_state(const PropertyDesc &desc, const QVariant &value, bool uniform)

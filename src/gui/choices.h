@@ -2,7 +2,7 @@
 #pragma once
 
 #include "gui/property_row.h"
-#include "model/device.h"
+#include "model/sessions.h"
 
 #include <QString>
 #include <QVariant>
@@ -13,10 +13,6 @@
 // bank, source channels follow the stream. `lookup` gives those other rows (or one device's state);
 // any other row stays as it is.
 void update_dynamic_choices(PropertyDesc &desc, const PropertyLookup &lookup);
-
-// The choices of "stream/name": "<disable>" (an empty name), then the sessions ordered by the bytes
-// of their labels, "name (info)". Each carries its session_item as data.
-std::vector<PropertyChoice> session_choices(const std::vector<session_item> &sessions);
 
 // What a combo box holds behind the items of its choices.
 struct ComboState

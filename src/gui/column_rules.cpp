@@ -9,7 +9,7 @@ namespace {
 // The first product's descriptor of this key that carries a value; null when there is none.
 const PropertyDesc *first_with_value(const std::string &key)
 {
-    for (const ProductDesc &product : product_table) {
+    for (const ProductDesc &product : catalogue().product_table) {
         const auto found = product.properties.find(key);
         if (found != product.properties.end() && found->second.kind != PROP_DUMMY)
             return &found->second;
@@ -20,7 +20,7 @@ const PropertyDesc *first_with_value(const std::string &key)
 // The caption of a heading in the panel; empty when the key is none.
 QString heading(const std::string &key)
 {
-    for (const ProductDesc &product : product_table) {
+    for (const ProductDesc &product : catalogue().product_table) {
         const auto found = product.properties.find(key);
         if (found != product.properties.end() && found->second.kind == PROP_DUMMY)
             return QString::fromStdString(found->second.label);
@@ -45,7 +45,7 @@ std::vector<ListColumn> list_columns()
 {
     std::vector<ListColumn> columns;
     QString group;
-    for (const std::string &key : property_keys) {
+    for (const std::string &key : catalogue().property_keys) {
         if (const QString headline = heading(key); !headline.isEmpty())
             group = headline;
         if (const PropertyDesc *desc = first_with_value(key))

@@ -36,7 +36,7 @@ QVariant *DeviceCell::place(int role)
         return &id;
     case SORT_ROLE:
         return &sort_key;
-    case ICON_ROLE: // and METER_ROLE
+    case EXTRA_ROLE:
         return &extra;
     default:
         return nullptr;

@@ -16,8 +16,9 @@ public:
     static constexpr int TURN_ROLE
         = 257; // column 1: the row's turn among those that go (row_order)
     static constexpr int SORT_ROLE = 258;  // every filled cell
-    static constexpr int ICON_ROLE = 259;  // product column: the path of the picture
-    static constexpr int METER_ROLE = 259; // meter column: the MeterObject *
+    static constexpr int EXTRA_ROLE = 259; // what a column has of its own; both of these are that
+    static constexpr int ICON_ROLE = EXTRA_ROLE;  // product column: the path of the picture
+    static constexpr int METER_ROLE = EXTRA_ROLE; // meter column: the MeterObject *
 
     // Stores a value for one of the roles above, Qt::DisplayRole (and with it Qt::EditRole) or
     // Qt::DecorationRole. True when that changed anything; no signal is sent.

@@ -2,6 +2,7 @@
 #include "gui/device_list_view.h"
 
 #include "gui/highlight.h"
+#include "support/frame_throttle.h"
 
 #include <QAbstractItemDelegate>
 #include <QEvent>
@@ -14,7 +15,6 @@
 
 namespace {
 
-constexpr int FRAME_INTERVAL = 16;   // ms
 constexpr int SHRINK_INTERVAL = 250; // ms: a column that could be narrower may wait a little
 // Per column, the letters of all texts whose width is kept; ever-changing numbers must not pile up.
 constexpr int MOST_KEPT_LETTERS = 1 << 19;
@@ -48,7 +48,7 @@ DeviceListView::DeviceListView(QWidget *parent)
     : QTreeView(parent)
 {
     frame_timer.setSingleShot(true);
-    frame_timer.setInterval(FRAME_INTERVAL);
+    frame_timer.setInterval(FrameThrottle::FRAME);
     connect(&frame_timer, &QTimer::timeout, this, &DeviceListView::apply_widths);
     shrink_timer.setSingleShot(true);
     shrink_timer.setInterval(SHRINK_INTERVAL);
@@ -80,7 +80,7 @@ void DeviceListView::doItemsLayout()
 {
     if (model()) {
         mark_dirty(0, model()->columnCount() - 1);
-        shrink_timer.start(FRAME_INTERVAL);
+        shrink_timer.start(FrameThrottle::FRAME);
     }
     QTreeView::doItemsLayout();
 }
@@ -241,4 +241,19 @@ int DeviceListView::cell_width(const QModelIndex &index, const QStyleOptionViewI
     const int width = itemDelegate(index)->sizeHint(option, index).width();
     kept.widths.insert(text, width);
     return width;
+}
+
+void DeviceListView::update_column(int column)
+{
+    if (isColumnHidden(column))
+        return;
+    const int bottom = viewport()->height();
+    QModelIndex row = indexAt(QPoint(0, 0));
+    while (row.isValid()) {
+        const QModelIndex cell = row.siblingAtColumn(column);
+        if (visualRect(cell).top() >= bottom)
+            break;
+        update(cell);
+        row = indexBelow(row);
+    }
 }

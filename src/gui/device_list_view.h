@@ -26,6 +26,9 @@ public:
     // tool tip; empty when it hides nothing.
     QString cut_text(const QModelIndex &index) const;
 
+    // Paints the column's cells again that are in view.
+    void update_column(int column);
+
     // How often columns have been measured since start.
     int measurements() const { return measure_count; }
 

@@ -5,24 +5,17 @@
 #include "gui/column_menu.h"
 #include "gui/device_cell.h"
 #include "gui/empty_note.h"
+#include "gui/list_clipboard.h"
 #include "gui/list_header.h"
 #include "meter/meter_item_delegate.h"
 #include "support/fatal_assert.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QClipboard>
 #include <QItemSelectionModel>
-#include <QMimeData>
 
 #include <algorithm>
 #include <numeric>
-
-namespace {
-
-constexpr int ANSWER_TIME = 3000; // ms: six rounds of discovery
-
-} // namespace
 
 DeviceTable::Batch::Batch(DeviceTable &its_table)
     : table(its_table)
@@ -52,19 +45,32 @@ DeviceTable::DeviceTable()
     set_up_view();
     connect(header, &QHeaderView::customContextMenuRequested, this, &DeviceTable::show_column_menu);
     connect(header, &ListHeader::menu_wanted, this, &DeviceTable::show_column_menu);
-    connect(device_list, &DeviceListView::copy_pressed, this, &DeviceTable::copy_selected);
+    connect(device_list, &DeviceListView::copy_pressed, this,
+            [this] { put_on_clipboard(selected_cells(*device_list, device_model)); });
     connect(device_list->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         emit selection_changed();
         emit counts_changed();
     });
-    connect(&search_throttle, &FrameThrottle::due, this, &DeviceTable::refresh_search);
+    connect_search();
     empty_note = new EmptyNote(device_list);
-    patience.setSingleShot(true);
-    patience.setInterval(ANSWER_TIME);
     for (auto signal : {&DeviceTable::counts_changed, &DeviceTable::column_toggled})
-        connect(this, signal, &note_throttle, &FrameThrottle::ask);
-    connect(&patience, &QTimer::timeout, this, &DeviceTable::renew_note);
-    connect(&note_throttle, &FrameThrottle::due, this, &DeviceTable::renew_note);
+        connect(this, signal, empty_note, &EmptyNote::ask);
+    connect(empty_note, &EmptyNote::due, this, [this] {
+        const DeviceCounts now = counts();
+        empty_note->show_counts(now.devices, now.hidden, search());
+    });
+}
+
+void DeviceTable::connect_search()
+{
+    list_search.set_view(device_list);
+    connect(&list_search, &ListSearch::selected_hidden, this, &DeviceTable::selected_hidden);
+    connect(&list_search, &ListSearch::row_returns, this, [this] { empty_note->hide(); });
+    connect(&list_search, &ListSearch::looked, this, [this](bool is_selection_touched) {
+        if (is_selection_touched)
+            emit selection_changed();
+        emit counts_changed();
+    });
 }
 
 // The view goes before the model.
@@ -239,7 +245,7 @@ void DeviceTable::refresh_row(Device &device, int row)
     if (is_changed) {
         emit device_model.dataChanged(device_model.index(row, 0),
                                       device_model.index(row, device_model.columnCount() - 1));
-        ask_for_search();
+        list_search.ask();
     }
     count_online(*row_head(device_model, row), device.online);
 }
@@ -270,7 +276,7 @@ void DeviceTable::insert_row(Device &device)
     device.row_hint = row;
     count_online(*head, device.online);
     emit counts_changed();
-    ask_for_search();
+    list_search.ask();
 }
 
 void DeviceTable::count_online(RowHead &head, bool is_online)
@@ -300,11 +306,11 @@ void DeviceTable::remove(const std::vector<Device *> &leaving)
         else
             selection.select(device_model.index(row, 0), device_model.index(row, last_column()));
     device_list->selectionModel()->select(selection, QItemSelectionModel::Deselect);
-    leave_rows(rows);
+    leave_rows(*device_list, rows);
     remove_rows(device_model, rows);
     note_row_hints();
     if (device_model.rowCount() == 0)
-        patience.start();
+        empty_note->begin_patience();
     emit counts_changed();
 }
 
@@ -313,31 +319,10 @@ int DeviceTable::last_column() const
     return device_model.columnCount() - 1;
 }
 
-// The keyboard goes on from the next row that stays. Left to itself, the view would look for one
-// among rows that are no longer where the operator has seen them.
-void DeviceTable::leave_rows(const std::vector<int> &rows)
-{
-    const QModelIndex current = device_list->currentIndex();
-    const auto stays = [this, &rows](int row) {
-        return !std::binary_search(rows.begin(), rows.end(), row)
-            && !device_list->isRowHidden(row, QModelIndex());
-    };
-    if (!current.isValid() || !std::binary_search(rows.begin(), rows.end(), current.row()))
-        return;
-    int next = current.row() + 1;
-    while (next < device_model.rowCount() && !stays(next))
-        ++next;
-    if (next == device_model.rowCount())
-        for (next = current.row() - 1; next >= 0 && !stays(next);)
-            --next;
-    device_list->selectionModel()->setCurrentIndex(device_model.index(next, current.column()),
-                                                   QItemSelectionModel::NoUpdate);
-}
-
 void DeviceTable::forget_devices()
 {
-    for (FrameThrottle *throttle : {&search_throttle, &note_throttle})
-        throttle->cancel();
+    list_search.pace().cancel();
+    empty_note->cancel();
     const int meter_column = column_of("meter");
     for (int row = 0; row < device_model.rowCount(); ++row) {
         row_head(device_model, row)->device = nullptr;
@@ -403,76 +388,11 @@ DeviceCounts DeviceTable::counts() const
     return counts;
 }
 
-CopiedList DeviceTable::copied() const
-{
-    std::vector<int> columns;
-    for (int place = 0; place < header->count(); ++place)
-        if (!header->isSectionHidden(header->logicalIndex(place)))
-            columns.push_back(header->logicalIndex(place));
-    CopiedList list;
-    for (const int column : columns)
-        list.captions.append(device_model.horizontalHeaderItem(column)->toolTip());
-    for (int row = 0; row < device_model.rowCount(); ++row) {
-        if (device_list->isRowHidden(row, QModelIndex())
-            || !device_list->selectionModel()->isSelected(device_model.index(row, 0)))
-            continue;
-        QStringList cells;
-        for (const int column : columns)
-            cells.append(
-                static_cast<const DeviceCell *>(device_model.item(row, column))->shown_text());
-        list.rows.push_back(cells);
-    }
-    return list;
-}
-
-void DeviceTable::copy_selected() const
-{
-    const CopiedList list = copied();
-    if (list.rows.empty())
-        return;
-    auto *data = new QMimeData;
-    data->setText(tab_separated(list));
-    data->setHtml(html_table(list));
-    QGuiApplication::clipboard()->setMimeData(data);
-}
-
-// ---- what an empty list says --------------------------------------------------------------------
-
-void DeviceTable::set_network(const QString &name)
-{
-    if (name == network && patience.isActive())
-        return;
-    network = name;
-    patience.start();
-    note_throttle.ask();
-}
-
-void DeviceTable::renew_note()
-{
-    note_throttle.note_done();
-    const DeviceCounts now = counts();
-    empty_note->show_texts(empty_texts({.network = network,
-                                        .devices = now.devices,
-                                        .hidden = now.hidden,
-                                        .search = search(),
-                                        .has_waited = !patience.isActive()}));
-}
-
 void DeviceTable::repaint_meters()
 {
-    DeviceListView *list = device_list; // none any more while the window goes
     const int column = column_of("meter");
-    if (!list || column < 0 || list->isColumnHidden(column))
-        return;
-    const int bottom = list->viewport()->height();
-    QModelIndex row = list->indexAt(QPoint(0, 0));
-    while (row.isValid()) {
-        const QModelIndex cell = row.siblingAtColumn(column);
-        if (list->visualRect(cell).top() >= bottom)
-            break;
-        list->update(cell);
-        row = list->indexBelow(row);
-    }
+    if (device_list && column >= 0) // no list any more while the window goes
+        device_list->update_column(column);
 }
 
 // ---- order --------------------------------------------------------------------------------------
@@ -511,84 +431,4 @@ void DeviceTable::note_row_hints()
     for (int row = 0; row < device_model.rowCount(); ++row)
         if (Device *device = device_at(row))
             device->row_hint = row;
-}
-
-// ---- search -------------------------------------------------------------------------------------
-
-void DeviceTable::set_search(const QString &text)
-{
-    const bool is_new_search = text != highlight_delegate.search_text;
-    highlight_delegate.search_text = text;
-    look_at_rows(is_new_search);
-    // The marks move with the text. What changes without a new text is painted by the rows.
-    if (is_new_search)
-        device_list->viewport()->update();
-}
-
-void DeviceTable::refresh_search()
-{
-    look_at_rows(false);
-}
-
-void DeviceTable::look_at_rows(bool is_new_search)
-{
-    search_throttle.note_done();
-    const bool selection_touched = show_matching_rows(is_new_search);
-    if (selection_touched)
-        emit selection_changed();
-    emit counts_changed();
-}
-
-// Reports by the thousand would keep a search without pause running all the time, and nobody sees
-// more than one per frame.
-void DeviceTable::ask_for_search()
-{
-    if (!highlight_delegate.search_text.isEmpty())
-        search_throttle.ask();
-}
-
-void DeviceTable::hold_selected_rows(bool on)
-{
-    is_selection_held = on;
-    if (!on)
-        ask_for_search();
-}
-
-// Touches only rows whose state changes; true when a selected one was among them. That one ends an
-// edit first, as hidden rows are no longer part of the selection. Ending it merges the reports that
-// were held back, which may sort the list again and change texts: the walk then starts afresh.
-bool DeviceTable::show_matching_rows(bool is_new_search)
-{
-    const std::vector<int> columns = shown_columns();
-    bool selection_touched = false;
-    for (int row = 0; row < device_model.rowCount(); ++row) {
-        const bool is_hidden = !row_matches_search(row, columns);
-        if (is_hidden == device_list->isRowHidden(row, QModelIndex()))
-            continue;
-        const bool is_row_selected
-            = device_list->selectionModel()->isSelected(device_model.index(row, 0));
-        if (is_row_selected && is_selection_held && !is_new_search)
-            continue;
-        if (is_row_selected && !selection_touched) {
-            selection_touched = true;
-            emit selected_hidden();
-            row = -1;
-            continue;
-        }
-        if (!is_hidden)
-            empty_note->hide();
-        device_list->setRowHidden(row, QModelIndex(), is_hidden);
-    }
-    return selection_touched;
-}
-
-// An empty search matches any cell that exists, so a list without visible columns shows no row.
-bool DeviceTable::row_matches_search(int row, const std::vector<int> &columns) const
-{
-    for (const int column : columns) {
-        const auto *cell = static_cast<const DeviceCell *>(device_model.item(row, column));
-        if (cell && highlight_delegate.matches_search(cell->shown_text()))
-            return true;
-    }
-    return false;
 }

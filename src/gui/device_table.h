@@ -4,23 +4,21 @@
 
 #include "gui/column_rules.h"
 #include "gui/device_list_view.h"
+#include "gui/empty_note.h"
 #include "gui/highlight_delegate.h"
-#include "gui/list_copy.h"
+#include "gui/list_search.h"
 #include "gui/row_order.h"
 #include "gui/row_writer.h"
 #include "gui/status_bar_text.h"
-#include "support/frame_throttle.h"
 
 #include <QPointer>
 #include <QStandardItemModel>
 #include <QStringList>
-#include <QTimer>
 
 #include <string>
 #include <vector>
 
 class ColumnMenu;
-class EmptyNote;
 class ListHeader;
 class QAction;
 class QMenu;
@@ -67,10 +65,7 @@ public:
     // The devices of the selected rows that the search does not hide, in the selection's order.
     std::vector<Device *> selected() const;
     DeviceCounts counts() const;
-    // All shown columns of the selected rows, both in the order in which they are seen.
-    CopiedList copied() const;
-    void copy_selected() const; // to the clipboard, as lines and as a table
-    void repaint_meters();      // those in view
+    void repaint_meters(); // those in view
     QIcon load_icon(const QString &path) { return writer.load_icon(path); }
 
     // ---- order
@@ -94,18 +89,18 @@ public:
     void restore_state(const QByteArray &state);
 
     // ---- what an empty list says
-    void set_network(const QString &name); // empty: there is none
+    void set_network(const QString &name) { empty_note->set_network(name); }
     EmptyNote *note() const { return empty_note; }
 
     // ---- search
-    QString search() const { return highlight_delegate.search_text; }
-    void set_search(const QString &text);
+    QString search() const { return list_search.text(); }
+    void set_search(const QString &text) { list_search.set_text(text); }
     // Looks at all rows again, at once.
-    void refresh_search();
-    FrameThrottle &search_pace() { return search_throttle; }
+    void refresh_search() { list_search.look_again(); }
+    FrameThrottle &search_pace() { return list_search.pace(); }
     // While held, only another search text hides or shows selected rows: an edit is its operator's
     // to end.
-    void hold_selected_rows(bool on);
+    void hold_selected_rows(bool on) { list_search.hold_selected_rows(on); }
 
 signals:
     void selection_changed();
@@ -116,21 +111,16 @@ signals:
 
 private:
     void set_up_view();
+    void connect_search();
     void add_columns();
     void add_column(const ListColumn &column);
     int last_column() const;
     void refresh_row(Device &device, int row);
     void insert_row(Device &device);
     void count_online(RowHead &head, bool is_online);
-    void renew_note();
-    void leave_rows(const std::vector<int> &rows);
     SortedBy sorted_by() const;
     void sort_if_needed();
     void note_row_hints();
-    void look_at_rows(bool is_new_search);
-    void ask_for_search();
-    bool show_matching_rows(bool is_new_search);
-    bool row_matches_search(int row, const std::vector<int> &columns) const;
 
     QStandardItemModel device_model;
     QPointer<DeviceListView> device_list;
@@ -139,12 +129,8 @@ private:
     int batches = 0;
     bool sort_pending = false; // a key in the sort column has changed
     int births = 0;            // rows so far
-    FrameThrottle search_throttle;
-    bool is_selection_held = false;
+    ListSearch list_search{device_model, highlight_delegate};
     EmptyNote *empty_note = nullptr; // inside the view
-    FrameThrottle note_throttle;
-    QTimer patience; // single-shot: how long an answer may take
-    QString network;
 
     QStringList column_names;
     std::vector<std::string> column_ids;

@@ -15,7 +15,7 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
-    // A mouse button was released over the disabled target. Receivers may enable the target, which
+    // KEPT: a mouse button was released, not pressed, over the disabled target. Receivers may enable the target, which
     // then gets the focus, or have it deleted later.
     void onClick(QWidget *target);
 

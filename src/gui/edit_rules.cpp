@@ -1,9 +1,9 @@
 // From editors to values, and from edited rows to what a device is sent.
 #include "gui/edit_rules.h"
 
-#include "gui/error_value.h"
 #include "gui/value_parser.h"
 #include "link/command.h"
+#include "model/error_value.h"
 #include "model/json_path.h"
 
 #include <cmath>

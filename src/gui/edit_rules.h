@@ -22,8 +22,8 @@ struct EditorState
     QVariant data = {};                                // user data of a combo box's current item
 };
 
-// The editor's value: invalid for none, an ErrorValue for a refused input. `uniform` is the row's:
-// only where devices disagree, "..." stands for no value.
+// The editor's value: invalid for none, an ErrorValue for a refused input. `uniform` is the row's.
+// KEPT: only where devices disagree, "..." stands for no value.
 QVariant editor_value(const PropertyDesc &desc, bool uniform, const EditorState &editor);
 
 // The reason in an ErrorValue; empty for any other value.

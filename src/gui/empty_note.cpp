@@ -1,8 +1,14 @@
-// A headline and a hint in the middle of an empty list.
+// A headline and a hint in the middle of an empty list, and when they are due.
 #include "gui/empty_note.h"
 
 #include <QEvent>
 #include <QVBoxLayout>
+
+namespace {
+
+constexpr int ANSWER_TIME = 3000; // ms: six rounds of discovery
+
+} // namespace
 
 EmptyNote::EmptyNote(QAbstractScrollArea *its_list)
     : QWidget(its_list)
@@ -26,6 +32,34 @@ EmptyNote::EmptyNote(QAbstractScrollArea *its_list)
     set_dark_theme(false);
     list->viewport()->installEventFilter(this);
     hide();
+    patience.setSingleShot(true);
+    patience.setInterval(ANSWER_TIME);
+    connect(&patience, &QTimer::timeout, this, &EmptyNote::due);
+    connect(&throttle, &FrameThrottle::due, this, &EmptyNote::due);
+}
+
+void EmptyNote::set_network(const QString &name)
+{
+    if (name == network && patience.isActive())
+        return;
+    network = name;
+    begin_patience();
+    ask();
+}
+
+void EmptyNote::begin_patience()
+{
+    patience.start();
+}
+
+void EmptyNote::show_counts(int devices, int hidden, const QString &search)
+{
+    throttle.note_done();
+    show_texts(empty_texts({.network = network,
+                            .devices = devices,
+                            .hidden = hidden,
+                            .search = search,
+                            .has_waited = !patience.isActive()}));
 }
 
 void EmptyNote::show_texts(const EmptyTexts &texts)

@@ -56,6 +56,7 @@ Gui::Gui()
     load_cache();
     start_timers();
     start_networks();
+    // KEPT: the last of its menu.
     QAction *add_dummy = device_menu->addAction("Add dummy device");
     connect(add_dummy, &QAction::triggered, this, &Gui::add_dummy_device);
     connect(&meter_timer, &QTimer::timeout, this, &Gui::on_meter_tick);

@@ -138,8 +138,8 @@ void Gui::on_confirm()
     show_network_errors(this, errors);
 }
 
-// Only for exactly one device; it stays that otherwise the button does nothing. While the dialog is
-// open the device may report, or go.
+// KEPT: for exactly one device; otherwise the button does nothing. While the dialog is open the
+// device may report, or go.
 void Gui::save_backup()
 {
     const std::vector<Device *> selected = table.selected();

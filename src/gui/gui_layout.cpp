@@ -133,7 +133,7 @@ void Gui::restore_saved_state()
     restoreState(settings.value("windowState").toByteArray());
     restore_splitter(property_splitter, settings.value("property_splitter").toByteArray());
     restore_splitter(eq_splitter, settings.value("eq_splitter").toByteArray());
-    // These two are read and never written: the order that survives is the one in list_state.
+    // KEPT: these two are read and never written: the order that survives is the one in list_state.
     const int order = settings.value("sort_order", 0).toInt();
     table.sort_by(settings.value("sort_column", 0).toInt(),
                   order == Qt::DescendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder);

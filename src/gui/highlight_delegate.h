@@ -26,6 +26,7 @@ public:
 protected:
     void drawDecoration(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
                         const QPixmap &pixmap) const override;
+    // KEPT: left-aligned, in the document's own colour, selected or not.
     void drawDisplay(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
                      const QString &text) const override;
 

@@ -11,7 +11,7 @@ public:
     explicit ModifiedComboBox(QWidget *parent = nullptr);
 
 protected:
-    // Without the focus the wheel is swallowed, which stays: neither the choice nor the panel
-    // around it may move.
+    // KEPT: without the focus the wheel is swallowed: neither the choice nor the panel around it
+    // may move.
     void wheelEvent(QWheelEvent *event) override;
 };

@@ -2,8 +2,8 @@
 #include "gui/panel_rows.h"
 
 #include "gui/edit_rules.h"
-#include "gui/error_value.h"
 #include "gui/selection_merge.h"
+#include "model/error_value.h"
 
 #include <algorithm>
 
@@ -41,7 +41,7 @@ void hide(Property &row, const std::vector<Device *> &selection)
 
 PanelRows::PanelRows()
 {
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         rows[key] = {.desc = {.key = key}, .needs_update = true};
 }
 
@@ -91,8 +91,8 @@ bool PanelRows::needs_refresh() const
                        [](const auto &entry) { return entry.second.needs_update; });
 }
 
-// A refused input leaves the row as it was: it stays that one that no good value preceded is
-// forgotten at Confirm.
+// A refused input leaves the row as it was. KEPT: one that no good value preceded is forgotten at
+// Confirm.
 bool PanelRows::edit(const std::string &key, const QVariant &value)
 {
     Property *row = find(key);

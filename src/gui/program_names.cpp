@@ -10,7 +10,7 @@ void set_program_names()
     QCoreApplication::setOrganizationName("VELMARK audio works GmbH");
     QCoreApplication::setOrganizationDomain("velmark.example");
     QCoreApplication::setApplicationName("VELMARK Network Manager");
-    QCoreApplication::setApplicationVersion("v1.6.2");
+    QCoreApplication::setApplicationVersion("v" PROGRAM_VERSION);
     // By this a Wayland desktop finds the window's icon.
     QGuiApplication::setDesktopFileName("velmark-network-manager");
 }

@@ -116,7 +116,7 @@ void PropertyPanel::build_rows()
     grid->setHorizontalSpacing(GRID_MARGIN);
     grid->setContentsMargins(GRID_MARGIN, ROW_MARGIN, GRID_MARGIN, ROW_MARGIN);
     int grid_row = 0;
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         widgets[key].grid_row = grid_row++;
     grid->setColumnStretch(1, 1);
     grid->setRowStretch(grid_row, 1); // few rows stay at the top
@@ -155,14 +155,14 @@ void PropertyPanel::set_ground(bool is_dark)
 
 // ---- what is selected --------------------------------------------------------------------------
 
-// Source channels follow rows that stand behind them, so they need a second time. All other rows
-// are right after the first.
+// KEPT: source channels follow rows that stand behind them, so they need a second time. All other
+// rows are right after the first.
 void PropertyPanel::show_selection()
 {
     set_edit_mode(false);
     refresh_all_rows();
     const std::vector<Device *> selected = selection();
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         if ((row(key)->desc.flags & PF_FOLLOWS_STREAM) != 0)
             update_row(key, selected);
     order_tab_stops();
@@ -182,7 +182,7 @@ void PropertyPanel::refresh_needed_rows()
     if (!rows.needs_refresh())
         return;
     const std::vector<Device *> selected = selection();
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         if (row(key)->needs_update)
             update_row(key, selected);
     order_tab_stops();
@@ -191,7 +191,7 @@ void PropertyPanel::refresh_needed_rows()
 void PropertyPanel::refresh_all_rows()
 {
     const std::vector<Device *> selected = selection();
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         update_row(key, selected);
     order_tab_stops();
 }
@@ -291,7 +291,7 @@ void PropertyPanel::order_tab_stops()
         return;
     has_new_editors = false;
     QWidget *before = nullptr;
-    for (const std::string &key : property_keys) {
+    for (const std::string &key : catalogue().property_keys) {
         const QHBoxLayout *layout = widgets.at(key).row_layout;
         for (int i = 0; layout && i < layout->count(); ++i) {
             QWidget *widget = layout->itemAt(i)->widget();
@@ -396,7 +396,7 @@ void PropertyPanel::update_edit_buttons()
 void PropertyPanel::begin_edit_in_sight()
 {
     set_edit_mode(true);
-    for (const std::string &key : property_keys) {
+    for (const std::string &key : catalogue().property_keys) {
         const RowWidgets &one = widgets.at(key);
         QWidget *input = one.editor ? one.editor->input() : nullptr;
         if (input && input->isEnabled() && is_in_sight(input)) {
@@ -471,7 +471,7 @@ void PropertyPanel::take_unchanged(const std::string &key, const QVariant &value
 void PropertyPanel::restore(const QJsonObject &backup, uint32_t mask)
 {
     set_edit_mode(true);
-    for (const std::string &key : property_keys) {
+    for (const std::string &key : catalogue().property_keys) {
         const Property *shown = row(key);
         if (!shown || (shown->desc.flags & mask) == 0)
             continue;

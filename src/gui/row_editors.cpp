@@ -257,7 +257,7 @@ public:
         } else if (row.desc.path[1] == "load_restore") {
             build_backup_buttons();
         } else {
-            // In no layout, and never seen, which stays.
+            // KEPT: in no layout, and never seen.
             widgets.text_label = new QLabel("error", widgets.holder);
             widgets.text_label->hide();
         }

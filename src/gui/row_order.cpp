@@ -3,6 +3,9 @@
 
 #include "gui/device_cell.h"
 
+#include <QItemSelectionModel>
+#include <QTreeView>
+
 #include <algorithm>
 #include <functional>
 
@@ -116,4 +119,24 @@ void remove_rows(QStandardItemModel &model, const std::vector<int> &rows)
     arrange(model, order);
     std::reverse(exits.begin(), exits.end());
     take_in_ranges(exits, take);
+}
+
+void leave_rows(QTreeView &view, const std::vector<int> &rows)
+{
+    const QAbstractItemModel &model = *view.model();
+    const QModelIndex current = view.currentIndex();
+    const auto stays = [&view, &rows](int row) {
+        return !std::binary_search(rows.begin(), rows.end(), row)
+            && !view.isRowHidden(row, QModelIndex());
+    };
+    if (!current.isValid() || !std::binary_search(rows.begin(), rows.end(), current.row()))
+        return;
+    int next = current.row() + 1;
+    while (next < model.rowCount() && !stays(next))
+        ++next;
+    if (next == model.rowCount())
+        for (next = current.row() - 1; next >= 0 && !stays(next);)
+            --next;
+    view.selectionModel()->setCurrentIndex(model.index(next, current.column()),
+                                           QItemSelectionModel::NoUpdate);
 }

@@ -6,6 +6,7 @@
 
 #include <vector>
 
+class QTreeView;
 class RowHead;
 
 // What the list is sorted by; nothing while `column` is none of the model's.
@@ -27,3 +28,8 @@ int sorted_place(const QStandardItemModel &model, const SortedBy &sorted,
 // Removes rows whose column 0 holds a RowHead; those that stay keep their order. For many rows the
 // model changes its layout in between.
 void remove_rows(QStandardItemModel &model, const std::vector<int> &rows);
+
+// Before these rows go, in ascending order: the keyboard goes on from the next row that stays. Left
+// to itself, the view would look for one among rows that are no longer where the operator has seen
+// them.
+void leave_rows(QTreeView &view, const std::vector<int> &rows);

@@ -80,7 +80,7 @@ void keep_shared_choices(std::vector<PropertyChoice> &choices,
 }
 
 // Narrows the row's descriptor to what `other` allows too; false when no editor serves both. The
-// lower bound takes the smaller one as well and so is not raised, which stays.
+// KEPT: the lower bound takes the smaller one as well, and so is not raised.
 bool narrow(PropertyDesc &desc, const PropertyDesc &other)
 {
     desc.max = std::min(desc.max, other.max);
@@ -110,7 +110,7 @@ Agreement merge_device(MergedRow &row, const Device &device, const std::string &
     if (property == device.properties.end() || property->second.kind != row.desc.kind)
         return Agreement::HIDDEN;
 
-    // Devices behind the first one that disagrees are not looked at, which stays.
+    // KEPT: devices behind the first one that disagrees are not looked at.
     if (!edited && (has_value ? value->second : QVariant()) != row.value)
         return Agreement::OTHER_VALUE;
     return narrow(row.desc, property->second) ? Agreement::SAME : Agreement::HIDDEN;

@@ -14,7 +14,7 @@ QString activity(const StatusFacts &facts)
 {
     if (!facts.upload)
         return facts.is_muted ? ", muted" : "";
-    // The second word covers only the moment between an upload's end and its removal.
+    // KEPT: the second word covers only the moment between an upload's end and its removal.
     const bool has_failed = facts.upload->percent <= 99 && !facts.upload->is_active;
     return ", updating " + QString::number(facts.upload->percent) + "%"
         + (has_failed ? " (failed)" : "");

@@ -6,8 +6,8 @@
 
 namespace {
 
-// Cuts unit or multiplier from `text` and gives the factor. The unit is tried first, which stays:
-// it takes the tail of "2kHz" too and leaves "2k", which is no number. So only a bare k counts.
+// Cuts unit or multiplier from `text` and gives the factor. KEPT: the unit is tried first: it takes
+// the tail of "2kHz" too and leaves "2k", which is no number. So only a bare k counts.
 double strip_unit(QString &text, const QString &unit)
 {
     if (!unit.isEmpty() && strip_suffix(text, unit))

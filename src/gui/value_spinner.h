@@ -24,7 +24,7 @@ public:
     QString unit = {};          // shown behind the number; not the spin box's own suffix
 
 protected:
-    // Turns the number only with the focus. Without it the wheel is swallowed, which stays: neither
-    // the value nor the panel around it may move under a passing wheel.
+    // Turns the number only with the focus. KEPT: without it the wheel is swallowed: neither the
+    // value nor the panel around it may move under a passing wheel.
     void wheelEvent(QWheelEvent *event) override;
 };

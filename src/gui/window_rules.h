@@ -6,7 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-// 0.8 of the screen both ways, truncated; the width at least 600 and at most 2000.
+// 0.8 of the screen both ways, truncated. KEPT: the width at least 600 and at most 2000, the height
+// without limits.
 QSize first_window_size(const QSize &screen);
 
 // 0.7 of the width for the list, truncated, the rest for the properties.

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-// A burst of a thousand reports is taken in slices of this length, so that the window goes on
+// KEPT: a burst of a thousand reports is taken in slices of this length, so that the window goes on
 // painting; what is left comes in the next slice.
 constexpr int64_t LONGEST_DRAIN = 8; // ms
 // On a computer with other work those 8 ms may pass between two datagrams: so many are taken all

@@ -74,8 +74,8 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
     for (const char *label : {"warning", "error"})
         if (const QString text = text_of(frame.object, label); !text.isEmpty())
             log_remote_text(remote_texts, from, label, text);
-    const auto speaker = [this, &from, &frame] {
-        return registry.find_sender(from, text_of(frame.object, "device_id"));
+    const auto speaker = [this, sender, &frame] {
+        return registry.find_near(sender, text_of(frame.object, "device_id"));
     };
     switch (packet_kind(frame.object)) {
     case PacketKind::LogStream:
@@ -145,7 +145,7 @@ void Gui::handle_device_packet(const QHostAddress &from, const QJsonObject &obje
         handle_reply(from, object, interface);
 }
 
-// Replies carry no number: every online device at this address counts as having answered.
+// KEPT: replies carry no number: every online device at this address counts as having answered.
 void Gui::handle_reply(const QHostAddress &from, const QJsonObject &object,
                        const QString &interface)
 {
@@ -170,7 +170,7 @@ Device *Gui::handle_report(const QHostAddress &from, const QJsonObject &object, 
         return nullptr;
     }
     if (device->properties.empty())
-        device->properties = product_table.front().properties;
+        device->properties = catalogue().product_table.front().properties;
     const bool was_online = device->online;
     registry.note_address(*device, from, live);
     device->interface = interface;

@@ -101,12 +101,12 @@ std::optional<QString> take_log_message(LogStream &stream, const QJsonObject &me
     const uint32_t position = read_log_position(message.value(QLatin1String("pos")));
     const uint32_t gap = position - stream.log_pos;
     if (gap != 0) {
-        // A loss replaces the note on an overflow: it is what the overflow led to. This stays.
+        // KEPT: a loss replaces the note on an overflow: it is what the overflow led to.
         note = loss_note(gap, position);
         stream.log_escape_state = PLAIN;
     }
 
-    // The device counts what it sent, padding included, and not the stated length. This stays.
+    // KEPT: the device counts what it sent, padding included, and not the stated length.
     stream.log_pos = position + static_cast<uint32_t>(attachment.size() - LENGTH_SIZE);
     const QByteArray kept
         = remove_escapes(stream, attachment.mid(LENGTH_SIZE, stated_length(attachment)));

@@ -2,6 +2,7 @@
 #include "meter/meter_item_delegate.h"
 
 #include "meter/meter_object.h"
+#include "meter/meter_paint.h"
 #include "meter/meter_scale.h"
 
 #include <QAbstractItemView>
@@ -28,6 +29,6 @@ void MeterItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
         return;
 
     painter->save();
-    meter->paint(painter, view, meter_box(view->visualRect(index)));
+    paint_meter(*meter, painter, view, meter_box(view->visualRect(index)));
     painter->restore();
 }

@@ -3,12 +3,8 @@
 
 #include <QMetaType>
 #include <QObject>
-#include <QRect>
 
 #include <vector>
-
-class QPainter;
-class QWidget;
 
 class MeterObject : public QObject
 {
@@ -21,8 +17,6 @@ public:
     void clear_levels();
     // One display step of 85 ms: rises at once, falls by 4.25 dB. Always ends with onUpdate.
     void tick();
-    // Draws the bars into `rect` of `painter`, `widget` gives the style (meter_paint.cpp).
-    void paint(QPainter *painter, QWidget *widget, QRect rect);
 
     std::vector<float> levels = {};         // dB, latest report
     std::vector<float> display_levels = {}; // dB, what the bars show

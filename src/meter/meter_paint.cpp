@@ -1,4 +1,6 @@
 // How a meter is drawn: a sunken frame with one bar per channel.
+#include "meter/meter_paint.h"
+
 #include "meter/meter_object.h"
 #include "meter/meter_scale.h"
 
@@ -29,7 +31,8 @@ QColor bar_colour(const std::vector<bool> &overdrive, size_t channel)
 }
 } // namespace
 
-void MeterObject::paint(QPainter *painter, QWidget *widget, QRect rect)
+void paint_meter(const MeterObject &meter, QPainter *painter, const QWidget *widget,
+                 const QRect &rect)
 {
     if (rect.isEmpty())
         return;
@@ -37,17 +40,18 @@ void MeterObject::paint(QPainter *painter, QWidget *widget, QRect rect)
     painter->save();
     draw_frame(painter, widget, rect);
     painter->setPen(Qt::NoPen);
-    if (levels.empty()) {
+    // KEPT: a pixel smaller than the inside of the frame.
+    if (meter.levels.empty()) {
         painter->setBrush(QColor(0x808080));
         painter->drawRect(meter_idle_rect(rect));
     }
-    const size_t channels = std::min(levels.size(), display_levels.size());
+    const size_t channels = std::min(meter.levels.size(), meter.display_levels.size());
     for (size_t i = 0; i < channels; ++i) {
-        const QRect bar = meter_bar_rect(rect, static_cast<int>(levels.size()), static_cast<int>(i),
-                                         display_levels[i]);
+        const QRect bar = meter_bar_rect(rect, static_cast<int>(meter.levels.size()),
+                                         static_cast<int>(i), meter.display_levels[i]);
         if (bar.isEmpty())
             continue;
-        painter->setBrush(bar_colour(overdrive, i));
+        painter->setBrush(bar_colour(meter.overdrive, i));
         painter->drawRect(bar);
     }
     painter->restore();

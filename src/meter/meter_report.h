@@ -11,8 +11,8 @@ struct MeterReport
     std::vector<bool> overdrive = {};
 };
 
-// More channels than any loudspeaker has: the rest of a longer list is dropped, so that a broken
-// frame can't make every tick and every repaint slow.
+// More channels than any loudspeaker has. KEPT: the rest of a longer list is dropped, so that a
+// broken frame can't make every tick and every repaint slow.
 constexpr int MAX_METER_CHANNELS = 1024;
 
 // Reads "channel_peaks" and "channel_overdrive" of the member "metering". What is missing or of

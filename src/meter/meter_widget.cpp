@@ -1,6 +1,9 @@
 // A live meter in the property panel.
 #include "meter/meter_widget.h"
 
+#include "meter/meter_object.h"
+#include "meter/meter_paint.h"
+
 #include <QPainter>
 
 namespace {
@@ -23,7 +26,7 @@ void MeterWidget::set_meter(MeterObject *new_meter)
     if (new_meter == meter)
         return;
 
-    // repaint and not update: the bar shows each tick's level, however busy the event loop is.
+    // KEPT: repaint and not update: the bar shows each tick's level, however busy the event loop is.
     const auto redraw = qOverload<>(&QWidget::repaint);
     if (meter)
         disconnect(meter, &MeterObject::onUpdate, this, redraw);
@@ -36,5 +39,5 @@ void MeterWidget::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     if (meter)
-        meter->paint(&painter, this, QRect(0, 0, width(), height()));
+        paint_meter(*meter, &painter, this, QRect(0, 0, width(), height()));
 }

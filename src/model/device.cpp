@@ -14,12 +14,3 @@ void Device::take_report(const QJsonObject &report)
     last_payload.clear();
     is_merged = false;
 }
-
-void register_session_item()
-{
-    qRegisterMetaType<session_item>("session_item");
-    // Without a comparator two sessions that are alike count as different, and every rebuilt
-    // session list would rebuild its row.
-    static const bool registered = QMetaType::registerEqualsComparator<session_item>();
-    Q_UNUSED(registered)
-}

@@ -5,29 +5,15 @@
 #include "model/kept_report.h"
 #include "model/meta.h"
 #include "model/saved_state.h"
+#include "model/sessions.h"
 #include "model/upload_state.h"
 
 #include <QHostAddress>
-#include <QMetaType>
 #include <QString>
 
 #include <cstdint>
 #include <optional>
 #include <vector>
-
-// An AES67 session that a device has heard of.
-struct session_item
-{
-    QString name;
-    QString info;
-    int channels = 0;
-
-    bool operator==(const session_item &other) const = default;
-};
-Q_DECLARE_METATYPE(session_item)
-
-// Makes session_item travel in variants that compare by value. Once per process is enough.
-void register_session_item();
 
 struct Device
 {

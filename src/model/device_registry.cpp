@@ -12,15 +12,14 @@ Device *DeviceRegistry::find(const QString &device_id) const
     return found == devices.end() ? nullptr : found->second;
 }
 
-Device *DeviceRegistry::find_sender(const QHostAddress &from, const QString &device_id) const
+Device *DeviceRegistry::find_near(Device *guess, const QString &device_id) const
 {
-    Device *device = senders.find(from);
-    return device && device->device_id == device_id ? device : find(device_id);
+    return guess && guess->device_id == device_id ? guess : find(device_id);
 }
 
 Device *DeviceRegistry::find_or_create(const QHostAddress &from, const QString &device_id)
 {
-    Device *device = find_sender(from, device_id);
+    Device *device = find_near(senders.find(from), device_id);
     if (device || devices.size() >= size_t{MOST_DEVICES})
         return device;
     qDebug() << "Found new device" << device_id << "at" << from.toString();

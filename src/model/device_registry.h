@@ -21,13 +21,13 @@ public:
     Devices &all() { return devices; }
 
     Device *find(const QString &device_id) const; // null when unknown
-    // The same for a sender. Looks first at who was last heard from the address: that compares one
-    // id, not one in ten.
-    Device *find_sender(const QHostAddress &from, const QString &device_id) const;
     // Who was last heard from the address; null for nobody.
     Device *last_heard_from(const QHostAddress &from) const { return senders.find(from); }
+    // The device of this id, which mostly is `guess`: that compares one id, not one in ten.
+    Device *find_near(Device *guess, const QString &device_id) const;
 
-    // As find_sender. A new device gets its record here; null for one device too many.
+    // As find, with a look first at who was last heard from the address. A new device gets its
+    // record here; null for one device too many.
     Device *find_or_create(const QHostAddress &from, const QString &device_id);
     // The device speaks from there now. Only a live one is looked up by its address.
     void note_address(Device &device, const QHostAddress &from, bool live);

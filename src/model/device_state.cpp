@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int MOST_SESSIONS = 1024; // a device's number never decides how much memory we take
-
 const std::string product_key = "product_id";
 const std::string session_key = "stream/name";
 
@@ -53,7 +51,7 @@ std::vector<const std::string *> in_order_of_keys(const std::vector<const std::s
         return ordered;
     const auto is_less
         = [](const std::string *left, const std::string *right) { return *left < *right; };
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         if (std::binary_search(changed.begin(), changed.end(), &key, is_less))
             ordered.push_back(&key);
     return ordered;
@@ -96,19 +94,6 @@ QJsonValue dummy_value(const PropertyDesc &desc)
 
 } // namespace
 
-std::vector<session_item> sessions_of(const QJsonObject &report)
-{
-    const QJsonArray list = report.value("streams").toObject().value("list").toArray();
-    std::vector<session_item> sessions;
-    for (int i = 0; i < list.size() && i < MOST_SESSIONS; ++i) {
-        const QJsonObject session = list.at(i).toObject();
-        sessions.push_back({.name = session.value("n").toString(),
-                            .info = session.value("i").toString(),
-                            .channels = session.value("c").toInt(0)});
-    }
-    return sessions;
-}
-
 MergeResult merge_report(Device &device, const QJsonObject &report)
 {
     MergeResult result;
@@ -144,6 +129,7 @@ MergeResult merge_report(Device &device, const QJsonObject &report)
 
 bool needs_assistant(const Device &device)
 {
+    // KEPT: exactly these two; any other version is current.
     const QVariant version = device.value("firmware_version");
     return version == QVariant("1.1") || version == QVariant("v1.5.4.1d");
 }
@@ -155,7 +141,7 @@ QJsonObject dummy_report(const std::array<quint32, 4> &random)
         bytes.append(reinterpret_cast<const char *>(&number), sizeof number);
 
     QJsonObject report{{"product", FAMILY}, {"seq", 0}, {"api_version", API_VERSION}};
-    const ProductDesc &product = product_table.at(1);
+    const ProductDesc &product = catalogue().product_table.at(1);
     for (const auto &[key, desc] : product.properties) {
         const QJsonValue value = dummy_value(desc);
         if (!value.isUndefined())

@@ -18,9 +18,6 @@ struct MergeResult
     bool device_changed() const { return !changed_keys.empty(); }
 };
 
-// The sessions of a report's `streams` member `list`, at most 1,024.
-std::vector<session_item> sessions_of(const QJsonObject &report);
-
 // Walks property_keys, reads each property that the device has and stores what differs; a value
 // that has vanished from the report is replaced by an invalid one. A new product replaces
 // `properties` and empties `values` first. The choices of "stream/name" follow the session list.

@@ -129,6 +129,7 @@ void Gui::connect_device_list()
 // Everything that shows a device follows from here; any change of a device's state ends in a call.
 void Gui::update_device_properties(Device *device)
 {
+    // KEPT: telling the state of an offline device also ends its "broken net".
     if (!device->online)
         device->broken_net = false;
     table.show(*device);

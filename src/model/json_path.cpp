@@ -24,7 +24,7 @@ QVariant whole_number(double number)
     return static_cast<int>(number);
 }
 
-// Any type, unchecked. Of a list or an object that would take more memory than the longest datagram
+// KEPT: any type, unchecked. Of a list or an object that would take more memory than the longest datagram
 // only the type is kept: no choice is one, and it shows as no text either way.
 QVariant choice_value(const QJsonValue &value)
 {

@@ -4,10 +4,6 @@
 
 #include <algorithm>
 
-std::vector<PropertyDesc> generic_properties;
-std::vector<std::string> property_keys;
-std::vector<ProductDesc> product_table;
-
 bool PropertyDesc::same_editor(const PropertyDesc &other) const
 {
     return key == other.key && path == other.path && label == other.label && kind == other.kind
@@ -25,22 +21,23 @@ std::string joined_path(const std::vector<std::string> &path)
     return key;
 }
 
-std::vector<PropertyChoice> product_choices()
+std::vector<PropertyChoice> product_choices(const std::vector<ProductDesc> &products)
 {
     std::vector<PropertyChoice> choices;
-    for (const ProductDesc &product : product_table)
+    for (const ProductDesc &product : products)
         choices.push_back({.value = product.product_id, .label = product.name, .data = {}});
     return choices;
 }
 
-void fill_from_product(PropertyDesc &desc, const ProductDesc &product)
+void fill_from_product(PropertyDesc &desc, const ProductDesc &product,
+                       const std::vector<ProductDesc> &products)
 {
     if (desc.key.empty())
         desc.key = joined_path(desc.path);
     if (desc.key == "dsp/bank")
         desc.max = highest_bank(product.preset_names.size());
     if (desc.key == "product_id") {
-        const std::vector<PropertyChoice> choices = product_choices();
+        const std::vector<PropertyChoice> choices = product_choices(products);
         desc.choices.insert(desc.choices.end(), choices.begin(), choices.end());
         // Only a device that has no product yet may be given one.
         if (product.product_id != 0)
@@ -75,21 +72,22 @@ void append_channel_choices(PropertyDesc &desc, const ProductDesc &product)
                                 .data = {}});
 }
 
-PropertyMap make_properties(const ProductDesc &product)
+PropertyMap make_properties(const ProductDesc &product, Catalogue &made)
 {
     // A copy for each product: choices appended for one must not reach the next.
-    std::vector<PropertyDesc> descs = generic_properties;
+    std::vector<PropertyDesc> descs = made.generic_properties;
     for (const PropertyDesc &desc : make_eq_properties())
         descs.push_back(desc);
     for (PropertyDesc &desc : descs)
-        fill_from_product(desc, product);
+        fill_from_product(desc, product, made.product_table);
     check_presets(&product);
 
     PropertyMap properties;
     for (PropertyDesc &desc : descs) {
         // Before any filter, so that the first product brings all keys.
-        if (std::find(property_keys.begin(), property_keys.end(), desc.key) == property_keys.end())
-            property_keys.push_back(desc.key);
+        std::vector<std::string> &keys = made.property_keys;
+        if (std::find(keys.begin(), keys.end(), desc.key) == keys.end())
+            keys.push_back(desc.key);
         if (!product_has(product, desc))
             continue;
         append_channel_choices(desc, product);
@@ -100,24 +98,34 @@ PropertyMap make_properties(const ProductDesc &product)
     return properties;
 }
 
+Catalogue make_catalogue()
+{
+    Catalogue made{.generic_properties = make_generic_properties(),
+                   .product_table = make_product_table()};
+    for (ProductDesc &product : made.product_table)
+        product.properties = make_properties(product, made);
+    return made;
+}
+
 } // namespace
+
+const Catalogue &catalogue()
+{
+    static const Catalogue made = make_catalogue();
+    return made;
+}
 
 void build_catalogue()
 {
-    if (!product_table.empty())
-        return;
-    generic_properties = make_generic_properties();
-    product_table = make_product_table();
-    for (ProductDesc &product : product_table)
-        product.properties = make_properties(product);
+    catalogue();
 }
 
 const ProductDesc &find_product(int32_t id)
 {
-    for (const ProductDesc &product : product_table)
+    for (const ProductDesc &product : catalogue().product_table)
         if (product.product_id == id)
             return product;
-    return product_table.front();
+    return catalogue().product_table.front();
 }
 
 // KEPT: 2 without any bank, though every product with a DSP has banks.

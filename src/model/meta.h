@@ -92,13 +92,17 @@ struct ProductDesc
     std::vector<std::vector<std::string>> preset_names = {}; // one list per bank, equally long
 };
 
-// Process-wide tables, read-only once build_catalogue has run.
-extern std::vector<PropertyDesc> generic_properties; // 59 descriptors, keys empty
-extern std::vector<std::string> property_keys;       // 89 keys; the order of rows and of merging
-extern std::vector<ProductDesc> product_table;       // 34 products, in the order of every list
+// All properties and products there are.
+struct Catalogue
+{
+    std::vector<PropertyDesc> generic_properties = {}; // keys empty
+    std::vector<std::string> property_keys = {};       // the order of rows and of merging
+    std::vector<ProductDesc> product_table = {};       // in the order of every list
+};
 
-// Fills the tables. Called once at start of the process, before any window or packet; later calls
-// do nothing. A malformed table ends the process.
+// One for the whole process, made by whoever asks first. A malformed table ends the process.
+const Catalogue &catalogue();
+// Has it made now, before any window or packet.
 void build_catalogue();
 
 // The row of this product number; the table's first row when no row matches.
@@ -111,8 +115,8 @@ double highest_bank(size_t banks);
 // bit.
 uint32_t stale_mask(uint32_t flags);
 
-// Generic descriptors and the 30 EQ descriptors, without products (keys empty).
+// Generic descriptors and those of the EQ's bands, without products (keys empty).
 std::vector<PropertyDesc> make_generic_properties();
 std::vector<PropertyDesc> make_eq_properties();
-// The 34 rows with empty `properties`.
+// All rows, with empty `properties`.
 std::vector<ProductDesc> make_product_table();

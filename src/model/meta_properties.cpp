@@ -1,10 +1,11 @@
-// The table of everything a device can be asked or told: 59 generic properties, 30 of the EQ.
+// The table of everything a device can be asked or told: generic properties, and those of the EQ.
 #include "model/meta.h"
 #include "support/text_format.h"
 
 namespace {
 
-constexpr size_t STREAM_CHANNELS = 8; // a product with more still has eight selectors of each kind
+// KEPT: a product with more still has eight selectors of each kind.
+constexpr size_t STREAM_CHANNELS = 8;
 constexpr int EQ_BANDS = 5;
 
 PropertyChoice choice(int value, const char *label)
@@ -12,7 +13,7 @@ PropertyChoice choice(int value, const char *label)
     return {.value = value, .label = label, .data = {}};
 }
 
-// The value of a level is its index here, not a gain.
+// KEPT: the value of a level is its index here, not a gain.
 std::vector<PropertyChoice> level_choices()
 {
     return {choice(0, "-12 dB"), choice(1, "-9 dB"), choice(2, "-6 dB"), choice(3, "-3 dB"),
@@ -25,7 +26,7 @@ std::vector<PropertyChoice> link_offset_choices()
     return {choice(48, "1 ms"), choice(96, "2 ms"), choice(144, "3 ms"), choice(192, "4 ms")};
 }
 
-// The leading blank of " 0 dB" stays: it lines the entry up with the signed ones.
+// KEPT: the leading blank of " 0 dB" lines the entry up with the signed ones.
 std::vector<PropertyChoice> gain_choices()
 {
     return {choice(0, " 0 dB"),    choice(-3, "-3 dB"),         choice(-6, "-6 dB"),

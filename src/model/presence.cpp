@@ -20,6 +20,7 @@ void count_unanswered_report(Device &device)
 
 void note_report(Device &device, bool live, qint64 now, uint32_t fw_magic)
 {
+    // KEPT: only here; an error of ours outlives all reports of a device that stays online.
     if (!device.online && live)
         device.upload_error.clear();
     device.fw_magic = fw_magic;

@@ -98,6 +98,7 @@ std::vector<SavedDevice> read_cache_text(const QByteArray &text)
 {
     QJsonParseError error{};
     QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    // KEPT: what follows the text is an older text's tail.
     if (error.error == QJsonParseError::GarbageAtEnd)
         document = QJsonDocument::fromJson(text.left(error.offset));
 

@@ -53,7 +53,7 @@ private slots:
     void init()
     {
         device = new Device;
-        device->properties = product_table.front().properties;
+        device->properties = catalogue().product_table.front().properties;
     }
     void cleanup() { delete device; }
 
@@ -86,7 +86,7 @@ private slots:
     {
         const QStringList keys = changed(merge_report(*device, loudspeaker()));
         QStringList sorted;
-        for (const std::string &key : property_keys)
+        for (const std::string &key : catalogue().property_keys)
             if (keys.contains(QString::fromStdString(key)))
                 sorted.append(QString::fromStdString(key));
         QCOMPARE(keys, sorted);
@@ -119,7 +119,7 @@ private slots:
         QJsonObject report = loudspeaker();
         report.insert("product_id", 9999);
         merge_report(*device, report);
-        QCOMPARE(device->properties.size(), product_table.front().properties.size());
+        QCOMPARE(device->properties.size(), catalogue().product_table.front().properties.size());
         QCOMPARE(device->value("product_id"), QVariant(9999));
     }
 
@@ -141,7 +141,7 @@ private slots:
         report.remove("product_id");
         const MergeResult result = merge_report(*device, report);
         QVERIFY(!result.product_changed);
-        QCOMPARE(device->properties.size(), product_table.front().properties.size());
+        QCOMPARE(device->properties.size(), catalogue().product_table.front().properties.size());
     }
 
     void a_session_that_differs_only_in_its_channels_counts()

@@ -1,8 +1,8 @@
 // From editors to values, and from edited rows to what a device is sent.
 #include "gui/edit_rules.h"
 
-#include "gui/error_value.h"
 #include "link/interface_rules.h"
+#include "model/error_value.h"
 #include "support/selected_rows.h"
 #include "support/vectors.h"
 

@@ -1,7 +1,7 @@
 // Which bands the panel's rows describe, and what a drag writes back.
 #include "eq/eq_rows.h"
 
-#include "gui/error_value.h"
+#include "model/error_value.h"
 
 #include <QtTest>
 

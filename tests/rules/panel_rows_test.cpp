@@ -1,7 +1,7 @@
 // What the panel's rows stand for: refreshed over a selection, edited, and told to devices.
 #include "gui/panel_rows.h"
 
-#include "gui/error_value.h"
+#include "model/error_value.h"
 #include "support/selected_rows.h"
 
 #include <QtTest>
@@ -56,9 +56,9 @@ void PanelRowsTest::each_key_has_a_hidden_row_that_needs_a_refresh()
 {
     build_catalogue();
     const PanelRows rows;
-    QCOMPARE(rows.all().size(), property_keys.size());
+    QCOMPARE(rows.all().size(), catalogue().property_keys.size());
     QVERIFY(rows.needs_refresh());
-    for (const std::string &key : property_keys) {
+    for (const std::string &key : catalogue().property_keys) {
         QVERIFY(rows.row(key)->desc.kind == PROP_NONE && rows.row(key)->needs_update);
         QCOMPARE(rows.row(key)->desc.key, key);
     }
@@ -95,7 +95,7 @@ void PanelRowsTest::a_key_without_a_row_is_hidden_and_changes_nothing()
         QVERIFY2(!row.needs_update, key.c_str());
     panel.rows.set_value("no such key", 1, true);
     QVERIFY(!panel.rows.row("no such key"));
-    QCOMPARE(panel.rows.all().size(), property_keys.size());
+    QCOMPARE(panel.rows.all().size(), catalogue().property_keys.size());
 }
 
 void PanelRowsTest::a_refreshed_row_needs_no_refresh()
@@ -103,7 +103,7 @@ void PanelRowsTest::a_refreshed_row_needs_no_refresh()
     SelectedRows panel;
     const auto device = loudspeaker("delay", 1);
     panel.select({device.get()});
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         panel.rows.refresh(key, panel.selection);
     panel.rows.mark("dsp/delay");
     QVERIFY(panel.rows.needs_refresh());
@@ -259,7 +259,7 @@ void PanelRowsTest::properties_that_some_lack_are_counted()
     const auto other = module();
     panel.select({one.get(), other.get()});
     int expected = 0;
-    for (const std::string &key : property_keys) {
+    for (const std::string &key : catalogue().property_keys) {
         const Device *owner = one->properties.count(key) ? one.get() : other.get();
         const bool shared = one->properties.count(key) && other->properties.count(key);
         const auto desc = owner->properties.find(key);

@@ -175,7 +175,7 @@ void SelectionMergeTest::nothing_selected_hides_all_rows()
 {
     SelectedRows panel;
     panel.select({});
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         QVERIFY(!panel.is_shown(key));
 }
 

@@ -54,7 +54,7 @@ private slots:
     void every_property_has_a_value_of_its_type_data()
     {
         QTest::addColumn<int>("product_id");
-        for (const ProductDesc &product : product_table)
+        for (const ProductDesc &product : catalogue().product_table)
             QTest::newRow(product.name.c_str()) << product.product_id;
     }
 
@@ -78,7 +78,7 @@ private slots:
 
     void a_preset_is_one_of_the_first_bank()
     {
-        for (const ProductDesc &product : product_table) {
+        for (const ProductDesc &product : catalogue().product_table) {
             if (product.preset_names.empty())
                 continue;
             const SimulatedDevice device(0, {.product_id = product.product_id}, 7);
@@ -273,7 +273,7 @@ private slots:
     // A backup restores them all in one command.
     void every_property_that_can_be_written_is_taken_as_it_is()
     {
-        for (const ProductDesc &product : product_table) {
+        for (const ProductDesc &product : catalogue().product_table) {
             SimulatedDevice device(0, {.product_id = product.product_id}, 3);
             QJsonObject params;
             for (const auto &[key, desc] : product.properties) {
@@ -377,12 +377,12 @@ private slots:
         const std::vector<DevicePlan> plans = make_fleet_mix(1000);
         QCOMPARE(plans.size(), size_t{1000});
         std::set<int> products;
-        for (size_t i = 0; i < product_table.size(); ++i)
+        for (size_t i = 0; i < catalogue().product_table.size(); ++i)
             products.insert(plans[i].product_id);
-        for (const ProductDesc &product : product_table)
+        for (const ProductDesc &product : catalogue().product_table)
             QVERIFY2(products.count(product.product_id) == 1, product.name.c_str());
         // The new module comes last of these.
-        QCOMPARE(plans[product_table.size() - 1].product_id, 0);
+        QCOMPARE(plans[catalogue().product_table.size() - 1].product_id, 0);
     }
 
     void names_of_a_mix_are_numbered_and_short_enough()

@@ -21,7 +21,7 @@ inline std::unique_ptr<Device> device_from_report(const QJsonObject &report)
     device->device_id = report.value("device_id").toString();
     device->online = true;
     device->last_report = report;
-    device->properties = product_table.front().properties;
+    device->properties = catalogue().product_table.front().properties;
     merge_report(*device, report);
     return device;
 }
@@ -53,7 +53,7 @@ public:
 
     void refresh_all()
     {
-        for (const std::string &key : property_keys)
+        for (const std::string &key : catalogue().property_keys)
             rows.refresh(key, selection);
     }
 
@@ -62,7 +62,7 @@ public:
     {
         if (!rows.edit(key, value))
             return;
-        for (const std::string &other : property_keys)
+        for (const std::string &other : catalogue().property_keys)
             if (row(other).needs_update)
                 rows.refresh(other, selection);
     }

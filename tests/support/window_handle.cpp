@@ -242,7 +242,7 @@ PanelRow WindowHandle::row(const std::string &key) const
 std::map<std::string, PanelRow> WindowHandle::rows() const
 {
     std::map<std::string, PanelRow> all;
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         all[key] = row(key);
     return all;
 }

@@ -53,7 +53,7 @@ class DeviceTableTest : public QObject
         device.device_id = QString("id %1").arg(number, 4, 10, QChar('0'));
         device.address = QHostAddress(0x0A000001U + static_cast<quint32>(number));
         device.online = true;
-        device.properties = product_table.front().properties;
+        device.properties = catalogue().product_table.front().properties;
         tell(device, name, dsp, order);
         return device;
     }

@@ -2,6 +2,7 @@
 // light and dark backgrounds.
 #include "meter/meter_item_delegate.h"
 #include "meter/meter_object.h"
+#include "meter/meter_paint.h"
 #include "meter/meter_widget.h"
 #include "support/vectors.h"
 
@@ -188,7 +189,7 @@ void MeterPaintTest::golden_bars_are_drawn_to_the_pixel()
     for (const int ratio : {1, 2}) {
         QImage drawn = canvas(frame, ratio);
         QPainter painter(&drawn);
-        meter.paint(&painter, &widget, frame);
+        paint_meter(meter, &painter, &widget, frame);
         painter.end();
         QCOMPARE(drawn, expected_picture(widget, frame, expect, ratio));
     }
@@ -301,7 +302,7 @@ void MeterPaintTest::the_painter_is_handed_back_as_it_came()
     painter.setPen(Qt::red);
     painter.setBrush(Qt::blue);
     painter.translate(3, 4);
-    meter.paint(&painter, &widget, QRect(10, 10, 50, 20));
+    paint_meter(meter, &painter, &widget, QRect(10, 10, 50, 20));
     QCOMPARE(painter.pen(), QPen(Qt::red));
     QCOMPARE(painter.brush(), QBrush(Qt::blue));
     QCOMPARE(painter.transform(), QTransform::fromTranslate(3, 4));

@@ -78,7 +78,7 @@ void add_icon_rows()
     QTest::addColumn<QString>("icon");
     build_catalogue();
     QSet<QString> seen;
-    for (const ProductDesc &product : product_table) {
+    for (const ProductDesc &product : catalogue().product_table) {
         const QString icon = QString::fromStdString(product.icon);
         if (seen.contains(icon))
             continue;

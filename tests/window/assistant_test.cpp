@@ -321,7 +321,8 @@ private slots:
         QFETCH(QString, expected);
         QFETCH(QString, buttons);
         reach(wanted);
-        const QString product = QString::fromStdString(assistant_products(product_table)[2].label);
+        const QString product
+            = QString::fromStdString(assistant_products(catalogue().product_table)[2].label);
         QCOMPARE(text(), wanted == PAGE_CONFIRM_PRODUCT ? expected.arg(product) : expected);
         QString enabled;
         for (const char *caption : {"Back", "Next"})
@@ -450,7 +451,7 @@ private slots:
         QCOMPARE(page(), 4);
         press("Next");
         QCOMPARE(page(), 5);
-        const int product_id = assistant_products(product_table)[1].value.toInt();
+        const int product_id = assistant_products(catalogue().product_table)[1].value.toInt();
         QTRY_COMPARE(fake().commands().size(), 1);
         QCOMPARE(fake().commands().front(),
                  QJsonObject({{"command", "set_params"}, {"seq", 1}, {"product_id", product_id}}));
@@ -481,7 +482,7 @@ private slots:
         reach(PAGE_CHOOSE_PRODUCT);
         QStringList expected = {"<Select here>"};
         QList<int> ids = {0};
-        for (const ProductDesc &product : product_table) {
+        for (const ProductDesc &product : catalogue().product_table) {
             if (product.product_id == 0)
                 continue;
             expected.append(QString::fromStdString(product.name));

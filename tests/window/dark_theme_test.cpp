@@ -179,7 +179,7 @@ private slots:
             if (!text.isEmpty() && seen.insert(kind + text).second)
                 expect_contrast(editor, READABLE);
         };
-        for (const ProductDesc &product : product_table) {
+        for (const ProductDesc &product : catalogue().product_table) {
             const int number = static_cast<int>(window->devices.size());
             window->add({}, product.product_id);
             window->select({number});

@@ -121,7 +121,7 @@ class PanelFitTest : public QObject
     void expect_no_overlap(const QString &what)
     {
         int bottom = 0;
-        for (const std::string &key : property_keys) {
+        for (const std::string &key : catalogue().property_keys) {
             const PanelRow row = window->row(key);
             if (!row.holder || !row.holder->isVisible())
                 continue;
@@ -160,11 +160,11 @@ private slots:
     {
         for (const auto &[name, size] : SIZES) {
             open_window(size);
-            for (const ProductDesc &product : product_table)
+            for (const ProductDesc &product : catalogue().product_table)
                 add_product(product.product_id);
-            for (int i = 0; i < static_cast<int>(product_table.size()); ++i) {
+            for (int i = 0; i < static_cast<int>(catalogue().product_table.size()); ++i) {
                 window->select({i});
-                const ProductDesc &product = product_table[static_cast<std::size_t>(i)];
+                const ProductDesc &product = catalogue().product_table[static_cast<std::size_t>(i)];
                 expect_fit(name + ": " + QString::fromStdString(product.name));
                 if (QTest::currentTestFailed())
                     return;

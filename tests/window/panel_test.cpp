@@ -45,15 +45,15 @@ private slots:
     void nothing_selected_hides_all_rows()
     {
         window->add({});
-        QCOMPARE(window->gui->rows().size(), std::size_t{89});
-        for (const std::string &key : property_keys)
+        QCOMPARE(window->gui->rows().size(), catalogue().property_keys.size());
+        for (const std::string &key : catalogue().property_keys)
             QVERIFY(!window->is_shown(key));
         QVERIFY(!window->gui->edit_button()->isEnabled());
 
         window->select({0});
         QVERIFY(window->is_shown("ui/name"));
         window->gui->view()->clearSelection();
-        for (const std::string &key : property_keys) {
+        for (const std::string &key : catalogue().property_keys) {
             QVERIFY(!window->is_shown(key));
             QVERIFY(!window->row(key).caption || !window->row(key).caption->isVisible());
         }
@@ -321,7 +321,7 @@ private slots:
         window->add({});
         window->select({0});
         int editors = 0;
-        for (const std::string &key : property_keys) {
+        for (const std::string &key : catalogue().property_keys) {
             const PanelRow prop = window->row(key);
             for (QWidget *editor : std::initializer_list<QWidget *>{prop.line_edit, prop.spinner,
                                                                     prop.check_box, prop.combo}) {
