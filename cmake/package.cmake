@@ -71,7 +71,7 @@ foreach(size 16 22 24 32 48 64 128 256 512)
     install(FILES packaging/icons/${size}.png RENAME ${program}.png
         DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps)
 endforeach()
-install(FILES src/resources/icons/${program}.svg
+install(FILES art/icons/${program}.svg
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
 install(FILES ${package_folder}/${program}.1.gz ${package_folder}/loudspeaker-simulator.1.gz
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

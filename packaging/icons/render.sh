@@ -16,5 +16,5 @@ for size in 16 22 24; do
     render small.svg $size
 done
 for size in 32 48 64 128 256 512; do
-    render ../../src/resources/icons/velmark-network-manager.svg $size
+    render ../../art/icons/velmark-network-manager.svg $size
 done

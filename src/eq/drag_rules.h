@@ -22,8 +22,8 @@ float dragged_freq(const CurveGrid &grid, const DragStart &start, QPoint positio
 float dragged_gain(const CurveGrid &grid, const DragStart &start, QPoint position);
 
 // The quality of a peak at `freq` whose edge is dragged to `position`. The other edge mirrors it;
-// KEPT: which one is held follows from the side of the press alone. Infinite where the edges meet or
-// cross, NaN where the dragged edge is at 0.
+// KEPT: which one is held follows from the side of the press alone. Infinite where the edges meet
+// or cross, NaN where the dragged edge is at 0.
 float dragged_q(const CurveGrid &grid, const DragStart &start, float freq, QPoint position);
 
 struct ReleaseResult

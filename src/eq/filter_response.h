@@ -20,8 +20,8 @@ struct Response
 void compute_biquad_response(const Biquad &biquad, const CurveGrid &grid,
                              std::vector<float> &magnitude, std::vector<float> &phase);
 
-// One point of it by the plain complex arithmetic. KEPT: z is e^(+jw), so phases have the opposite of
-// the customary sign.
+// One point of it by the plain complex arithmetic. KEPT: z is e^(+jw), so phases have the opposite
+// of the customary sign.
 struct ResponsePoint
 {
     float magnitude = 1.0F;

@@ -43,7 +43,8 @@ FirmwareSection *firmware_parse_sections(const uint8_t *data, size_t size, int *
 // The bytes that a device with `fw_magic` should receive: its section with the header, taken from
 // the image itself or, when the first section is a container, from the image nested in its chunks.
 // A device whose number is the container's own gets the image up to the first chunk.
-// KEPT: payload checksums are not looked at. Returns a FirmwareError. On FIRMWARE_ERR_OK `*out_data` is a block to be released with free()
-// and `*out_size` its length in bytes; otherwise they are null and 0.
+// KEPT: payload checksums are not looked at. Returns a FirmwareError. On FIRMWARE_ERR_OK
+// `*out_data` is a block to be released with free() and `*out_size` its length in bytes; otherwise
+// they are null and 0.
 int firmware_extract(const uint8_t *data, size_t size, uint32_t fw_magic, void **out_data,
                      int *out_size);

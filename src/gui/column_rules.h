@@ -23,6 +23,6 @@ std::vector<ListColumn> list_columns();
 // The columns that show before the operator has chosen: for each default caption the first match.
 std::vector<int> default_columns(const QStringList &names);
 
-// The sort key of the product column. KEPT: by order number first (negative ones before all others),
-// then by the IPv4 address as a number.
+// The sort key of the product column. KEPT: by order number first (negative ones before all
+// others), then by the IPv4 address as a number.
 qint64 product_sort_key(int order, const QHostAddress &address);

@@ -15,8 +15,8 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
-    // KEPT: a mouse button was released, not pressed, over the disabled target. Receivers may enable the target, which
-    // then gets the focus, or have it deleted later.
+    // KEPT: a mouse button was released, not pressed, over the disabled target. Receivers may
+    // enable the target, which then gets the focus, or have it deleted later.
     void onClick(QWidget *target);
 
 private:

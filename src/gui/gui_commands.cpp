@@ -42,8 +42,8 @@ void Gui::watch_log_stream(Device *device)
         send_to_device(device, logging_command(true), false);
 }
 
-// KEPT: the typed bytes go out as they are: no check, no line end, nothing added; and a failure shows
-// nowhere.
+// KEPT: the typed bytes go out as they are: no check, no line end, nothing added; and a failure
+// shows nowhere.
 void Gui::send_console_line(Device *device, const QString &line)
 {
     append_log(device, true, "Sending: " + line + "\n");

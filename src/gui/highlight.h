@@ -10,6 +10,6 @@ bool contains_search(const QString &text, const QString &search);
 // yellow ground. Letters and case are the text's own; `search` itself never enters the HTML.
 QString highlight_html(const QString &text, const QString &search);
 
-// KEPT: what of a text a cell measures and paints: devices choose how long their names are, and laying
-// out a long one takes seconds. The rest is searched and copied all the same.
+// KEPT: what of a text a cell measures and paints: devices choose how long their names are, and
+// laying out a long one takes seconds. The rest is searched and copied all the same.
 QString shown_part(const QString &text);

@@ -28,8 +28,8 @@ void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
         red.setForeground(QBrush(Qt::red));
         cursor.setBlockCharFormat(red);
     }
-    // KEPT: without a format of its own the text takes that of what stands before it. An echo behind
-    // a log line that has not ended is therefore not red.
+    // KEPT: without a format of its own the text takes that of what stands before it. An echo
+    // behind a log line that has not ended is therefore not red.
     cursor.insertText(text);
     if (highlighted)
         cursor.setBlockCharFormat(before);

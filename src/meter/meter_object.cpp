@@ -36,8 +36,8 @@ void MeterObject::tick()
 {
     const size_t channels = std::min(levels.size(), display_levels.size());
     for (size_t i = 0; i < channels; ++i) {
-        // KEPT: the floor is tested before the step and nothing is clamped: a bar may fall below its
-        // level for one tick, and may come to rest as low as -73.25.
+        // KEPT: the floor is tested before the step and nothing is clamped: a bar may fall below
+        // its level for one tick, and may come to rest as low as -73.25.
         if (levels[i] >= display_levels[i])
             display_levels[i] = levels[i];
         else if (display_levels[i] >= FALL_FLOOR)

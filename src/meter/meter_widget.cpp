@@ -26,7 +26,8 @@ void MeterWidget::set_meter(MeterObject *new_meter)
     if (new_meter == meter)
         return;
 
-    // KEPT: repaint and not update: the bar shows each tick's level, however busy the event loop is.
+    // KEPT: repaint and not update: the bar shows each tick's level, however busy the event loop
+    // is.
     const auto redraw = qOverload<>(&QWidget::repaint);
     if (meter)
         disconnect(meter, &MeterObject::onUpdate, this, redraw);

@@ -24,8 +24,8 @@ QVariant whole_number(double number)
     return static_cast<int>(number);
 }
 
-// KEPT: any type, unchecked. Of a list or an object that would take more memory than the longest datagram
-// only the type is kept: no choice is one, and it shows as no text either way.
+// KEPT: any type, unchecked. Of a list or an object that would take more memory than the longest
+// datagram only the type is kept: no choice is one, and it shows as no text either way.
 QVariant choice_value(const QJsonValue &value)
 {
     constexpr int most = 64 * 1024; // bytes

@@ -1,8 +1,8 @@
 // How many devices the program knows at the most, and how much it keeps of them.
 #pragma once
 
-// KEPT: more than any site has: the list takes 2.4 s for them at the start. A sender of ever-new ids must
-// not fill the memory, nor a cache that was tampered with.
+// KEPT: more than any site has: the list takes 2.4 s for them at the start. A sender of ever-new
+// ids must not fill the memory, nor a cache that was tampered with.
 constexpr int MOST_DEVICES = 8192;
 
 // Bytes of the cache's text, written or read: twice what so many real devices need. A sender of

@@ -1,10 +1,10 @@
 // A settings file that is far too large goes out of the way; all others stay.
 #include "gui/settings_file.h"
+#include "support/files.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QSettings>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <sys/stat.h>
@@ -13,7 +13,7 @@ class SettingsFileTest : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<SettingsFolder> folder;
 
     static void put(const QString &path, const QByteArray &text, qint64 size)
     {
@@ -26,11 +26,8 @@ class SettingsFileTest : public QObject
 private slots:
     void init()
     {
-        QCoreApplication::setOrganizationName("Makers");
-        QCoreApplication::setApplicationName("Program");
-        folder = std::make_unique<QTemporaryDir>();
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder->path());
-        QVERIFY(QDir(folder->path()).mkpath("Makers"));
+        folder.reset(); // its successor takes the settings' place
+        folder = std::make_unique<SettingsFolder>();
     }
 
     void the_place_is_the_settings_own()

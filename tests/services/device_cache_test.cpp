@@ -3,11 +3,11 @@
 #include "model/device.h"
 #include "model/device_cache.h"
 #include "model/registry_limit.h"
+#include "support/files.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <memory>
@@ -29,19 +29,6 @@ QJsonObject plain_report(const QString &id, const QString &memo = "")
 QJsonObject large_report(const QString &id)
 {
     return plain_report(id, QString(200 * 1024, 'm'));
-}
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no file";
-}
-
-void put(const QString &path, const QByteArray &text)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
 }
 
 } // namespace

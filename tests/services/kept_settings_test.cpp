@@ -3,11 +3,11 @@
 #include "gui/kept_settings.h"
 
 #include "gui/settings_file.h"
+#include "support/files.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <sys/stat.h>
@@ -16,24 +16,11 @@
 
 namespace {
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
-void put_text(const QString &path, const QByteArray &text)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(text), qint64{text.size()});
-}
-
 // As another computer leaves it in a shared folder when it stops.
 void lock_from_elsewhere(const QString &settings, const QDateTime &time)
 {
     const QString path = settings + ".lock";
-    put_text(path, "4711\nsomething\nelsewhere\n");
+    put(path, "4711\nsomething\nelsewhere\n");
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadWrite));
     QVERIFY(file.setFileTime(time, QFileDevice::FileModificationTime));
@@ -62,16 +49,13 @@ class KeptSettingsTest : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<SettingsFolder> folder;
 
 private slots:
     void init()
     {
-        QCoreApplication::setOrganizationName("Makers");
-        QCoreApplication::setApplicationName("Program");
-        folder = std::make_unique<QTemporaryDir>();
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder->path());
-        QVERIFY(QDir(folder->path()).mkpath("Makers"));
+        folder.reset(); // its successor takes the settings' place
+        folder = std::make_unique<SettingsFolder>();
     }
 
     void what_was_written_is_read()
@@ -131,7 +115,7 @@ private slots:
     void a_file_that_may_not_be_written_is_read_and_left_alone()
     {
         QFETCH(bool, is_folder_free);
-        put_text(settings_path(), "[General]\na=1\n");
+        put(settings_path(), "[General]\na=1\n");
         const QFile::Permissions reading = QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther;
         const QFile::Permissions entering = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
         QVERIFY(QFile::setPermissions(settings_path(), reading));

@@ -1,8 +1,8 @@
 // Files are replaced without losing the old text, whatever stands at their path.
 #include "model/saved_file.h"
+#include "support/files.h"
 
 #include <QElapsedTimer>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cerrno>
@@ -12,19 +12,6 @@
 #include <unistd.h>
 
 namespace {
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no file";
-}
-
-void put(const QString &path, const QByteArray &text)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
-}
 
 // A file system with room for 3 MiB that this process alone sees.
 bool mount_small_disk(const QString &folder)

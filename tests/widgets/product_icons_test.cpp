@@ -108,8 +108,8 @@ class ProductIconsTest : public QObject
 private slots:
     void every_product_has_a_picture_of_256_pixels_with_clear_corners_data() { add_icon_rows(); }
     void every_product_has_a_picture_of_256_pixels_with_clear_corners();
-    void every_product_picture_is_a_resource_with_its_drawing_beside_it_data() { add_icon_rows(); }
-    void every_product_picture_is_a_resource_with_its_drawing_beside_it();
+    void every_product_picture_is_a_resource_with_a_drawing_data() { add_icon_rows(); }
+    void every_product_picture_is_a_resource_with_a_drawing();
     void every_product_belongs_to_a_family_data() { add_icon_rows(); }
     void every_product_belongs_to_a_family();
     void each_picture_is_seen_on_white_and_on_black_data() { add_icon_rows(); }
@@ -132,12 +132,13 @@ void ProductIconsTest::every_product_has_a_picture_of_256_pixels_with_clear_corn
         QCOMPARE(qAlpha(picture.pixel(corner)), 0);
 }
 
-void ProductIconsTest::every_product_picture_is_a_resource_with_its_drawing_beside_it()
+void ProductIconsTest::every_product_picture_is_a_resource_with_a_drawing()
 {
     QFETCH(QString, icon);
     QVERIFY(files_in_qrc().contains(icon.mid(2)));
     QString drawing = file_of(icon);
-    drawing.replace(QRegularExpression("\\.png$"), ".svg");
+    drawing.replace("/src/resources/icons/", "/art/icons/")
+        .replace(QRegularExpression("\\.png$"), ".svg");
     QVERIFY(QFile::exists(drawing));
 }
 

@@ -1,5 +1,6 @@
 // Devices are kept between runs, and one device's state in a backup.
 #include "support/dialog_probe.h"
+#include "support/files.h"
 #include "support/panel_case.h"
 
 #include <QElapsedTimer>
@@ -13,19 +14,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : "no file";
-}
-
-void put(const QString &path, const QByteArray &text)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
-}
 
 QStringList cached_ids(const QString &path)
 {
