@@ -24,5 +24,5 @@ private:
     void release_some();
 
     std::vector<std::unique_ptr<Device>> records = {};
-    QTimer timer = {}; // 0 ms, while any wait
+    QTimer timer; // 0 ms, while any wait
 };
