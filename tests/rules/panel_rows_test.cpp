@@ -88,7 +88,7 @@ void PanelRowsTest::a_key_without_a_row_is_hidden_and_changes_nothing()
     QVERIFY(panel.rows.refresh("no such key", {device.get()}) == RowChange::HIDDEN);
     QVERIFY(!panel.rows.edit("no such key", 1));
     panel.rows.mark("no such key");
-    for (const std::string &key : property_keys)
+    for (const std::string &key : catalogue().property_keys)
         panel.rows.refresh(key, {device.get()});
     panel.rows.mark_dependants("no such key");
     for (const auto &[key, row] : panel.rows.all())
