@@ -4,6 +4,7 @@
 #include "support/window_main.h"
 
 #include <QComboBox>
+#include <QNetworkInterface>
 
 namespace {
 
@@ -19,6 +20,13 @@ void lay_cable(const QString &name, const QString &address)
 void remove_cable(const QString &name)
 {
     shell("ip link del " + name + " 2>/dev/null || true");
+}
+
+// The kernel tells of a carrier that came or went up to a second later.
+bool is_running(const QString &name)
+{
+    return QNetworkInterface::interfaceFromName(name).flags().testFlag(
+        QNetworkInterface::IsRunning);
 }
 
 } // namespace
@@ -74,6 +82,8 @@ private slots:
               " 2>/dev/null || true");
         lay_cable("decoy", "10.8.0.1/24");
         shell("ip link set decoyx down"); // no carrier: not running
+        QTRY_VERIFY(!is_running("decoy"));
+        QTRY_VERIFY(is_running("quiet") && is_running("sixes"));
         window = std::make_unique<WindowCase>();
         QVERIFY(!offered().contains("sixes"));
         QVERIFY(!offered().contains("lo"));
