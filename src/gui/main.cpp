@@ -15,8 +15,6 @@ int main(int argc, char **argv)
     if (has_rights_of_its_own())
         argc = forget_plugin_paths(argc, argv);
     set_program_names();
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
     QApplication application(argc, argv);
     register_resources();
     set_huge_settings_aside();

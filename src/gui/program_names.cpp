@@ -1,4 +1,4 @@
-// The names under which the program keeps its settings and shows itself.
+// The names under which the program keeps its settings and shows itself, and in how many pixels.
 #include "gui/program_names.h"
 
 #include <QCoreApplication>
@@ -13,6 +13,9 @@ void set_program_names()
     QCoreApplication::setApplicationVersion("v" PROGRAM_VERSION);
     // By this a Wayland desktop finds the window's icon.
     QGuiApplication::setDesktopFileName("velmark-network-manager");
+    // Without the second all pictures are drawn small and blown up.
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
 }
 
 void register_resources()

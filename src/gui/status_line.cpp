@@ -10,6 +10,7 @@ namespace {
 
 constexpr int COMMAND_TIME = 10000; // ms
 constexpr int PROGRESS_WIDTH = 160; // points
+constexpr int LEFT_INDENT = 2;      // points
 
 } // namespace
 
@@ -29,6 +30,8 @@ StatusLine::StatusLine()
     progress->setTextVisible(false);
     progress->setAccessibleName("Progress of the uploads");
     progress->hide();
+    // It begins where the list above it does; the bar has margins of its own.
+    message->setContentsMargins(LEFT_INDENT, 0, 0, 0);
     addWidget(message, 1);
     addPermanentWidget(progress);
     addPermanentWidget(counts_label);

@@ -1,5 +1,6 @@
 // guide_pictures FOLDER NAME: makes one picture of the guide, FOLDER/NAME.png; --list tells the
-// names. Wants a screen of its own with a window manager.
+// names. guide_pictures FOLDER --tour light|dark: pictures of the whole screen, to be looked at.
+// Wants a screen of its own with a window manager.
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "firmware/deppen_ass.h"
@@ -8,6 +9,7 @@
 #include "meter/log_window.h"
 #include "meter/meter_object.h"
 #include "pictures/stage.h"
+#include "pictures/tour.h"
 #include "support/contrast.h"
 
 #include <QComboBox>
@@ -209,7 +211,7 @@ void updating(Stage &stage)
     update_from(stage, STAND_IN_IMAGE);
     expect(runs_until([&stage] { return !stage.device("Sub 3")->firmware_update_error.isEmpty(); }),
            "a refusal");
-    stage.fleet.fault("all", "tftp", {{"ack_delay", 30}});
+    stage.fleet.fault("all", "tftp", {{"ack_delay", 8}});
     stage.select({"Sub 1", "Main left", "Sub 4", "Recording bridge"});
     update_from(stage, STAND_IN_IMAGE);
     await_update_of(stage, "Sub 1", 35);
@@ -337,25 +339,34 @@ constexpr Picture PICTURES[] = {
 };
 // clang-format on
 
-int make(const Picture &picture, const QString &folder, int argc, char **argv)
+// Runs `work` as the program would run, in a network of its own.
+template<typename Work>
+int perform(bool is_dark, int argc, char **argv, Work work)
 {
     std::string reason;
     if (!enter_private_network(&reason))
         qFatal("no private network: %s", reason.c_str());
-    qputenv("QT_SCALE_FACTOR", picture.scale);
     set_program_names();
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setStyle(QStyleFactory::create("Fusion"));
-    if (picture.is_dark)
+    if (is_dark)
         QApplication::setPalette(desktop_palette(true));
     register_resources();
     build_catalogue();
-    Stage stage(picture.fleet_file);
-    picture.make(stage);
-    const QString file = folder + '/' + picture.name + ".png";
-    expect(stage.picture.save(file), "the saving of the picture");
+    work();
     return 0;
+}
+
+int make(const Picture &picture, const QString &folder, int argc, char **argv)
+{
+    qputenv("QT_SCALE_FACTOR", picture.scale);
+    return perform(picture.is_dark, argc, argv, [&picture, &folder] {
+        Stage stage(picture.fleet_file);
+        picture.make(stage);
+        const QString file = folder + '/' + picture.name + ".png";
+        expect(stage.picture.save(file), "the saving of the picture");
+    });
 }
 
 } // namespace
@@ -363,14 +374,20 @@ int make(const Picture &picture, const QString &folder, int argc, char **argv)
 int main(int argc, char **argv)
 {
     const QByteArray first = argc > 1 ? argv[1] : "";
+    const QString folder = QFile::decodeName(first);
+    if (argc == 4 && QByteArray(argv[2]) == "--tour")
+        return perform(QByteArray(argv[3]) == "dark", argc, argv, [&folder] {
+            take_tour(folder);
+            take_assistant(folder);
+        });
     for (const Picture &picture : PICTURES) {
         if (first == "--list")
             std::puts(picture.name);
         else if (argc == 3 && QByteArray(argv[2]) == picture.name)
-            return make(picture, QFile::decodeName(first), argc, argv);
+            return make(picture, folder, argc, argv);
     }
     if (first == "--list")
         return 0;
-    std::fputs("guide_pictures FOLDER NAME | --list\n", stderr);
+    std::fputs("guide_pictures FOLDER NAME | FOLDER --tour light|dark | --list\n", stderr);
     return 2;
 }

@@ -96,6 +96,16 @@ private slots:
                 >= window->gui->view()->iconSize().height());
     }
 
+    void small_pictures_have_a_pixel_for_every_pixel()
+    {
+        for (const QToolButton *button :
+             {window->gui->confirm_button(), window->gui->cancel_button()}) {
+            const QPixmap picture = button->icon().pixmap(QSize(16, 16));
+            QCOMPARE(picture.devicePixelRatio(), 2.0);
+            QCOMPARE(picture.height(), 32);
+        }
+    }
+
     void markers_are_hit_where_they_are_painted()
     {
         window->gui->eq_button()->setChecked(true);

@@ -5,6 +5,7 @@
 #include "support/dialog_probe.h"
 #include "support/panel_case.h"
 
+#include <QLabel>
 #include <QScreen>
 #include <QStatusBar>
 
@@ -78,6 +79,10 @@ private slots:
         const QRect bar = place(gui().widget().statusBar());
         QCOMPARE(bar.bottom(), gui().widget().height() - 1);
         QVERIFY(bar.top() - place(gui().property_splitter()).bottom() <= 2);
+        const auto *message = gui().widget().statusBar()->findChild<QLabel *>("status_message");
+        const int text_left
+            = message->contentsRect().left() + message->mapTo(&gui().widget(), QPoint(0, 0)).x();
+        QCOMPARE(text_left, place(gui().view()).left());
     }
 
     void the_network_box_grows_with_its_entries()
