@@ -38,6 +38,7 @@ StatusLine::StatusLine()
     counts_label->setText(counts_text(shown_counts));
     connect(message, &ElidedLabel::clicked, this, &StatusLine::forget_result);
 
+    command_timer.setObjectName("command_timer");
     command_timer.setSingleShot(true);
     command_timer.setInterval(COMMAND_TIME);
     connect(&command_timer, &QTimer::timeout, this, [this] { show_command(QString()); });

@@ -41,5 +41,5 @@ private:
     ElidedLabel *message = nullptr;
     QProgressBar *progress = nullptr;
     QLabel *counts_label = nullptr;
-    QTimer command_timer; // single-shot: when the message of a command goes
+    QTimer command_timer{this}; // single-shot: when the message of a command goes
 };

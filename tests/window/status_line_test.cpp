@@ -130,6 +130,29 @@ private slots:
         QCOMPARE(message(), QString("Asked 1 device to purge its sessions."));
     }
 
+    // The time itself is not waited for.
+    void what_a_command_did_is_told_for_ten_seconds()
+    {
+        auto *timer = window->gui->widget().statusBar()->findChild<QTimer *>("command_timer");
+        QVERIFY(timer);
+        QVERIFY(!timer->isActive());
+        window->select({0, 1});
+        QTest::mouseClick(window->gui->identify_button(), Qt::LeftButton);
+        QVERIFY(timer->isActive() && timer->isSingleShot());
+        QCOMPARE(timer->interval(), 10000);
+        timer->start(0);
+        QTRY_COMPARE(message(), QString());
+        timer->setInterval(10000);
+        window->select({0});
+        window->press_edit();
+        window->type("ui/loc", "Balcony");
+        window->press_confirm();
+        QCOMPARE(message(), QString("Sent to 1 of 1 device."));
+        QVERIFY(timer->isActive());
+        timer->start(0);
+        QTRY_COMPARE(message(), QString());
+    }
+
     void a_second_copy_says_that_it_saves_nothing()
     {
         WindowHandle second;
