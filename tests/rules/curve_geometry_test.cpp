@@ -203,6 +203,9 @@ void CurveGeometryTest::a_thinned_straight_line_is_its_ends()
     QCOMPARE(thinned_line(line.data(), 4, 0.01).size(), size_t{2});
     QCOMPARE(thinned_line(line.data(), 1, 0.01).size(), size_t{1});
     QCOMPARE(thinned_line(line.data(), 2, 0.01).size(), size_t{2});
+    // A kink at the second point already.
+    const std::vector<QPointF> kinked{{0, 0}, {1, 5}, {2, 0}};
+    QCOMPARE(thinned_line(kinked.data(), 3, 0.01).size(), size_t{3});
 }
 
 void CurveGeometryTest::a_bubble_flips_where_its_side_ends()
@@ -212,6 +215,9 @@ void CurveGeometryTest::a_bubble_flips_where_its_side_ends()
     QCOMPARE(place_bubble(window, {80, 30}, {790, 200}, 0).flags, BUBBLE_LEFT);
     QCOMPARE(place_bubble(window, {80, 30}, {400, 20}, 0).flags, BUBBLE_BELOW);
     QCOMPARE(place_bubble(window, {80, 30}, {790, 20}, 0).flags, BUBBLE_LEFT | BUBBLE_BELOW);
+    // One that is below stays as long as its last row is in the window.
+    QCOMPARE(place_bubble(window, {80, 30}, {400, 346}, BUBBLE_BELOW).flags, BUBBLE_BELOW);
+    QCOMPARE(place_bubble(window, {80, 30}, {400, 347}, BUBBLE_BELOW).flags, 0);
 }
 
 void CurveGeometryTest::a_bubble_that_fits_nowhere_lies_below()

@@ -102,6 +102,7 @@ private slots:
     void slices_look_like_one_stroke();
     void slices_look_like_one_stroke_at_twice_the_pixels();
     void a_resize_renews_the_lines();
+    void a_shelf_that_moves_takes_its_response_along();
     void pictures_to_look_at_data();
     void pictures_to_look_at();
 };
@@ -438,6 +439,23 @@ void CurvePaintTest::a_resize_renews_the_lines()
     CurveWidget fresh(nullptr, make_filters(BANDS));
     set_up(fresh, {500, 200});
     QCOMPARE(picture(view), picture(fresh));
+}
+
+// As a drag does it.
+void CurvePaintTest::a_shelf_that_moves_takes_its_response_along()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, {600, 300});
+    picture(view);
+    auto *shelf = dynamic_cast<FilterShelf *>(view.filters.at(0));
+    QVERIFY(shelf);
+    shelf->set_band(300.0F, 12.0F, -8.0F, false);
+    CurveWidget fresh(nullptr,
+                      make_filters({{1, EQ_LSHELF, {.freq = 300.0F, .q = 0.0F, .gain = -8.0F}}}));
+    set_up(fresh, {600, 300});
+    picture(fresh);
+    QVERIFY(!shelf->magnitude.empty());
+    QCOMPARE(shelf->magnitude, fresh.filters.at(0)->magnitude);
 }
 
 void CurvePaintTest::pictures_to_look_at_data()

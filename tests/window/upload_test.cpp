@@ -7,6 +7,8 @@
 #include "support/tftp_peer.h"
 
 #include <QPointer>
+#include <QProgressBar>
+#include <QStatusBar>
 
 #include <map>
 #include <sys/stat.h>
@@ -338,6 +340,21 @@ private slots:
         peer(0).send(ack(5));
         QTRY_COMPARE(status(0), QString("Online, muted"));
         QVERIFY(device(0)->upload_ok);
+    }
+
+    void the_status_bar_shows_how_far_transfers_are_while_they_run()
+    {
+        const auto *bar = gui().widget().statusBar()->findChild<QProgressBar *>();
+        QVERIFY(bar && !bar->isVisible());
+        add_devices(1);
+        peer(0).stop_at(5);
+        window->select({0});
+        update_with(image_section(MODULE_MAGIC, QByteArray(9 * 512 - 128 + 1, 'x')));
+        QTRY_COMPARE(bar->value(), 39);
+        QVERIFY(bar->isVisible());
+        peer(0).stop_at(100);
+        peer(0).send(ack(5));
+        QTRY_VERIFY(!bar->isVisible());
     }
 
     // Where firmware is picked nothing is to be renamed or deleted.
