@@ -215,6 +215,9 @@ void CurveGeometryTest::a_bubble_flips_where_its_side_ends()
     QCOMPARE(place_bubble(window, {80, 30}, {790, 200}, 0).flags, BUBBLE_LEFT);
     QCOMPARE(place_bubble(window, {80, 30}, {400, 20}, 0).flags, BUBBLE_BELOW);
     QCOMPARE(place_bubble(window, {80, 30}, {790, 20}, 0).flags, BUBBLE_LEFT | BUBBLE_BELOW);
+    // The topmost place that is still above.
+    QCOMPARE(place_bubble(window, {80, 30}, {400, 54}, 0).flags, 0);
+    QCOMPARE(place_bubble(window, {80, 30}, {400, 53}, 0).flags, BUBBLE_BELOW);
     // One that is below stays as long as its last row is in the window.
     QCOMPARE(place_bubble(window, {80, 30}, {400, 346}, BUBBLE_BELOW).flags, BUBBLE_BELOW);
     QCOMPARE(place_bubble(window, {80, 30}, {400, 347}, BUBBLE_BELOW).flags, 0);

@@ -121,6 +121,7 @@ private slots:
     void the_view_follows_the_end();
     void a_view_that_is_scrolled_up_stays();
     void old_lines_go_at_the_cap();
+    void lines_join_at_the_end_wherever_the_reader_has_clicked();
     void a_line_end_split_over_two_messages_stays_two_line_ends();
     void joined_bursts_give_the_same_document_data();
     void joined_bursts_give_the_same_document();
@@ -198,6 +199,18 @@ void LogTextTest::old_lines_go_at_the_cap()
         append_log_fragments(view.get(), {{.text = QString::number(i) + "\n"}});
     QCOMPARE(view->document()->blockCount(), 30);
     QCOMPARE(view->document()->begin().text(), QString("71"));
+}
+
+void LogTextTest::lines_join_at_the_end_wherever_the_reader_has_clicked()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = "one\ntwo\n"}});
+    QTextCursor cursor(view->document());
+    cursor.setPosition(2);
+    view->setTextCursor(cursor);
+    append_log_fragments(view.get(),
+                         {{.text = "three\n"}, {.highlighted = true, .text = "four\n"}});
+    QCOMPARE(view->toPlainText(), QString("one\ntwo\nthree\nfour\n"));
 }
 
 void LogTextTest::a_line_end_split_over_two_messages_stays_two_line_ends()
