@@ -89,6 +89,7 @@ void Gui::build_window()
     eq_splitter = new QSplitter(Qt::Vertical);
     eq_splitter->setObjectName("eq_splitter");
     eq_splitter->addWidget(table.view());
+    table.view()->setFocus(); // else the arrows go from button to button
 
     auto *left = new QWidget;
     auto *left_layout = new QVBoxLayout(left);

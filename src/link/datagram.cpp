@@ -1,6 +1,7 @@
 // The bytes on the wire.
 #include "link/datagram.h"
 #include "link/crc32.h"
+#include "link/repeated_keys.h"
 
 #include <QJsonDocument>
 
@@ -60,8 +61,8 @@ Frame read_frame(const QByteArray &datagram)
 
     const int separator = QByteArray::fromRawData(datagram.constData(), size).indexOf('\0');
     const int json_size = separator < 0 ? size : separator;
-    const QJsonDocument document
-        = QJsonDocument::fromJson(QByteArray::fromRawData(datagram.constData(), json_size));
+    const QByteArray json = QByteArray::fromRawData(datagram.constData(), json_size);
+    const QJsonDocument document = QJsonDocument::fromJson(without_repeated_keys(json));
     if (!document.isObject())
         return frame;
 

@@ -165,6 +165,12 @@ private slots:
 
     // ---- the focus
 
+    void from_the_start_the_arrows_go_to_the_list()
+    {
+        std::unique_ptr<WindowHandle> fresh = std::make_unique<WindowHandle>();
+        QCOMPARE(fresh->widget().focusWidget(), fresh->view());
+    }
+
     void edit_puts_the_focus_on_the_first_editor_in_sight()
     {
         window->add({});
