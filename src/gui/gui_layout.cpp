@@ -89,7 +89,6 @@ void Gui::build_window()
     eq_splitter = new QSplitter(Qt::Vertical);
     eq_splitter->setObjectName("eq_splitter");
     eq_splitter->addWidget(table.view());
-    table.view()->setFocus(); // else the arrows go from button to button
 
     auto *left = new QWidget;
     auto *left_layout = new QVBoxLayout(left);
@@ -124,6 +123,7 @@ void Gui::build_window()
     constexpr int half = std::numeric_limits<int>::max();
     eq_splitter->setSizes({half, half});
     setCentralWidget(property_splitter);
+    table.view()->setFocus(); // else the arrows go from button to button
 }
 
 // The order matters: each later state sits inside what an earlier one has laid out.
