@@ -99,6 +99,48 @@ private slots:
     void init() { window = std::make_unique<PanelCase>(); }
     void cleanup() { window.reset(); }
 
+    // 400 devices change all the time, and each turn one is deleted and comes back. CACHE_SECONDS
+    // in the environment makes it long.
+    void a_window_starts_from_every_file_that_was_on_disk()
+    {
+        constexpr int DEVICES = 400;
+        const auto tell = [this](int i, const QString &name) {
+            window->report("10.0.1.1", loudspeaker_report(numbered(i), 3, name));
+        };
+        for (int i = 0; i < DEVICES; ++i)
+            tell(i, "first");
+        gui().cache().set_delay(1);
+        const QString path = gui().cache().path();
+        const qint64 longest = 1000LL * qEnvironmentVariableIntValue("CACHE_SECONDS");
+        QElapsedTimer elapsed;
+        elapsed.start();
+        QByteArrayList files;
+        for (int turn = 0; files.size() < 4 || elapsed.elapsed() < longest; ++turn) {
+            for (int i = turn % 7; i < DEVICES; i += 7)
+                tell(i, "turn " + QString::number(turn));
+            Device *leaving = gui().find_device(numbered(turn % DEVICES));
+            gui().view()->setCurrentIndex(gui().model().index(gui().row_of(leaving), 0));
+            gui().delete_selected();
+            for (int pause = 0; pause < 8; ++pause) {
+                const QByteArray text = contents(path);
+                if (!text.isEmpty() && (files.isEmpty() || text != files.last()))
+                    files.append(text);
+                QTest::qWait(longest > 0 ? 50 : 1);
+            }
+            tell(turn % DEVICES, "back");
+        }
+
+        for (const QByteArray &file : files) {
+            window->gui.reset();
+            put(path, file);
+            window->start();
+            const int rows = gui().model().rowCount();
+            QVERIFY2(rows == DEVICES || rows == DEVICES - 1, qPrintable(QString::number(rows)));
+            QCOMPARE(file.count("\"devices\""), 1);
+        }
+        qInfo("%d files", files.size());
+    }
+
     void two_devices_come_back_offline_with_their_last_names_and_values()
     {
         window->report("10.0.0.2", loudspeaker_report("b", 3, "Right"));
