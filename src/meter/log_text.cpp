@@ -15,8 +15,8 @@ constexpr qsizetype FULL_CHARACTERS = 32 * 1024;
 constexpr int WORTH_MAKING_ROOM = 16;
 // From each line of a long word the toolkit looks for the word's end: one of 64 KB takes 150 ms.
 constexpr int LONGEST_WORD_WRAPPED = 8 * 1024;
-// A line is laid out anew with each piece that joins it: one of 250 KB takes 70 ms each time. What
-// a slice brings at once stays together.
+// KEPT: a line is laid out anew with each piece that joins it: one of 250 KB takes 70 ms each time.
+// What a slice brings at once stays together.
 constexpr int LONGEST_LINE = 8 * 1024;
 
 void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
