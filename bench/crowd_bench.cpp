@@ -30,8 +30,14 @@ double start_milliseconds(const QString &folder, int *rows = nullptr)
     return taken;
 }
 
+struct FilledCache
+{
+    double memory = 0; // MB that the fleet and its cache's text take
+    qint64 size = 0;   // bytes of the file
+};
+
 // A fleet of `count`, each report with a text of that many letters in a member that nobody knows.
-void fill_cache(const QString &folder, int count, int letters, double *memory, qint64 *size)
+FilledCache fill_cache(const QString &folder, int count, int letters)
 {
     const double empty = resident_megabytes();
     const std::unique_ptr<WindowHandle> gui = make_bench_window(folder);
@@ -47,17 +53,14 @@ void fill_cache(const QString &folder, int count, int letters, double *memory, q
     gui->end_batch();
     QApplication::processEvents();
     gui->cache().save();
-    *memory = resident_megabytes() - empty;
-    *size = QFileInfo(gui->cache().path()).size();
+    return {resident_megabytes() - empty, QFileInfo(gui->cache().path()).size()};
 }
 
 void bench_most_devices(int count)
 {
     std::printf("%d devices\n", count);
     const QTemporaryDir folder;
-    double memory = 0;
-    qint64 size = 0;
-    fill_cache(folder.path(), count, 0, &memory, &size);
+    const auto [memory, size] = fill_cache(folder.path(), count, 0);
     tell("memory with their cache's text", memory, "MB");
     tell("their cache", static_cast<double>(size) / 1e6, "MB");
     int rows = 0;
@@ -71,9 +74,7 @@ void bench_largest_cache(int count)
 {
     std::printf("%d devices with reports of 60 KB\n", count);
     const QTemporaryDir folder;
-    double memory = 0;
-    qint64 size = 0;
-    fill_cache(folder.path(), count, 58000, &memory, &size);
+    const auto [memory, size] = fill_cache(folder.path(), count, 58000);
     at_most_times("memory of each", memory * 1e3 / count, "KB", 60, "its datagram", 5);
     at_most("the cache", static_cast<double>(size) / (1 << 20), "MiB", 128);
     int rows = 0;
@@ -112,9 +113,7 @@ void bench_lists_of_lists(int count)
 
 void write_cache(const QString &folder, const QString &name)
 {
-    double memory = 0;
-    qint64 size = 0;
-    fill_cache(folder, 90, 0, &memory, &size);
+    fill_cache(folder, 90, 0);
     const std::unique_ptr<WindowHandle> gui = make_bench_window(folder);
     gui->discovery_timer().stop();
     for (int i = 0; i < 90; ++i) {
