@@ -130,7 +130,7 @@ done
 for picture in docs/pictures/*.png; do
     name=${picture##*/}
     grep -qF "pictures/$name" "${documents[@]}" || complain "$picture" "no document shows it"
-    grep -qF "{.name = \"${name%.png}\"," tests/pictures/guide_pictures.cpp \
+    grep -qF "{.name = \"${name%.png}\"," art/pictures/guide_pictures.cpp \
         || complain "$picture" "scripts/make_screenshots.sh does not make it"
 done
 
@@ -154,7 +154,7 @@ source_of() {
     *_bench) find bench -name "${1##*/}.cpp" ;;
     *velmark-network-manager) echo src/gui/main.cpp ;;
     *loudspeaker-simulator) echo simulator/options.cpp ;;
-    *guide_pictures) echo tests/pictures/guide_pictures.cpp ;;
+    *guide_pictures) echo art/pictures/guide_pictures.cpp ;;
     esac
 }
 

@@ -9,7 +9,7 @@ complain() {
 }
 
 window_files='^src/[a-z]+/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^tests/support/window_handle\.cpp$'
-seeing_gui=$(find src simulator tests bench fuzz soak -name '*.cpp' -o -name '*.h' \
+seeing_gui=$(find src simulator tests bench fuzz soak art -name '*.cpp' -o -name '*.h' \
     | grep -vE "$window_files" \
     | xargs grep -HnE '^[[:space:]]*#[[:space:]]*include[[:space:]]+["<](gui/)?gui\.h[">]')
 complain 'gui/gui.h is for the files of the window alone:' "$seeing_gui"

@@ -11,7 +11,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 scripts/setup.sh build network screen pictures
 preset=${PRESET:-release}
 scripts/build.sh "$preset" guide_pictures loudspeaker-simulator
-maker=$PWD/build/$preset/tests/guide_pictures
+maker=$PWD/build/$preset/art/pictures/guide_pictures
 [[ ${1:-} == --list ]] && exec "$maker" --list
 # A virtual screen is ended before its folder goes, so that it takes its lock and socket along.
 folder=$(mktemp -d)

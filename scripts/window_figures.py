@@ -44,7 +44,7 @@ def figures():
     functions = [(access, text) for access, text in class_statements() if "(" in text]
     fields = [(access, text) for access, text in class_statements() if "(" not in text]
     in_src = list(sources("src"))
-    everywhere = in_src + list(sources("simulator", "tests", "bench", "fuzz", "soak"))
+    everywhere = in_src + list(sources("simulator", "tests", "bench", "fuzz", "soak", "art"))
     defining = [path for path, text in in_src if re.search(r"^[^\s/].*\bGui::~?\w+\(", text, re.M)]
     inline = any("\x01" in text for _, text in functions)
     strangers = [path for path, text in everywhere

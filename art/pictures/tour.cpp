@@ -1,5 +1,5 @@
 // A tour through the window as it fills the screen: what is looked at before a release.
-#include "pictures/tour.h"
+#include "tour.h"
 
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
@@ -7,7 +7,7 @@
 #include "gui/input_guard.h"
 #include "gui/window_rules.h"
 #include "meter/log_window.h"
-#include "pictures/stage.h"
+#include "stage.h"
 
 #include <QComboBox>
 #include <QPlainTextEdit>

@@ -8,9 +8,9 @@
 #include "gui/input_guard.h"
 #include "meter/log_window.h"
 #include "meter/meter_object.h"
-#include "pictures/stage.h"
-#include "pictures/tour.h"
+#include "stage.h"
 #include "support/contrast.h"
+#include "tour.h"
 
 #include <QComboBox>
 #include <QHeaderView>
