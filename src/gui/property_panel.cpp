@@ -21,6 +21,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -78,6 +79,7 @@ PropertyPanel::PropertyPanel(SelectionSource its_selection, QWidget *parent)
     build_head();
     build_rows();
     add_shortcuts();
+    connect(&mark_pace, &FrameThrottle::due, this, &PropertyPanel::mark_edited_rows);
     edit_button->setEnabled(false);
     confirm_button->setEnabled(false);
     cancel_button->setEnabled(false);
@@ -248,6 +250,21 @@ void PropertyPanel::mark_changes(const std::string &key, const std::vector<Devic
     if (QWidget *input = shown.editor ? shown.editor->input() : nullptr)
         input->setAccessibleDescription(is_changed ? "Changed: differs from a selected device."
                                                    : QString());
+}
+
+// Comparing with a thousand devices takes longer than a key press or a step of a drag may: once per
+// painted frame is as often as anyone sees it.
+void PropertyPanel::mark_later(const std::string &key)
+{
+    keys_to_mark.insert(key);
+    mark_pace.ask();
+}
+
+void PropertyPanel::mark_edited_rows()
+{
+    const std::vector<Device *> selected = selection();
+    for (const std::string &key : std::exchange(keys_to_mark, {}))
+        mark_changes(key, selected);
 }
 
 // ---- rows and their editors --------------------------------------------------------------------
@@ -439,7 +456,7 @@ void PropertyPanel::on_row_edited(const std::string &key)
     if ((row(key)->desc.flags & PF_EQ) != 0)
         emit eq_rows_changed();
     refresh_needed_rows();
-    mark_changes(key, selection());
+    mark_later(key);
     emit row_edited(key);
 }
 
@@ -462,7 +479,7 @@ void PropertyPanel::take_unchanged(const std::string &key, const QVariant &value
     show_value(key, widgets.at(key));
     rows.edit(key, value);
     refresh_needed_rows();
-    mark_changes(key, selection());
+    mark_later(key);
     emit row_edited(key);
 }
 

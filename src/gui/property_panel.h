@@ -3,6 +3,7 @@
 
 #include "gui/panel_rows.h"
 #include "gui/row_widgets.h"
+#include "support/frame_throttle.h"
 
 #include <QPalette>
 #include <QVariant>
@@ -12,6 +13,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -100,6 +102,8 @@ private:
     void show_row(const std::string &key, RowWidgets &row, const std::vector<Device *> &selected);
     void show_value(const std::string &key, RowWidgets &row);
     void mark_changes(const std::string &key, const std::vector<Device *> &selected);
+    void mark_later(const std::string &key);
+    void mark_edited_rows();
     void on_row_edited(const std::string &key);
     void begin_edit_in_sight();
     bool has_focus_inside() const;
@@ -112,7 +116,9 @@ private:
     PanelRows rows = {};
     std::map<std::string, RowWidgets> widgets = {};
     bool editing = false;
-    bool has_new_editors = false; // the tab order does not know them yet
+    FrameThrottle mark_pace = {};
+    std::set<std::string> keys_to_mark = {}; // edited since the last frame
+    bool has_new_editors = false;            // the tab order does not know them yet
     QPalette row_colours = {};
     QPushButton *edit_button = nullptr;
     QToolButton *confirm_button = nullptr;

@@ -366,11 +366,11 @@ private slots:
         };
         QVERIFY(!is_marked("dsp/level")); // mixed, but nobody has changed it
         window->pick("dsp/level", "0 dB");
-        QVERIFY(is_marked("dsp/level")); // one of them has another
+        QTRY_VERIFY(is_marked("dsp/level")); // one of them has another
         window->type("ui/name", "New");
-        QVERIFY(is_marked("ui/name"));
+        QTRY_VERIFY(is_marked("ui/name"));
         window->type("ui/name", "Left");
-        QVERIFY(!is_marked("ui/name")); // as both have it
+        QTRY_VERIFY(!is_marked("ui/name")); // as both have it
         QVERIFY(window->row("ui/name").edited);
         QVERIFY(!is_marked("ui/loc"));
         window->press_cancel();
@@ -385,7 +385,7 @@ private slots:
         QJsonObject backup = loudspeaker_report("x");
         backup.insert("dsp", QJsonObject{{"delay", 3.5}, {"bank", 1}, {"level", 4}});
         window->gui->restore_backup(backup, PF_BACKUP);
-        QVERIFY(window->row("dsp/delay").caption->font().bold());
+        QTRY_VERIFY(window->row("dsp/delay").caption->font().bold());
         QVERIFY(!window->row("dsp/bank").caption->font().bold());
         QVERIFY(!window->row("dsp/level").caption->font().bold());
         window->press_confirm();
@@ -401,6 +401,7 @@ private slots:
         const QRect before = window->row("ui/name").line_edit->geometry();
         const int left = window->row("ui/name").holder->x();
         window->type("ui/name", "New");
+        QTRY_VERIFY(window->row("ui/name").caption->font().bold());
         QCoreApplication::processEvents();
         QCOMPARE(window->row("ui/name").line_edit->geometry(), before);
         QCOMPARE(window->row("ui/name").holder->x(), left);
