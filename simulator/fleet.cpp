@@ -81,7 +81,7 @@ QString Fleet::open_sockets()
 }
 
 void Fleet::listen_on(PacketSocket &socket, std::unique_ptr<QSocketNotifier> &notifier,
-                      void (Fleet::*handler)())
+                      void (Fleet::*handler)()) const
 {
     notifier = std::make_unique<QSocketNotifier>(socket.native_descriptor(), QSocketNotifier::Read);
     connect(notifier.get(), &QSocketNotifier::activated, this, handler);

@@ -52,7 +52,7 @@ private:
     QString open_sockets();
     QString start_faults();
     void listen_on(PacketSocket &socket, std::unique_ptr<QSocketNotifier> &notifier,
-                   void (Fleet::*handler)());
+                   void (Fleet::*handler)()) const;
     void index_address(SimulatedDevice &device, uint32_t address);
     const DeviceList &devices_at(uint32_t address) const;
     void after(int ms, std::function<void()> work);
@@ -70,10 +70,8 @@ private:
     void refuse(SimulatedDevice &device, const QJsonObject &reply, uint32_t to);
     void hear_request(SimulatedDevice &device, const QJsonObject &request, uint32_t from);
     void hear_command(SimulatedDevice &device, const QJsonObject &command, uint32_t from);
-    bool hears(SimulatedDevice &device);
     void send_report(SimulatedDevice &device, uint32_t to);
     void send_reply(SimulatedDevice &device, const QJsonObject &reply, uint32_t to);
-    void change_visible_value(SimulatedDevice &device);
     // False when the datagram was lost on purpose, or fits no datagram, which makes an event.
     bool send(SimulatedDevice &device, uint32_t to, uint16_t port, const QByteArray &bytes);
     void reboot(SimulatedDevice &device);
@@ -93,7 +91,6 @@ private:
     void handle_tftp(SimulatedDevice &device, const ReceivedPacket &packet);
     void answer_tftp(SimulatedDevice &device, const TftpAnswer &tftp_answer,
                      const ReceivedPacket &packet);
-    void start_upload(SimulatedDevice &device);
     void finish_upload(SimulatedDevice &device);
     void await_reboot(SimulatedDevice &device);
     QString store_upload(const SimulatedDevice &device) const;

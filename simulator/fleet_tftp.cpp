@@ -25,6 +25,15 @@ QString harmless(const QString &file_name)
     return name;
 }
 
+// The fault of an earlier upload is over with the next one.
+void start_upload(SimulatedDevice &device)
+{
+    if (device.state.value("firmware_update_error").toString().isEmpty())
+        return;
+    device.state.insert("firmware_update_error", "");
+    device.state_changed();
+}
+
 } // namespace
 
 void Fleet::on_tftp_packets()
@@ -34,7 +43,7 @@ void Fleet::on_tftp_packets()
         const std::vector<ReceivedPacket> &packets = tftp_socket.receive();
         for (const ReceivedPacket &packet : packets)
             for (SimulatedDevice *device : devices_at(packet.to))
-                if (hears(*device))
+                if (device->hears())
                     handle_tftp(*device, packet);
         if (packets.size() < PacketSocket::BATCH)
             break;
@@ -76,15 +85,6 @@ void Fleet::answer_tftp(SimulatedDevice &device, const TftpAnswer &tftp_answer,
         send_answer();
     else
         after(tftp_answer.delay, send_answer);
-}
-
-// The fault of an earlier upload is over with the next one.
-void Fleet::start_upload(SimulatedDevice &device)
-{
-    if (device.state.value("firmware_update_error").toString().isEmpty())
-        return;
-    device.state.insert("firmware_update_error", "");
-    device.state_changed();
 }
 
 void Fleet::finish_upload(SimulatedDevice &device)

@@ -23,6 +23,20 @@ int64_t slot_after(int64_t time)
     return (time / SLOT + 1) * SLOT;
 }
 
+// The clock state shows in the manager's list from its first start on; mute joins in now and then
+// where there is a processor.
+void change_visible_value(SimulatedDevice &device)
+{
+    const int lock = device.state.value("rtp").toObject().value("lock").toInt() == 3 ? 2 : 3;
+    merge_members(device.state, {{"rtp", QJsonObject{{"lock", lock}}}});
+    const QJsonObject dsp = device.state.value("dsp").toObject();
+    if (dsp.contains("mute") && device.random.happens(50)) {
+        const bool mute = !dsp.value("mute").toBool();
+        merge_members(device.state, {{"dsp", QJsonObject{{"mute", mute}}}});
+    }
+    device.state_changed();
+}
+
 } // namespace
 
 void Fleet::on_device_packets()
@@ -53,7 +67,7 @@ void Fleet::handle_packet(const ReceivedPacket &packet)
         return;
     }
     for (SimulatedDevice *device : receivers)
-        if (hears(*device))
+        if (device->hears())
             handle_unicast(*device, document, packet);
 }
 
@@ -64,7 +78,7 @@ void Fleet::handle_broadcast(const QJsonObject &object, const ReceivedPacket &pa
     if (!is_heard || object.value("command").toString() != "device_info")
         return;
     for (const auto &device : devices)
-        if (hears(*device))
+        if (device->hears())
             hear_request(*device, object, packet.from);
 }
 
@@ -88,11 +102,6 @@ void Fleet::refuse(SimulatedDevice &device, const QJsonObject &reply, uint32_t t
     report_event("refused", device,
                  {{"command", reply.value("command")}, {"error", reply.value("error")}});
     send_reply(device, reply, to);
-}
-
-bool Fleet::hears(SimulatedDevice &device)
-{
-    return device.is_reachable() && !device.random.happens(device.faults.loss_in);
 }
 
 void Fleet::hear_request(SimulatedDevice &device, const QJsonObject &request, uint32_t from)
@@ -152,20 +161,6 @@ void Fleet::send_reply(SimulatedDevice &device, const QJsonObject &reply, uint32
     SimulatedDevice *answering = &device;
     after(device.faults.delay,
           [this, answering, to, bytes] { send(*answering, to, MANAGER_PORT, bytes); });
-}
-
-// The clock state shows in the manager's list from its first start on; mute joins in now and then
-// where there is a processor.
-void Fleet::change_visible_value(SimulatedDevice &device)
-{
-    const int lock = device.state.value("rtp").toObject().value("lock").toInt() == 3 ? 2 : 3;
-    merge_members(device.state, {{"rtp", QJsonObject{{"lock", lock}}}});
-    const QJsonObject dsp = device.state.value("dsp").toObject();
-    if (dsp.contains("mute") && device.random.happens(50)) {
-        const bool mute = !dsp.value("mute").toBool();
-        merge_members(device.state, {{"dsp", QJsonObject{{"mute", mute}}}});
-    }
-    device.state_changed();
 }
 
 bool Fleet::send(SimulatedDevice &device, uint32_t to, uint16_t port, const QByteArray &bytes)

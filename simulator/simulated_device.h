@@ -56,6 +56,8 @@ struct SimulatedDevice
     QString name() const;
     uint32_t fw_magic() const;
     bool is_reachable() const { return !faults.silent && !is_rebooting; }
+    // Whether a datagram arrives, some being lost on purpose.
+    bool hears() { return is_reachable() && !random.happens(faults.loss_in); }
     // To be called after each change of `state`: the next report shows it.
     void state_changed();
     // What the device's datagrams end with.

@@ -155,7 +155,7 @@ void CurveWidget::draw_summed_curves(QPainter *painter)
     painter->drawPolyline(lines.phase.data(), static_cast<int>(lines.phase.size()));
 }
 
-void CurveWidget::draw_plain_markers(QPainter *painter, int except_index)
+void CurveWidget::draw_plain_markers(QPainter *painter, int except_index) const
 {
     for (int i = 0; i < filters.size(); ++i) {
         if (i == except_index)

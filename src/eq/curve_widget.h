@@ -70,7 +70,7 @@ private:
     void draw_frequency_label(QPainter *painter, int column, const QString &text);
     void draw_summed_curves(QPainter *painter);
     void draw_bands(QPainter *painter);
-    void draw_plain_markers(QPainter *painter, int except_index);
+    void draw_plain_markers(QPainter *painter, int except_index) const;
 
     QPixmap grid_picture = {}; // background, lines and labels; null from a resize to the next paint
 };

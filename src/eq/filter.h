@@ -66,7 +66,7 @@ protected:
     void place_marker();
     HandlePlace handle_place() const;
     void draw_handle_shapes(QPainter *painter, const std::vector<QPoint> &strips,
-                            int32_t &label_flags);
+                            int32_t &label_flags) const;
 };
 
 class FilterHPF : public Filter

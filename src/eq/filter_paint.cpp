@@ -109,7 +109,7 @@ HandlePlace Filter::handle_place() const
 }
 
 void Filter::draw_handle_shapes(QPainter *painter, const std::vector<QPoint> &strips,
-                                int32_t &label_flags)
+                                int32_t &label_flags) const
 {
     const QPoint anchor(marker_x, marker_y);
     painter->setBrush(HANDLE_FILL);

@@ -228,7 +228,7 @@ void PropertyPanel::show_row(const std::string &key, RowWidgets &shown,
 }
 
 // A field that is being typed in and reads as its row does keeps its text.
-void PropertyPanel::show_value(const std::string &key, RowWidgets &shown)
+void PropertyPanel::show_value(const std::string &key, const RowWidgets &shown) const
 {
     if (!shown.editor)
         return;

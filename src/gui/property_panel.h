@@ -100,7 +100,7 @@ private:
     void rebuild_editor(const std::string &key, RowWidgets &row);
     void update_row(const std::string &key, const std::vector<Device *> &selected);
     void show_row(const std::string &key, RowWidgets &row, const std::vector<Device *> &selected);
-    void show_value(const std::string &key, RowWidgets &row);
+    void show_value(const std::string &key, const RowWidgets &shown) const;
     void mark_changes(const std::string &key, const std::vector<Device *> &selected);
     void mark_later(const std::string &key);
     void mark_edited_rows();

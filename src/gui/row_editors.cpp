@@ -361,13 +361,13 @@ void RowEditor::add(QWidget *editor)
         part->setPalette(widgets.holder->palette());
 }
 
-void RowEditor::start_edit_on_click(QWidget *editor)
+void RowEditor::start_edit_on_click(QWidget *editor) const
 {
     auto *filter = new DisabledClickFilter(editor);
     connect(filter, &DisabledClickFilter::onClick, this, &RowEditor::edit_wanted);
 }
 
-QPushButton *RowEditor::add_button(const QString &text)
+QPushButton *RowEditor::add_button(const QString &text) const
 {
     auto *button = new QPushButton(text, widgets.holder);
     button->setMinimumWidth(button->fontMetrics().horizontalAdvance(text) + 2 * BUTTON_MARGIN);

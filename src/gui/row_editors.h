@@ -37,8 +37,8 @@ signals:
 
 protected:
     void add(QWidget *editor);
-    void start_edit_on_click(QWidget *editor);
-    QPushButton *add_button(const QString &text);
+    void start_edit_on_click(QWidget *editor) const;
+    QPushButton *add_button(const QString &text) const;
 
     // Both live as long as the panel.
     RowWidgets &widgets;

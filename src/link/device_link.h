@@ -78,7 +78,7 @@ private:
     };
 
     void bind_socket(Socket &socket, const QHostAddress &address);
-    void enlarge_buffer(Socket &socket);
+    static void enlarge_buffer(Socket &socket);
     bool receive_datagram(QByteArray &payload, QHostAddress &sender);
 
     Socket send_socket;

@@ -71,7 +71,7 @@ LogWindow *LogWindows::window(const Device *device) const
     return found == windows.end() ? nullptr : found->second;
 }
 
-void LogWindows::set_title(const Device *device, const QString &title)
+void LogWindows::set_title(const Device *device, const QString &title) const
 {
     if (LogWindow *titled = window(device))
         titled->set_title(title);

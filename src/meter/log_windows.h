@@ -27,7 +27,7 @@ public:
     void open(const std::vector<Device *> &devices);
     bool is_open(const Device *device) const { return windows.contains(device); }
     LogWindow *window(const Device *device) const; // null when none is open
-    void set_title(const Device *device, const QString &title);
+    void set_title(const Device *device, const QString &title) const;
     // The record goes: its window does too, and nobody is told.
     void drop(const Device *device);
     // Nothing more opens or is shown.
