@@ -1,7 +1,8 @@
-// The list's view: columns as wide as their contents.
+// The list's view: columns as wide as their contents where there is room.
 #include "gui/device_list_view.h"
 
 #include "gui/highlight.h"
+#include "gui/list_header.h"
 #include "support/frame_throttle.h"
 
 #include <QAbstractItemDelegate>
@@ -15,6 +16,10 @@
 
 namespace {
 
+// What columns keep at least when there is little room, in letters.
+constexpr int FEWEST_OF_CAPTION = 10;
+constexpr int FEWEST_OF_CONTENTS = 14;
+constexpr int FEWEST_OF_LAST = 18;   // "Online, updating 42%"
 constexpr int SHRINK_INTERVAL = 250; // ms: a column that could be narrower may wait a little
 // Per column, the letters of all texts whose width is kept; ever-changing numbers must not pile up.
 constexpr int MOST_KEPT_LETTERS = 1 << 19;
@@ -61,17 +66,52 @@ void DeviceListView::setModel(QAbstractItemModel *new_model)
     QTreeView::setModel(new_model);
     disconnect(new_model, SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)), header(),
                nullptr);
+    connect(header(), &QHeaderView::sectionMoved, this, &DeviceListView::apply_widths);
 }
 
 int DeviceListView::sizeHintForColumn(int column) const
 {
     if (!model() || column < 0)
         return -1;
+    std::vector<ColumnNeed> needs;
+    size_t place = 0;
+    for (int i = 0; i < header()->count(); ++i) {
+        const int shown = header()->logicalIndex(i);
+        if (isColumnHidden(shown))
+            continue;
+        if (shown == column)
+            place = needs.size();
+        needs.push_back({.caption = caption_width(shown), .contents = contents_width(shown)});
+    }
+    if (isColumnHidden(column))
+        return contents_width(column);
+    const int letter = fontMetrics().averageCharWidth();
+    const LeastWidths least{.caption = FEWEST_OF_CAPTION * letter,
+                            .contents = FEWEST_OF_CONTENTS * letter,
+                            .last = FEWEST_OF_LAST * letter};
+    return share_width(needs, viewport()->width(), least)[place];
+}
+
+int DeviceListView::contents_width(int column) const
+{
     if (at(column) >= widths.size())
         widths.resize(at(column) + 1, -1);
     int &width = widths[at(column)];
     if (width < 0)
         width = measured_width(column);
+    return width;
+}
+
+int DeviceListView::caption_width(int column) const
+{
+    const auto *captions = qobject_cast<const ListHeader *>(header());
+    if (!captions)
+        return 0; // another header asks for its captions itself
+    if (at(column) >= caption_widths.size())
+        caption_widths.resize(at(column) + 1, -1);
+    int &width = caption_widths[at(column)];
+    if (width < 0)
+        width = captions->caption_width(column);
     return width;
 }
 
@@ -114,6 +154,7 @@ void DeviceListView::changeEvent(QEvent *event)
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
         text_widths.clear();
         std::fill(widths.begin(), widths.end(), -1);
+        caption_widths.clear();
     }
     QTreeView::changeEvent(event);
 }

@@ -1,5 +1,8 @@
-// The list's view: columns as wide as their contents, at the price of one measuring per frame.
+// The list's view: columns as wide as their contents where there is room, at the price of one
+// measuring per frame.
 #pragma once
+
+#include "gui/column_shares.h"
 
 #include <QHash>
 #include <QTimer>
@@ -18,6 +21,7 @@ public:
     explicit DeviceListView(QWidget *parent = nullptr);
 
     void setModel(QAbstractItemModel *new_model) override;
+    // Its share of the list's width: what it needs, while there is room for all that show.
     int sizeHintForColumn(int column) const override;
     void doItemsLayout() override;
     void reset() override;
@@ -53,6 +57,8 @@ private:
     void widen_for_row(int row);
     void apply_widths();
     void measure_dirty_columns();
+    int contents_width(int column) const; // of its widest cell
+    int caption_width(int column) const;
     int measured_width(int column) const;
     int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
 
@@ -60,6 +66,7 @@ private:
     QTimer shrink_timer;                         // all rows are to be measured again
     mutable std::vector<int> widths;             // by column, -1: never measured
     mutable std::vector<KeptWidths> text_widths; // by column
+    mutable std::vector<int> caption_widths;     // by column, -1: never measured
     std::vector<bool> dirty;                     // by column
     mutable int measure_count = 0;
 };

@@ -215,6 +215,7 @@ QByteArray DeviceTable::save_state() const
 void DeviceTable::restore_state(const QByteArray &state)
 {
     header->restoreState(state);
+    header->setStretchLastSection(false); // states of before say otherwise
 }
 
 // ---- rows ---------------------------------------------------------------------------------------

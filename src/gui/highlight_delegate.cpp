@@ -3,9 +3,13 @@
 
 #include "gui/highlight.h"
 
+#include <QApplication>
 #include <QPainter>
+#include <QStyle>
 #include <QTextDocument>
 #include <QTextOption>
+
+#include <algorithm>
 
 bool HighlightDelegate::matches_search(const QString &text) const
 {
@@ -16,7 +20,24 @@ void HighlightDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
                               const QModelIndex &index) const
 {
     picture = index.data(Qt::DecorationRole).value<QIcon>();
-    QItemDelegate::paint(painter, option, shown_index(index));
+    const QModelIndex shown = shown_index(index);
+    const QString text = shown.data(Qt::DisplayRole).toString();
+    const QString fitting = fitting_text(option, text, !picture.isNull());
+    QItemDelegate::paint(painter, option, fitting == text ? shown : cell_with(fitting, shown));
+}
+
+// In a column that is narrower than its contents dots stand for the middle: names of one site begin
+// alike, and their ends tell them apart.
+QString HighlightDelegate::fitting_text(const QStyleOptionViewItem &option, const QString &text,
+                                        bool has_picture)
+{
+    const QStyle *style = option.widget ? option.widget->style() : QApplication::style();
+    const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, option.widget) + 1;
+    const int beside = has_picture ? option.decorationSize.width() + 2 * margin : 0;
+    const int room = option.rect.width() - beside - 2 * margin;
+    if (text.contains(QChar('\n')) || option.fontMetrics.horizontalAdvance(text) <= room)
+        return text;
+    return option.fontMetrics.elidedText(text, Qt::ElideMiddle, std::max(room, 0));
 }
 
 // A selected row lies behind its picture, not over it: products are told apart by their looks.
@@ -45,9 +66,15 @@ QModelIndex HighlightDelegate::shown_index(const QModelIndex &index) const
     const QString shown = shown_part(text);
     if (shown.size() == text.size())
         return index;
+    return cell_with(shown, index);
+}
+
+QModelIndex HighlightDelegate::cell_with(const QString &text, const QModelIndex &index) const
+{
+    const QVariant decoration = index.data(Qt::DecorationRole);
     const QModelIndex cell = short_cell.index(0, 0);
-    short_cell.setData(cell, shown, Qt::DisplayRole);
-    short_cell.setData(cell, index.data(Qt::DecorationRole), Qt::DecorationRole);
+    short_cell.setData(cell, text, Qt::DisplayRole);
+    short_cell.setData(cell, decoration, Qt::DecorationRole);
     return cell;
 }
 

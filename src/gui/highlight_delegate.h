@@ -32,6 +32,10 @@ protected:
 
 private:
     QModelIndex shown_index(const QModelIndex &index) const;
+    // Another text in this cell's place.
+    QModelIndex cell_with(const QString &text, const QModelIndex &index) const;
+    static QString fitting_text(const QStyleOptionViewItem &option, const QString &text,
+                                bool has_picture);
 
     mutable QStandardItemModel short_cell{1, 1}; // stands in for a cell whose text is too long
     mutable QIcon picture;                       // of the cell that is being painted

@@ -8,9 +8,10 @@
 ListHeader::ListHeader(QWidget *parent)
     : QHeaderView(Qt::Horizontal, parent)
 {
-    // What a tree view gives to a header of its own making.
+    // What a tree view gives to a header of its own making. The room behind the last column is
+    // shared out by the list.
     setSectionsMovable(true);
-    setStretchLastSection(true);
+    setTextElideMode(Qt::ElideRight);
     setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     setFocusPolicy(Qt::TabFocus);
     setAccessibleName("Columns");
@@ -22,6 +23,16 @@ QSize ListHeader::sizeHint() const
     if (count() > 0 && hiddenSectionCount() == count())
         size.setHeight(sectionSizeFromContents(0).height());
     return size;
+}
+
+int ListHeader::caption_width(int section) const
+{
+    return QHeaderView::sectionSizeFromContents(section).width();
+}
+
+QSize ListHeader::sectionSizeFromContents(int section) const
+{
+    return {0, QHeaderView::sectionSizeFromContents(section).height()};
 }
 
 void ListHeader::keyPressEvent(QKeyEvent *event)

@@ -13,6 +13,9 @@ public:
     // As high as captions are, also while no column shows: the column menu must stay in reach.
     QSize sizeHint() const override;
 
+    // What a caption takes to be read in full.
+    int caption_width(int section) const;
+
 signals:
     void menu_wanted(const QPoint &position); // by keyboard, in the viewport
 
@@ -21,6 +24,8 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
+    // No width of its own: the list says how wide a column is, and knows the captions.
+    QSize sectionSizeFromContents(int section) const override;
     void paintSection(QPainter *painter, const QRect &rect, int section) const override;
 
 private:

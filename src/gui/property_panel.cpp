@@ -418,6 +418,8 @@ void PropertyPanel::begin_edit_in_sight()
         QWidget *input = one.editor ? one.editor->input() : nullptr;
         if (input && input->isEnabled() && is_in_sight(input)) {
             input->setFocus(Qt::OtherFocusReason);
+            if (one.line_edit && !one.line_edit->hasSelectedText())
+                one.line_edit->end(false); // what is typed is appended
             return;
         }
     }

@@ -52,12 +52,15 @@ public:
         start_edit_on_click(widgets.line_edit);
     }
 
-    // The same text set again would move the cursor.
+    // The same text set again would move the cursor. A text that is too long for its field shows
+    // its beginning.
     void show_value() override
     {
         const QString text = text_of(row);
-        if (widgets.line_edit->text() != text)
-            widgets.line_edit->setText(text);
+        if (widgets.line_edit->text() == text)
+            return;
+        widgets.line_edit->setText(text);
+        widgets.line_edit->setCursorPosition(0);
     }
 
     EditorState state() const override { return {.text = widgets.line_edit->text()}; }

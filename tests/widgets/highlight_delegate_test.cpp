@@ -20,6 +20,7 @@ private slots:
     void mark_is_yellow_and_the_rest_is_not();
     void marked_text_is_black_in_a_dark_palette();
     void text_stays_inside_its_cell();
+    void a_text_that_is_too_long_loses_its_middle();
     void painter_comes_back_as_it_was();
     void what_follows_512_characters_is_neither_measured_nor_painted_data();
     void what_follows_512_characters_is_neither_measured_nor_painted();
@@ -197,6 +198,33 @@ void HighlightDelegateTest::text_stays_inside_its_cell()
     for (int y = 0; y < image.height(); ++y)
         for (int x = cell.right() + 1; x < image.width(); ++x)
             QCOMPARE(image.pixel(x, y), qRgb(255, 255, 255));
+}
+
+// Between its ends stand dots, and a gap behind it; a text that fits is left alone.
+void HighlightDelegateTest::a_text_that_is_too_long_loses_its_middle()
+{
+    const QString text = "North stand upper horn 17";
+    QStyleOptionViewItem option;
+    option.font = QApplication::font();
+    option.fontMetrics = QFontMetrics(option.font);
+    const auto painted = [&option](const QString &shown, int width) {
+        QStandardItemModel model(1, 1);
+        model.setData(model.index(0, 0), shown);
+        option.rect = QRect(7, 5, width, 22);
+        QImage image = QImage(260, 40, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        const HighlightDelegate delegate;
+        delegate.paint(&painter, option, model.index(0, 0));
+        return image;
+    };
+    const int margins = 2 * (QApplication::style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
+    const int whole = option.fontMetrics.horizontalAdvance(text) + margins;
+    QCOMPARE(painted(text, whole), painted(text, whole + 1));
+    const QString cut = option.fontMetrics.elidedText(text, Qt::ElideMiddle, whole - 30 - margins);
+    QVERIFY(cut.startsWith("North") && cut.endsWith("17") && cut != text);
+    QCOMPARE(painted(text, whole - 30), painted(cut, whole - 30));
+    QVERIFY(painted(text, whole - 30) != painted(text, whole));
 }
 
 void HighlightDelegateTest::painter_comes_back_as_it_was()
