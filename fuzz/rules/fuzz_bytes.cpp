@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int DEEPEST = 4;
-constexpr size_t PART = 8; // of the properties one in so many
+constexpr int PARTS = 24; // of a product's properties, one in so many each
 
 constexpr double EDGES[] = {0.0,
                             -0.0,
@@ -155,40 +155,45 @@ QJsonValue any_json(FuzzBytes &bytes, int depth)
     }
 }
 
-QJsonObject any_report(FuzzBytes &bytes, size_t product)
+QJsonObject any_report(FuzzBytes &bytes, const PropertyMap &properties, int product_id)
 {
-    set_up_catalogue();
-    const PropertyMap &properties = catalogue().product_table[product].properties;
-    QJsonObject report{{"product", "KESTA"},
-                       {"seq", 0},
-                       {"device_id", "d"},
-                       {"product_id", catalogue().product_table[product].product_id}};
-    if (bytes.u8() == 255)
-        report.insert("product_id", bytes.flag() ? any_json(bytes) : QJsonValue(bytes.below(40)));
-    for (int i = bytes.below(10); i > 0; --i) {
+    QJsonObject report{{"product", "KESTA"}, {"seq", 0}, {"device_id", "d"}};
+    for (int i = bytes.below(6); i > 0; --i) {
         const auto key
             = std::next(properties.begin(), bytes.below(static_cast<int>(properties.size())));
         const bool fits = bytes.u8() % 8 != 0;
         const PropertyDesc &desc = key->second;
         json_set_path(report, desc.path, fits ? json_of_kind(desc.kind, bytes) : any_json(bytes));
     }
-    if (bytes.flag())
+    if (bytes.u8() % 8 == 0)
         json_set_path(report, {"streams", "list"}, any_sessions(bytes));
+    report.insert("product_id", product_id);
     return report;
 }
 
-Device &fresh_record(Records &kept, size_t product)
+RecordKind any_record_kind(FuzzBytes &bytes)
 {
     set_up_catalogue();
-    const ProductDesc &desc = catalogue().product_table[product];
-    std::unique_ptr<Device> &device = kept[product];
+    const int products = static_cast<int>(catalogue().product_table.size());
+    return {.product = static_cast<size_t>(bytes.below(products)), .part = bytes.below(PARTS)};
+}
+
+const ProductDesc &product_of(const RecordKind &kind)
+{
+    return catalogue().product_table[kind.product];
+}
+
+Device &fresh_record(Records &kept, const RecordKind &kind)
+{
+    const ProductDesc &desc = product_of(kind);
+    std::unique_ptr<Device> &device = kept[kind];
     // Another product, or this one once more, brings all properties.
     if (!device || device->properties.size() * 2 > desc.properties.size()
         || device->value("product_id") != desc.product_id) {
         device = std::make_unique<Device>();
-        size_t place = product;
+        int place = kind.part;
         for (const auto &[key, property] : desc.properties)
-            if (++place % PART == 0 || key == "product_id" || key == "stream/name")
+            if (++place % PARTS == 0 || key == "product_id" || key == "stream/name")
                 device->properties[key] = property;
     }
     device->values.clear();

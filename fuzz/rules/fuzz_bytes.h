@@ -7,12 +7,15 @@
 #include <QJsonValue>
 #include <QString>
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 
 struct Device;
+struct ProductDesc;
+struct PropertyDesc;
 
 class FuzzBytes
 {
@@ -53,16 +56,24 @@ void expect(bool claim, const char *what);
 // Any JSON value, containers with a few members included.
 QJsonValue any_json(FuzzBytes &bytes, int depth = 0);
 
-// A report with some of the properties of a row of the product table, mostly of their own types;
-// now and then its product is another one, or none.
-QJsonObject any_report(FuzzBytes &bytes, size_t product);
+// A report with some of these properties, mostly of their own types.
+QJsonObject any_report(FuzzBytes &bytes, const std::map<std::string, PropertyDesc> &properties,
+                       int product_id);
 
-// A record of this row of the product table that has heard nothing yet and has a part of the
-// product's properties, another part for each product: filling in and merging all of them takes
-// most of the time, and each is read like the next. `kept` holds the records, for which their
-// filling is saved.
-using Records = std::map<size_t, std::unique_ptr<Device>>;
-Device &fresh_record(Records &kept, size_t product);
+// A record of a row of the product table that has one part of the product's properties: filling in
+// and merging all of them takes most of the time, and each is read like the next.
+struct RecordKind
+{
+    size_t product = 0; // its place in the table
+    int part = 0;
+    auto operator<=>(const RecordKind &other) const = default;
+};
+RecordKind any_record_kind(FuzzBytes &bytes);
+const ProductDesc &product_of(const RecordKind &kind);
+
+// One that has heard nothing yet. `kept` holds the records, for which their filling is saved.
+using Records = std::map<RecordKind, std::unique_ptr<Device>>;
+Device &fresh_record(Records &kept, const RecordKind &kind);
 
 // Once per process: what the program does before its first datagram.
 void set_up_catalogue();

@@ -21,17 +21,19 @@ const Entity ENTITIES[] = {{QLatin1String("&lt;"), '<'},
 QString unescaped(const QString &html)
 {
     QString text;
-    for (int i = 0; i < html.size(); ++i) {
-        const QStringView rest = QStringView(html).mid(i);
+    int place = 0;
+    for (int i = html.indexOf('&'); i >= 0; i = html.indexOf('&', place)) {
+        const QStringRef rest = html.midRef(i);
         const Entity *entity = nullptr;
         for (const Entity &one : ENTITIES)
-            if (html.at(i) == '&' && rest.startsWith(one.html))
+            if (rest.startsWith(one.html))
                 entity = &one;
-        expect(entity || html.at(i) != '&', "no text of a device becomes an entity");
-        text += entity ? entity->letter : html.at(i);
-        i += entity ? entity->html.size() - 1 : 0;
+        expect(entity, "no text of a device becomes an entity");
+        text += html.midRef(place, i - place);
+        text += entity->letter;
+        place = i + entity->html.size();
     }
-    return text;
+    return text + html.midRef(place);
 }
 
 void check_html(const QString &text, const QString &search)

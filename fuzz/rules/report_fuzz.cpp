@@ -17,12 +17,12 @@ const std::string PRODUCT = "product_id";
 
 void check_keys(const Device &device, const MergeResult &result)
 {
-    auto place = catalogue().property_keys.begin();
+    const std::vector<std::string> &keys = catalogue().property_keys;
+    const std::string *next = keys.data();
     for (const std::string *key : result.changed_keys) {
-        place = std::find(place, catalogue().property_keys.end(), *key);
-        expect(place != catalogue().property_keys.end(),
+        expect(key >= next && key < keys.data() + keys.size(),
                "changed keys come in the order of all keys, once");
-        ++place;
+        next = key + 1;
         expect(device.properties.count(*key) == 1, "only what the device has changes");
     }
     for (const auto &[key, value] : device.values)
@@ -33,10 +33,11 @@ void check_keys(const Device &device, const MergeResult &result)
 
 // What came before counts no more, but for what is told in other words: 5 and "5" are equal, and
 // the older one stays.
-void check_last_report_counts(const Device &device, size_t product, const QJsonObject &report)
+void check_last_report_counts(const Device &device, const RecordKind &kind,
+                              const QJsonObject &report)
 {
     static Records records;
-    Device &other = fresh_record(records, product);
+    Device &other = fresh_record(records, kind);
     merge_report(other, report);
     expect(other.values.size() == device.values.size(), "the last report decides what is known");
     for (const auto &[key, value] : other.values)
@@ -50,38 +51,60 @@ struct Play
 {
     Device &device;
     FuzzBytes &bytes;
-    size_t product = 0; // its place in the table
+    RecordKind kind = {};
+    bool may_change_product = false;
     bool keeps_product = true;
+    bool has_reported = false;
+    MergeResult result = {};
     QJsonObject last = {};
     qint64 now = 1'700'000'000'000;
 
     void report(const QJsonObject &object, bool live)
     {
         last = object;
+        has_reported = true;
         note_report(device, live, now, fw_magic_of(object));
         if (live)
             expect(device.online && device.last_seen == now, "a live report brings it online");
-        merge(object);
+        result = merge_report(device, object);
+        keeps_product = keeps_product && !result.product_changed;
     }
 
-    void merge(const QJsonObject &object)
+    // What holds behind the last report holds behind each: the next input ends with that.
+    void check_end()
     {
-        const MergeResult result = merge_report(device, object);
+        if (!has_reported)
+            return;
         check_keys(device, result);
-        keeps_product = keeps_product && !result.product_changed;
-        const MergeResult again = merge_report(device, object);
+        const MergeResult again = merge_report(device, last);
         expect(again.changed_keys.empty() && !again.product_changed,
                "merging the same report twice changes nothing");
         if (keeps_product)
-            check_last_report_counts(device, product, object);
+            check_last_report_counts(device, kind, last);
         needs_assistant(device);
+    }
+
+    // Mostly of the device's own product: with another one come all the properties of that, which
+    // takes longest.
+    QJsonObject any_object(bool is_text)
+    {
+        const int own = product_of(kind).product_id;
+        QJsonObject object = is_text
+            ? QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 600)).object()
+            : any_report(bytes, device.properties, own);
+        if (may_change_product && bytes.flag())
+            object.insert("product_id",
+                          bytes.flag() ? any_json(bytes) : QJsonValue(bytes.below(40)));
+        else if (is_text && !may_change_product)
+            object.insert("product_id", own);
+        return object;
     }
 
     void step()
     {
         switch (bytes.u8() % 32) {
-        case 31: // mostly without a product, which takes longest
-            report(QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 600)).object(), true);
+        case 31:
+            report(any_object(true), true);
             break;
         case 1:
         case 9:
@@ -110,7 +133,7 @@ struct Play
                    "nobody who is online was heard in the future");
             break;
         default:
-            report(any_report(bytes, product), bytes.u8() % 8 != 0);
+            report(any_object(false), bytes.u8() % 8 != 0);
         }
         expect(device.reports_without_reply <= 2, "two reports decide");
     }
@@ -123,13 +146,17 @@ void fuzz_report(const uint8_t *data, size_t size)
     set_up_catalogue();
     FuzzBytes bytes(data, size);
     static Records records;
-    const auto product
-        = static_cast<size_t>(bytes.below(static_cast<int>(catalogue().product_table.size())));
-    Device &device = fresh_record(records, product);
+    const RecordKind kind = any_record_kind(bytes);
+    Device &device = fresh_record(records, kind);
     device.online = device.broken_net = device.awaiting_reply = false;
     device.reports_without_reply = 0;
     device.last_seen = 0;
-    Play play{.device = device, .bytes = bytes, .product = product};
+    Play play{.device = device,
+              .bytes = bytes,
+              .kind = kind,
+              .may_change_product = bytes.u16() == 0x5AA5,
+              .last = {{"product_id", product_of(kind).product_id}}};
     for (size_t i = 0; i < MOST_STEPS && !bytes.is_empty(); ++i)
         play.step();
+    play.check_end();
 }

@@ -6,6 +6,8 @@
 #include <QBackingStore>
 #include <QFontDatabase>
 #include <QPlainTextEdit>
+#include <QProcess>
+#include <QScopeGuard>
 #include <QTextBlock>
 
 #include <algorithm>
@@ -124,8 +126,6 @@ private slots:
         const QPlainTextEdit *view = log->log();
         QVERIFY(view->isReadOnly());
         QCOMPARE(view->font().pointSize(), 11);
-        QCOMPARE(view->font().family(),
-                 QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
         QCOMPARE(view->font().styleHint(), QFont::Monospace);
         QCOMPARE(view->font().styleStrategy(), QFont::PreferDefault);
         QVERIFY(view->verticalScrollBar()->isVisible()); // though nothing is there to scroll
@@ -137,6 +137,38 @@ private slots:
         QCOMPARE(view->width(), 1000);
         QCOMPARE(console->geometry().top(), view->geometry().bottom() + 2);
         QCOMPARE(console->geometry().bottomRight(), QPoint(999, 699));
+    }
+
+    void the_font_is_the_fixed_one_of_the_system()
+    {
+        const QString fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+        if (QGuiApplication::platformName() == "xcb")
+            QVERIFY(fixed != QFontDatabase::systemFont(QFontDatabase::GeneralFont).family());
+        const QFont usual = QApplication::font();
+        const auto restore = qScopeGuard([usual] { QApplication::setFont(usual); });
+        QApplication::setFont(QFont("No font of the system"));
+        QCOMPARE(gui().log_window(device_with_log().record())->log()->font().family(), fixed);
+    }
+
+    // Without a screen the toolkit's platform has one font for all purposes.
+    void on_a_screen_the_font_is_the_fixed_one_of_the_system_too()
+    {
+        QProcess screen;
+        screen.start("Xvfb", {"-displayfd", "1", "-nolisten", "tcp"});
+        QVERIFY2(screen.waitForStarted(), "scripts/setup.sh screen");
+        QVERIFY(screen.waitForReadyRead());
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("QT_QPA_PLATFORM", "xcb");
+        environment.insert("DISPLAY", ':' + QString::fromLatin1(screen.readLine().trimmed()));
+        QProcess test;
+        test.setProcessEnvironment(environment);
+        test.start(QCoreApplication::applicationFilePath(),
+                   {"the_font_is_the_fixed_one_of_the_system"});
+        const bool has_ended = test.waitForFinished(60000);
+        screen.terminate();
+        screen.waitForFinished();
+        QVERIFY(has_ended);
+        QVERIFY2(test.exitCode() == 0, test.readAllStandardOutput().constData());
     }
 
     void old_lines_go_at_the_cap_of_30000()
