@@ -215,7 +215,7 @@ void updating(Stage &stage)
     stage.select({"Sub 1", "Main left", "Sub 4", "Recording bridge"});
     update_from(stage, STAND_IN_IMAGE);
     await_update_of(stage, "Sub 1", 35);
-    stage.take(stage.gui.view());
+    stage.take(&stage.gui.widget());
 }
 
 void assistant_outdated(Stage &stage)

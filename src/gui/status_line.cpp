@@ -10,7 +10,8 @@ namespace {
 
 constexpr int COMMAND_TIME = 10000; // ms
 constexpr int PROGRESS_WIDTH = 160; // points
-constexpr int LEFT_INDENT = 2;      // points
+constexpr int LEFT_INDENT = 2;      // points, beside a margin of the bar's own
+constexpr int RIGHT_INDENT = 4;     // points
 
 } // namespace
 
@@ -30,8 +31,9 @@ StatusLine::StatusLine()
     progress->setTextVisible(false);
     progress->setAccessibleName("Progress of the uploads");
     progress->hide();
-    // It begins where the list above it does; the bar has margins of its own.
+    // It begins and ends where the list and the panel above do.
     message->setContentsMargins(LEFT_INDENT, 0, 0, 0);
+    counts_label->setContentsMargins(0, 0, RIGHT_INDENT, 0);
     addWidget(message, 1);
     addPermanentWidget(progress);
     addPermanentWidget(counts_label);

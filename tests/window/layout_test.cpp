@@ -79,10 +79,25 @@ private slots:
         const QRect bar = place(gui().widget().statusBar());
         QCOMPARE(bar.bottom(), gui().widget().height() - 1);
         QVERIFY(bar.top() - place(gui().property_splitter()).bottom() <= 2);
+        for (QWidget *part : {static_cast<QWidget *>(gui().view()),
+                              static_cast<QWidget *>(gui().property_scroll())})
+            QVERIFY(bar.top() - place(part).bottom() <= 6);
+        QVERIFY(bar.height() <= 2 * QFontMetrics(gui().widget().font()).height());
         const auto *message = gui().widget().statusBar()->findChild<QLabel *>("status_message");
         const int text_left
             = message->contentsRect().left() + message->mapTo(&gui().widget(), QPoint(0, 0)).x();
         QCOMPARE(text_left, place(gui().view()).left());
+    }
+
+    // As in a maximised window, which has no corner to drag.
+    void the_counts_end_where_the_panel_does()
+    {
+        gui().widget().statusBar()->setSizeGripEnabled(false);
+        const auto *counts = gui().widget().statusBar()->findChild<QLabel *>("status_counts");
+        const auto text_right = [this, counts] {
+            return counts->mapTo(&gui().widget(), counts->contentsRect().bottomRight()).x();
+        };
+        QTRY_COMPARE(text_right(), place(gui().property_scroll()).right());
     }
 
     void the_network_box_grows_with_its_entries()
