@@ -11,7 +11,6 @@ ListHeader::ListHeader(QWidget *parent)
     // What a tree view gives to a header of its own making. The room behind the last column is
     // shared out by the list.
     setSectionsMovable(true);
-    setTextElideMode(Qt::ElideRight);
     setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     setFocusPolicy(Qt::TabFocus);
     setAccessibleName("Columns");
@@ -72,6 +71,22 @@ void ListHeader::focusOutEvent(QFocusEvent *event)
 {
     QHeaderView::focusOutEvent(event);
     viewport()->update();
+}
+
+bool ListHeader::has_short_section() const
+{
+    for (int section = 0; section < count(); ++section)
+        if (!isSectionHidden(section) && sectionSize(section) < caption_width(section))
+            return true;
+    return false;
+}
+
+// The toolkit puts dots before the room is used up, so it may do that only where there is too
+// little.
+void ListHeader::paintEvent(QPaintEvent *event)
+{
+    setTextElideMode(has_short_section() ? Qt::ElideRight : Qt::ElideNone);
+    QHeaderView::paintEvent(event);
 }
 
 void ListHeader::paintSection(QPainter *painter, const QRect &rect, int section) const

@@ -26,9 +26,11 @@ protected:
     void focusOutEvent(QFocusEvent *event) override;
     // No width of its own: the list says how wide a column is, and knows the captions.
     QSize sectionSizeFromContents(int section) const override;
+    void paintEvent(QPaintEvent *event) override;
     void paintSection(QPainter *painter, const QRect &rect, int section) const override;
 
 private:
+    bool has_short_section() const; // too narrow for its caption
     void move_choice(int step);
     void sort_by_choice();
     int chosen_section() const; // -1: none shows

@@ -130,6 +130,23 @@ private slots:
         QTRY_VERIFY(is_whole("status", view()->model()->index(0, 0)));
     }
 
+    // Whichever the list is sorted by: its arrow has room of its own.
+    void where_there_is_room_captions_have_no_dots()
+    {
+        window = std::make_unique<PanelCase>();
+        window->gui->resize(1366, 748);
+        QHeaderView *header = view()->header();
+        for (const int sorted : window->gui->shown_columns()) {
+            header->setSortIndicator(sorted, Qt::AscendingOrder);
+            QTRY_COMPARE(header->length(), view()->viewport()->width());
+            header->grab();
+            QCOMPARE(header->textElideMode(), Qt::ElideNone);
+        }
+        open_site(first_window_size(SMALL_SCREEN)); // here they have too little
+        view()->header()->grab();
+        QCOMPARE(view()->header()->textElideMode(), Qt::ElideRight);
+    }
+
     void the_column_that_is_moved_last_takes_the_rest()
     {
         open_site({1900, 700});
