@@ -9,8 +9,11 @@
 #include <algorithm>
 
 namespace {
-// Some 500 lines of a firmware log.
-constexpr qsizetype FULL_CHARACTERS = 32 * 1024;
+// Some 1,000 lines of a firmware log. Each time that it is reached costs the layout and the
+// painting of a page, as much as taking on 500 lines.
+constexpr qsizetype FULL_CHARACTERS = 64 * 1024;
+// Some 35 lines of a firmware log: as many as a window shows at first.
+constexpr qsizetype PAGE_CHARACTERS = 2 * 1024;
 // Below so many lines a change of the text on its own costs more than it saves.
 constexpr int WORTH_MAKING_ROOM = 16;
 // From each line of a long word the toolkit looks for the word's end: one of 64 KB takes 150 ms.
@@ -18,6 +21,12 @@ constexpr int LONGEST_WORD_WRAPPED = 8 * 1024;
 // KEPT: a line is laid out anew with each piece that joins it: one of 250 KB takes 70 ms each time.
 // What a slice brings at once stays together.
 constexpr int LONGEST_LINE = 8 * 1024;
+// The same of letters that are laid out one by one: 8,000 took 80 ms.
+constexpr int LONGEST_LONE = 256;
+// A line is laid out whole, whatever of it is in view. Beyond what the window shows of it each
+// character costs as much as so many in lines that pass by.
+constexpr int LONG_LINE = 2 * 1024;
+constexpr qsizetype LONG_LINE_TIMES = 8;
 
 void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
 {
@@ -35,11 +44,37 @@ void insert_at_end(QTextCursor &cursor, bool highlighted, const QString &text)
         cursor.setBlockCharFormat(before);
 }
 
+// Control characters and letters from right to left: where they follow each other, or alternate
+// with other letters, the toolkit takes each for a piece of text of its own, and walks over all of
+// them for each line that it wraps.
+bool is_laid_out_alone(QChar letter)
+{
+    switch (letter.direction()) {
+    case QChar::DirR:
+    case QChar::DirAL:
+    case QChar::DirB:
+    case QChar::DirS:
+    case QChar::DirBN:
+        return true;
+    default:
+        return letter.category() == QChar::Other_Control;
+    }
+}
+
+bool is_endless(const QTextBlock &line)
+{
+    if (line.length() > LONGEST_LINE)
+        return true;
+    const QString text = line.text();
+    return text.size() > LONGEST_LONE
+        && std::count_if(text.begin(), text.end(), is_laid_out_alone) > LONGEST_LONE;
+}
+
 // A stream that never ends a line would make each message slower than the one before.
 void end_endless_line(QTextCursor &cursor)
 {
     cursor.movePosition(QTextCursor::End);
-    if (cursor.block().length() > LONGEST_LINE)
+    if (is_endless(cursor.block()))
         insert_at_end(cursor, false, QStringLiteral("\n"));
 }
 
@@ -150,6 +185,28 @@ void scroll_to_end(const QPlainTextEdit *view, QTextCursor cursor)
     bar->setValue(bar->maximum());
 }
 
+// While a whole page is replaced the view does not paint. Otherwise the toolkit moves the picture
+// by the height of what comes, and lays out two pages of lines that nobody sees to learn it.
+class PageTurn
+{
+public:
+    PageTurn(const QPlainTextEdit *view, bool is_page)
+        : viewport(is_page && view->viewport()->updatesEnabled() ? view->viewport() : nullptr)
+    {
+        if (viewport)
+            viewport->setUpdatesEnabled(false);
+    }
+    ~PageTurn()
+    {
+        if (viewport)
+            viewport->setUpdatesEnabled(true);
+    }
+    Q_DISABLE_COPY_MOVE(PageTurn)
+
+private:
+    QWidget *viewport;
+};
+
 // Two pieces inserted as one give what they give one by one, unless a line end lies across them.
 bool joins(const LogFragment &first, bool highlighted, const QString &text)
 {
@@ -163,12 +220,18 @@ bool can_be_cut(const QString &text, int position)
     return !is_pair(text, position) && !text.at(position - 1).isHighSurrogate();
 }
 
-// Control characters and changes of the writing direction are laid out one by one.
+bool is_plain(QChar letter)
+{
+    return letter >= QLatin1Char(' ') && letter <= QLatin1Char('~');
+}
+
 qsizetype cost_of(QChar letter)
 {
     if (is_line_end(letter))
         return 1 + LogAppender::LINE_COST;
-    return letter >= QLatin1Char(' ') && letter <= QLatin1Char('~') ? 1 : LogAppender::ODD_COST;
+    if (is_plain(letter))
+        return 1;
+    return is_laid_out_alone(letter) ? LogAppender::LONE_COST : LogAppender::ODD_COST;
 }
 
 // How much of a fragment the rest of a slice takes; that rest becomes less, and maybe negative.
@@ -177,8 +240,13 @@ int cut_position(const LogFragment &fragment, qsizetype &slice)
 {
     const QString &text = fragment.text;
     int end = 0;
-    while (end < text.size() && (slice > 0 || fragment.highlighted || !can_be_cut(text, end)))
-        slice -= cost_of(text.at(end++));
+    int line_start = 0;
+    while (end < text.size() && (slice > 0 || fragment.highlighted || !can_be_cut(text, end))) {
+        const QChar letter = text.at(end++);
+        slice -= cost_of(letter) * (end - line_start > LONG_LINE ? LONG_LINE_TIMES : 1);
+        if (is_line_end(letter))
+            line_start = end;
+    }
     return end;
 }
 } // namespace
@@ -190,7 +258,9 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
 
     const QScrollBar *const bar = view->verticalScrollBar();
     const bool follows_end = bar->value() == bar->maximum();
-    make_room(view, line_ends(fragments));
+    const int new_lines = line_ends(fragments);
+    const PageTurn page(view, follows_end && new_lines > 2 * bar->pageStep());
+    make_room(view, new_lines);
     prepare_long_words(view, fragments);
     QTextCursor cursor = view->textCursor();
     // One edit block: the view lays out and trims once, each fragment still finds what the one
@@ -270,4 +340,9 @@ void LogAppender::drop(const QPlainTextEdit *view)
 bool LogAppender::is_full() const
 {
     return characters >= FULL_CHARACTERS;
+}
+
+bool LogAppender::is_flood() const
+{
+    return characters >= PAGE_CHARACTERS;
 }

@@ -25,11 +25,13 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
 class LogAppender
 {
 public:
-    // What one flush hands on: a character costs 1, one that is not ASCII text ODD_COST, a line end
-    // LINE_COST more than 1, and a view, which paints itself afterwards, VIEW_COST.
-    static constexpr qsizetype SLICE = 64 * 1024;
+    // What one flush hands on: a character costs 1, one that is not ASCII text ODD_COST, one that
+    // is laid out alone LONE_COST, a line end LINE_COST more than 1, and a view, which paints
+    // itself afterwards, VIEW_COST. In a long line each costs more.
+    static constexpr qsizetype SLICE = 96 * 1024;
     static constexpr qsizetype ODD_COST = 16;
-    static constexpr qsizetype LINE_COST = 15;
+    static constexpr qsizetype LONE_COST = 256;
+    static constexpr qsizetype LINE_COST = 23;
     static constexpr qsizetype VIEW_COST = SLICE / 2;
 
     void add(QPlainTextEdit *view, bool highlighted, const QString &text);
@@ -42,6 +44,8 @@ public:
     // So much is collected that a flush takes some milliseconds: the moment to let the event loop
     // breathe before more is read.
     bool is_full() const;
+    // More is collected than anybody reads in a frame.
+    bool is_flood() const;
 
 private:
     struct Burst

@@ -56,7 +56,7 @@ int FrameThrottle::rest_of_frame() const
 {
     if (!last_done)
         return 0;
-    return static_cast<int>(std::clamp<qint64>(*last_done + FRAME - clock(), 0, FRAME));
+    return static_cast<int>(std::clamp<qint64>(*last_done + frame - clock(), 0, frame));
 }
 
 // The frame begins before the work: who asks for more while it is done gets the next one.

@@ -12,7 +12,7 @@ class FrameThrottle : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int FRAME = 16; // ms
+    static constexpr int FRAME = 16; // ms, unless set_frame says otherwise
 
     using Clock = std::function<qint64()>; // ms, steady, from any origin
 
@@ -27,6 +27,8 @@ public:
     // The work has just been done, by whichever way: what was asked for is done with it, and the
     // next frame begins.
     void note_done();
+    // How long the frame lasts that the work last done began, and those after it.
+    void set_frame(int ms) { frame = ms; }
     // Forgets what was asked for.
     void cancel();
 
@@ -42,5 +44,6 @@ private:
 
     Clock clock;
     QTimer timer;
+    int frame = FRAME;
     std::optional<qint64> last_done = {};
 };

@@ -116,6 +116,20 @@ private slots:
         QTRY_COMPARE(due->count(), 1);
     }
 
+    void a_longer_frame_holds_until_it_is_set_back()
+    {
+        throttle->note_done();
+        throttle->set_frame(32);
+        now += 10;
+        QCOMPARE(throttle->rest_of_frame(), 22);
+        throttle->ask();
+        QCOMPARE(throttle->wait(), 22);
+        throttle->note_done();
+        QCOMPARE(throttle->rest_of_frame(), 32);
+        throttle->set_frame(FrameThrottle::FRAME);
+        QCOMPARE(throttle->rest_of_frame(), 16);
+    }
+
     void what_is_cancelled_never_comes()
     {
         throttle->ask();

@@ -1,6 +1,7 @@
 // Text in log windows: colours, scrolling, and bursts that leave no trace of being joined.
 #include "meter/log_text.h"
 
+#include <QPaintEvent>
 #include <QRandomGenerator>
 #include <QScrollBar>
 #include <QTextBlock>
@@ -104,6 +105,21 @@ bool shows_end(const QPlainTextEdit *view)
     return view->cursorRect(end).bottom() <= view->viewport()->height();
 }
 
+// What of a widget is painted.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget *widget) { widget->installEventFilter(this); }
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            area = area.united(static_cast<QPaintEvent *>(event)->rect());
+        return QObject::eventFilter(watched, event);
+    }
+
+    QRect area = {};
+};
+
 bool follows_end(const QPlainTextEdit *view)
 {
     return view->verticalScrollBar()->value() == view->verticalScrollBar()->maximum();
@@ -133,6 +149,12 @@ private slots:
     void what_waits_for_a_cleared_view_is_dropped();
     void a_word_without_end_is_laid_out_in_no_time();
     void a_line_without_end_is_broken_between_messages();
+    void letters_laid_out_one_by_one_break_a_line_much_earlier_data();
+    void letters_laid_out_one_by_one_break_a_line_much_earlier();
+    void what_is_laid_out_at_once_is_bounded_data();
+    void what_is_laid_out_at_once_is_bounded();
+    void a_page_that_comes_at_once_is_painted_once();
+    void more_than_a_page_is_a_flood();
     void the_readers_selection_survives_a_burst();
     void several_views_get_their_own_text();
     void a_view_that_is_gone_takes_its_text_with_it();
@@ -324,7 +346,7 @@ void LogTextTest::a_huge_message_comes_in_slices_and_whole()
 {
     const auto view = make_view(0);
     LogAppender appender;
-    appender.add(view.get(), false, QString(60000, '\n') + "end");
+    appender.add(view.get(), false, QString(70000, '\n') + "end");
     appender.add(view.get(), true, "echo\n");
     QVERIFY(appender.is_full());
     int slices = 0;
@@ -337,7 +359,7 @@ void LogTextTest::a_huge_message_comes_in_slices_and_whole()
     }
     QVERIFY(slices > 10);
     QVERIFY(!appender.is_full());
-    QCOMPARE(view->toPlainText(), QString(60000, '\n') + "endecho\n");
+    QCOMPARE(view->toPlainText(), QString(70000, '\n') + "endecho\n");
 }
 
 // A device that floods its window does not hold up another's.
@@ -382,7 +404,7 @@ void LogTextTest::what_waits_for_a_cleared_view_is_dropped()
     const auto cleared = make_view(0);
     const auto other = make_view(0);
     LogAppender appender;
-    appender.add(cleared.get(), false, QString(40000, 'a'));
+    appender.add(cleared.get(), false, QString(70000, 'a'));
     appender.add(other.get(), false, "b");
     QVERIFY(appender.is_full());
     appender.drop(cleared.get());
@@ -408,6 +430,86 @@ void LogTextTest::a_line_without_end_is_broken_between_messages()
         longest = std::max(longest, block.length());
     QVERIFY(longest > 8 * 1024);
     QVERIFY(longest <= 8 * 1024 + message.size() + 1);
+}
+
+void LogTextTest::letters_laid_out_one_by_one_break_a_line_much_earlier_data()
+{
+    QTest::addColumn<QString>("letters");
+    QTest::addColumn<bool>("is_broken");
+    QTest::newRow("form feeds") << QString(300, '\f') << true;
+    QTest::newRow("Hebrew and Latin in turn")
+        << QString(QChar(0x5D0)).append("x ").repeated(300) << true;
+    QTest::newRow("Arabic") << QString(300, QChar(0x628)) << true;
+    QTest::newRow("few of them") << QString(QChar(0x5D0)).append("latin ").repeated(200) << false;
+    QTest::newRow("Japanese") << QString(300, QChar(0x30A2)) << false;
+    QTest::newRow("plain") << QString(300, 'x') << false;
+}
+
+void LogTextTest::letters_laid_out_one_by_one_break_a_line_much_earlier()
+{
+    QFETCH(const QString, letters);
+    const auto view = make_view(30000);
+    for (const QString &message : {letters, QString("end")})
+        append_log_fragments(view.get(), {{.text = message}});
+    QCOMPARE(view->toPlainText().remove('\n'), letters + "end");
+    QTEST(view->document()->blockCount() == 2, "is_broken");
+}
+
+void LogTextTest::what_is_laid_out_at_once_is_bounded_data()
+{
+    QTest::addColumn<QString>("letters");
+    QTest::addColumn<int>("most"); // characters of one slice
+    QTest::newRow("one word") << QString(60000, 'x') << 16 * 1024;
+    QTest::newRow("form feeds") << QString(60000, '\f') << 512;
+    QTest::newRow("Hebrew and Latin in turn")
+        << QString(QChar(0x5D0)).append("x ").repeated(20000) << 2048;
+}
+
+void LogTextTest::what_is_laid_out_at_once_is_bounded()
+{
+    QFETCH(const QString, letters);
+    QFETCH(const int, most);
+    const auto view = make_view(0);
+    LogAppender appender;
+    appender.add(view.get(), false, letters);
+    int shown = 0;
+    while (!appender.is_empty()) {
+        appender.flush();
+        const int now = view->toPlainText().remove('\n').size();
+        QVERIFY2(now - shown <= most, qPrintable(QString::number(now - shown)));
+        shown = now;
+    }
+    QCOMPARE(shown, letters.size());
+}
+
+// Lines that pass by unseen are neither painted nor moved over the screen, the last page is.
+void LogTextTest::a_page_that_comes_at_once_is_painted_once()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = QString("before\n").repeated(50)}});
+    QCoreApplication::processEvents();
+    const QImage before = view->viewport()->grab().toImage();
+    PaintCounter painted(view->viewport());
+    append_log_fragments(view.get(), {{.text = QString("after\n").repeated(50)}});
+    QVERIFY(view->viewport()->updatesEnabled());
+    QTRY_VERIFY(painted.area.contains(view->viewport()->rect()));
+    QVERIFY(view->viewport()->grab().toImage() != before);
+    QVERIFY(follows_end(view.get()) && shows_end(view.get()));
+    QCOMPARE(view->cursorForPosition(QPoint(1, 1)).block().text(), QString("after"));
+}
+
+void LogTextTest::more_than_a_page_is_a_flood()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    QVERIFY(!appender.is_flood());
+    appender.add(view.get(), false, QString("a line of a log of thirty-two\n").repeated(10));
+    QVERIFY(!appender.is_flood());
+    appender.add(view.get(), false, QString("a line of a log of thirty-two\n").repeated(70));
+    QVERIFY(appender.is_flood());
+    while (!appender.is_empty())
+        appender.flush();
+    QVERIFY(!appender.is_flood());
 }
 
 // Garbage reads as one long word. Wrapping it at words would take time by the square of its length.
@@ -488,13 +590,13 @@ void LogTextTest::a_full_burst_says_so()
     const auto view = make_view(0);
     LogAppender appender;
     QVERIFY(!appender.is_full());
-    for (int i = 0; i < 2000; ++i)
+    for (int i = 0; i < 4000; ++i)
         appender.add(view.get(), false, "a line of a log of thirty-two\n");
     QVERIFY(appender.is_full());
     while (!appender.is_empty())
         appender.flush();
     QVERIFY(!appender.is_full());
-    QCOMPARE(view->document()->blockCount(), 2001);
+    QCOMPARE(view->document()->blockCount(), 4001);
 }
 
 void LogTextTest::no_view_and_no_text_are_harmless()
