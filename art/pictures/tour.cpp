@@ -51,6 +51,7 @@ public:
             press_next(assistant);
             expect(runs_until([assistant] { return assistant->findChild<QComboBox *>(); }),
                    "the choice of the product");
+            Stage::settle(); // a list is as wide as its box, which has to find its width first
             assistant->findChild<QComboBox *>()->showPopup();
         });
     }

@@ -106,12 +106,13 @@ public:
         connect(widgets.check_box, &QCheckBox::clicked, this, &RowEditor::edited);
     }
 
-    // Leaving the third state checks a box, so the state comes after it.
+    // Leaving the third state checks a box, so the state comes after it. It is set as a state, for
+    // a box in the third one counts as checked, and being checked again would not paint it.
     void show_value() override
     {
         widgets.check_box->setTristate(!is_filled(row));
         if (is_filled(row))
-            widgets.check_box->setChecked(row.value.toBool());
+            widgets.check_box->setCheckState(row.value.toBool() ? Qt::Checked : Qt::Unchecked);
         else
             widgets.check_box->setCheckState(Qt::PartiallyChecked);
     }

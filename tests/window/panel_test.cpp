@@ -3,6 +3,29 @@
 
 #include <QAbstractItemView>
 
+namespace {
+
+// How often a widget was painted.
+class PaintCount : public QObject
+{
+public:
+    explicit PaintCount(QWidget *widget)
+        : QObject(widget)
+    {
+        widget->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject * /*watched*/, QEvent *event) override
+    {
+        count += event->type() == QEvent::Paint;
+        return false;
+    }
+
+    int count = 0;
+};
+
+} // namespace
+
 class PanelTest : public QObject
 {
     Q_OBJECT
@@ -41,6 +64,24 @@ class PanelTest : public QObject
 private slots:
     void init() { window = std::make_unique<PanelCase>(); }
     void cleanup() { window.reset(); }
+
+    // A check box holds the third state as a kind of checked one, and does not paint itself when it
+    // becomes the other kind.
+    void a_mixed_check_box_that_becomes_checked_is_painted()
+    {
+        window->add(dsp("mute", true));
+        FakeDevice &other = window->add({});
+        window->select({0, 1});
+        QCheckBox *mute = window->row("dsp/mute").check_box;
+        QCOMPARE(mute->checkState(), Qt::PartiallyChecked);
+        auto *paints = new PaintCount(mute);
+        QTRY_VERIFY(paints->count > 0);
+        QCoreApplication::processEvents();
+        paints->count = 0;
+        other.report("dsp", "mute", true);
+        QCOMPARE(mute->checkState(), Qt::Checked);
+        QTRY_VERIFY(paints->count > 0);
+    }
 
     void nothing_selected_hides_all_rows()
     {
