@@ -13,12 +13,12 @@ complain() {
 
 # Lines "program function" of every test, a program alone once more.
 known_tests() {
-    local file
-    for file in tests/*/*_test.cpp; do
-        file=${file%.cpp}
-        echo "${file##*/}"
+    local file program
+    for file in tests/*/*_test.cpp tests/*/*_test_*.cpp; do
+        program=$(basename "$file" .cpp | sed 's/_test_.*/_test/')
+        echo "$program"
         # Declared in the class, or defined right there.
-        sed -nE "s/^ {4}void ([a-z_0-9]+)\(\).*/${file##*/} \1/p" "$file.cpp"
+        sed -nE "s/^ {4}void ([a-z_0-9]+)\(\).*/$program \1/p" "$file"
     done
 }
 

@@ -232,7 +232,8 @@ def coverage_of(tests):
     kept_path = OUTPUT / "coverage.json"
     kept = json.loads(kept_path.read_text()) if kept_path.exists() else {}
     sources = file_hash(sorted((COPY / "src").rglob("*.cpp")))
-    stamps = {test.name: sources + file_hash([COPY / "tests" / f"{test.name}.cpp"]) for test in tests}
+    stamps = {test.name: sources + file_hash(sorted((COPY / "tests").glob(f"{test.name}*.cpp")))
+              for test in tests}
     missing = [test for test in tests if kept.get(test.name, {}).get("stamp") != stamps[test.name]]
     if missing:
         print(f"measuring what {len(missing)} tests execute", flush=True)

@@ -68,6 +68,7 @@ def tests_of(changed):
     edges = edges_of(files)
     found = []
     for test in sorted((ROOT / "tests").glob("*/*_test.cpp")):
+        edges[test] += test.parent.glob(f"{test.stem}_*.cpp") # the parts of the same program
         reach = distances(test, edges)
         near = [(not words(path) & words(test), reach[path]) for path in changed if path in reach]
         if near:

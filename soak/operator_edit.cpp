@@ -50,19 +50,23 @@ void OperatorPlay::change_editor(const PanelRow &row)
     if (row.line_edit && row.line_edit->isEnabled()) {
         type_over(row.line_edit, odd_text(random));
     } else if (row.spinner && row.spinner->isEnabled()) {
-        const QString text
-            = random.happens(20) ? odd_text(random) : QString::number(random.between(-20, 20'000));
-        QLineEdit *field = row.spinner->findChild<QLineEdit *>();
-        if (random.happens(40))
-            QTest::keyClick(row.spinner, random.happens(50) ? Qt::Key_Up : Qt::Key_Down);
-        else
-            type_over(field, text);
+        change_number(row.spinner);
     } else if (row.check_box && row.check_box->isEnabled()) {
         row.check_box->click();
     } else if (row.combo && row.combo->isEnabled()) {
         row.combo->setFocus();
         QTest::keyClick(row.combo, random.happens(50) ? Qt::Key_Up : Qt::Key_Down);
     }
+}
+
+void OperatorPlay::change_number(QWidget *spinner)
+{
+    const QString text
+        = random.happens(20) ? odd_text(random) : QString::number(random.between(-20, 20'000));
+    if (random.happens(40))
+        QTest::keyClick(spinner, random.happens(50) ? Qt::Key_Up : Qt::Key_Down);
+    else
+        type_over(spinner->findChild<QLineEdit *>(), text);
 }
 
 void OperatorPlay::confirm()

@@ -70,6 +70,7 @@ private:
     void upload_file();
     void save_or_load_backup();
     void change_editor(const PanelRow &row);
+    void change_number(QWidget *spinner);
 
     // --- soak/operator_windows.cpp
     void open_logs();
@@ -85,7 +86,7 @@ private:
 
     WindowHandle &gui() const;
     void trigger(const QString &caption);
-    void press(QAbstractButton *button);
+    static void press(QAbstractButton *button);
 
     WindowCase &window;
     StallWatch &stalls;

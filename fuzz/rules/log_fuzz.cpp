@@ -16,18 +16,21 @@ QByteArray filtered_plainly(LogStream &stream, const QByteArray &bytes)
 {
     QByteArray kept;
     for (const char byte : bytes) {
-        if (stream.log_escape_state == 0) {
-            if (byte == 0x1B)
-                stream.log_escape_state = 1;
-            else
+        switch (stream.log_escape_state) {
+        case 0:
+            stream.log_escape_state = byte == 0x1B ? 1 : 0;
+            if (byte != 0x1B)
                 kept.append(byte);
-        } else if (stream.log_escape_state == 1) {
+            break;
+        case 1:
             stream.log_escape_state = byte == '[' ? 2 : 0;
             stream.log_escape_count = 0;
             if (byte != '[')
                 kept.append(byte);
-        } else if ((byte >= 0x40 && byte <= 0x7E) || ++stream.log_escape_count == 64) {
-            stream.log_escape_state = 0;
+            break;
+        default:
+            if ((byte >= 0x40 && byte <= 0x7E) || ++stream.log_escape_count == 64)
+                stream.log_escape_state = 0;
         }
     }
     return kept;

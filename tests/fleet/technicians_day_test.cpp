@@ -133,7 +133,7 @@ class TechniciansDayTest : public QObject
 
     // ---- what the technician needs to see
 
-    void expect_in_window(const QWidget *widget)
+    static void expect_in_window(const QWidget *widget)
     {
         const QString what = widget->metaObject()->className() + (" " + widget->objectName());
         QVERIFY2(lies_in_window(widget), qPrintable(what));

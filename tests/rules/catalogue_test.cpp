@@ -213,7 +213,7 @@ private slots:
     }
 
 private:
-    void compare_desc(const PropertyDesc &desc, const QJsonObject &expect)
+    static void compare_desc(const PropertyDesc &desc, const QJsonObject &expect)
     {
         QCOMPARE(desc.key, std::string());
         QCOMPARE(texts(desc.path), expect.value("path").toArray());
@@ -232,20 +232,20 @@ private:
         QCOMPARE(desc.user_value.userType(), user_value.userType());
     }
 
-    void compare_keys(const QJsonObject &expect)
+    static void compare_keys(const QJsonObject &expect)
     {
         QCOMPARE(static_cast<int>(catalogue().property_keys.size()), expect.value("count").toInt());
         QCOMPARE(texts(catalogue().property_keys), expect.value("keys").toArray());
     }
 
-    void compare_product_choices(const QJsonObject &expect)
+    static void compare_product_choices(const QJsonObject &expect)
     {
         for (const ProductDesc &product : catalogue().product_table)
             QCOMPARE(choice_pairs(product.properties.at("product_id").choices),
                      expect.value("choices").toArray());
     }
 
-    void compare_product(const ProductDesc &product, const QJsonObject &expect)
+    static void compare_product(const ProductDesc &product, const QJsonObject &expect)
     {
         QCOMPARE(product.product_id, expect.value("product_id").toInt());
         QCOMPARE(numbers(product.capabilities), expect.value("capabilities").toArray());
@@ -263,7 +263,7 @@ private:
             compare_property(desc, properties.value(QString::fromStdString(key)).toObject());
     }
 
-    void compare_property(const PropertyDesc &desc, const QJsonObject &expect)
+    static void compare_property(const PropertyDesc &desc, const QJsonObject &expect)
     {
         QVERIFY(!expect.isEmpty());
         QCOMPARE(static_cast<int>(desc.flags), expect.value("flags").toInt());
@@ -276,7 +276,7 @@ private:
             QCOMPARE(desc.choices, generic_choices(desc.path));
     }
 
-    std::vector<PropertyChoice> generic_choices(const std::vector<std::string> &path)
+    static std::vector<PropertyChoice> generic_choices(const std::vector<std::string> &path)
     {
         for (const std::vector<PropertyDesc> &list :
              {catalogue().generic_properties, make_eq_properties()})
@@ -286,7 +286,7 @@ private:
         return {{.value = "not found", .label = {}, .data = {}}};
     }
 
-    void compare_lookup(const QJsonObject &input, const QJsonObject &expect)
+    static void compare_lookup(const QJsonObject &input, const QJsonObject &expect)
     {
         const auto id = static_cast<int32_t>(input.value("product_id").toDouble());
         const ProductDesc &product = find_product(id);

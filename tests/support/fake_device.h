@@ -23,7 +23,7 @@ public:
 
     Device *record() const { return gui->find_device(state.value("device_id").toString()); }
 
-    void report() { gui->report(address, state, true, "lo"); }
+    void report() const { gui->report(address, state, true, "lo"); }
 
     // The state with one more or changed part, reported.
     void report(const QString &part, const QString &key, const QJsonValue &value)

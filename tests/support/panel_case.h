@@ -65,6 +65,23 @@ struct PanelCase : WindowCase
         }
     }
 
+    // All that has come to a device once everything sent has arrived: a last datagram marks it.
+    QList<QJsonObject> sent_to(int number)
+    {
+        FakeDevice &device = *devices[static_cast<std::size_t>(number)];
+        gui->send_to_device(device.record(), {{"command", "end"}}, false);
+        QList<QJsonObject> commands;
+        const bool arrived = QTest::qWaitFor([&device, &commands] {
+            commands = device.commands();
+            return !commands.isEmpty() && commands.last().value("command") == QJsonValue("end");
+        });
+        if (!arrived)
+            qFatal("no datagram came");
+        const QJsonObject end = commands.last();
+        commands.removeAll(end);
+        return commands;
+    }
+
     PanelRow row(const std::string &key) { return gui->row(key); }
     bool is_shown(const std::string &key)
     {

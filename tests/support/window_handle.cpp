@@ -221,7 +221,7 @@ void WindowHandle::refresh_search()
     gui->device_table().refresh_search();
 }
 
-void WindowHandle::commit_search()
+void WindowHandle::commit_search() const
 {
     static_cast<SearchBox *>(search_box())->commit();
 }

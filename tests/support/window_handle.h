@@ -95,7 +95,7 @@ public:
     FrameThrottle &search_pace() const;
     QString highlighted_text() const;
     void refresh_search();
-    void commit_search();
+    void commit_search() const;
 
     // ---- the panel
     PropertyPanel &panel() const;

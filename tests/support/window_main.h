@@ -4,6 +4,7 @@
 #include "gui/program_names.h"
 #include "model/meta.h"
 #include "support/private_network.h"
+#include "support/test_parts.h"
 #include "support/window_handle.h"
 
 #include <QApplication>
@@ -29,7 +30,7 @@ struct WindowCase
     }
 
     // A report as a device at `address` would send it.
-    Device *report(const QString &address, const QJsonObject &object, bool live = true)
+    Device *report(const QString &address, const QJsonObject &object, bool live = true) const
     {
         gui->report(QHostAddress(address), object, live, gui->network());
         return gui->find_device(object.value("device_id").toString());
@@ -83,8 +84,7 @@ int run_window_test(int argc, char **argv)
     QApplication::setQuitOnLastWindowClosed(false);
     register_resources();
     build_catalogue();
-    Test test;
-    return QTest::qExec(&test, argc, argv);
+    return run_tests<Test>(argc, argv);
 }
 
 #define WINDOW_TEST_MAIN(Test)                                                                     \

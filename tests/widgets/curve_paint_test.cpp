@@ -3,12 +3,10 @@
 // With CURVE_PICTURES set to a folder, the pictures that are looked at are saved there.
 #include "eq/curve_geometry.h"
 #include "eq/curve_grid.h"
-#include "eq/curve_widget.h"
 #include "eq/filter.h"
-#include "eq/filter_list.h"
+#include "support/curve_picture.h"
 #include "support/vectors.h"
 
-#include <QPainter>
 #include <QtTest>
 
 #include <algorithm>
@@ -17,25 +15,8 @@
 
 namespace {
 
-const std::vector<EqBand> BANDS{{1, EQ_LSHELF, {.freq = 100.0F, .q = 0.0F, .gain = 6.0F}},
-                                {2, EQ_PEQ, {.freq = 400.0F, .q = 2.0F, .gain = -9.0F}},
-                                {3, EQ_PEQ, {.freq = 1000.0F, .q = 0.7F, .gain = 9.0F}},
-                                {4, EQ_PEQ2, {.freq = 4000.0F, .q = 8.0F, .gain = -6.0F}},
-                                {5, EQ_HSHELF, {.freq = 8000.0F, .q = 0.0F, .gain = -4.0F}}};
-
 // The first band far up, so that the curves leave the label column and the 0 dB line free.
 const std::vector<EqBand> RAISED{{1, EQ_LSHELF, {.freq = 900.0F, .q = 0.0F, .gain = 12.0F}}};
-
-void set_up(CurveWidget &view, QSize size)
-{
-    view.resize(size);
-    view.set_has_curve(true);
-}
-
-QImage picture(CurveWidget &view)
-{
-    return view.grab().toImage().convertToFormat(QImage::Format_RGB32);
-}
 
 bool is_black(const QImage &image, int x, int y)
 {
@@ -50,20 +31,6 @@ bool is_gray(QColor color)
 bool is_greenish(QColor color)
 {
     return color.green() > color.red() + 25 && color.green() > color.blue() + 25;
-}
-
-int largest_difference(const QImage &left, const QImage &right)
-{
-    int largest = 0;
-    for (int y = 0; y < left.height(); ++y)
-        for (int x = 0; x < left.width(); ++x) {
-            const QColor one = left.pixelColor(x, y);
-            const QColor other = right.pixelColor(x, y);
-            largest = std::max({largest, std::abs(one.red() - other.red()),
-                                std::abs(one.green() - other.green()),
-                                std::abs(one.blue() - other.blue())});
-        }
-    return largest;
 }
 
 void save(CurveWidget &view, const QString &name)
@@ -91,18 +58,15 @@ private slots:
     void a_markers_text_stops_growing_at_eight_points();
     void a_hovered_band_is_filled_and_highlighted();
     void an_active_band_shows_its_handles_and_no_hover();
+
     void golden_bands_write_where_the_mouse_finds_them_data()
     {
         add_vector_rows("eq_geometry", "band");
     }
+
     void golden_bands_write_where_the_mouse_finds_them();
     void bands_outside_the_view_keep_their_markers();
     void a_bubble_keeps_its_side();
-    void slices_look_like_one_stroke_data();
-    void slices_look_like_one_stroke();
-    void slices_look_like_one_stroke_at_twice_the_pixels();
-    void a_resize_renews_the_lines();
-    void a_shelf_that_moves_takes_its_response_along();
     void pictures_to_look_at_data();
     void pictures_to_look_at();
 };
@@ -378,86 +342,6 @@ void CurvePaintTest::a_bubble_keeps_its_side()
     QCOMPARE(peak->label_flags, 0);
 }
 
-void CurvePaintTest::slices_look_like_one_stroke_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<int>("band");
-    QTest::addColumn<float>("gain");
-    for (const QSize size : {QSize(1900, 500), QSize(600, 300), QSize(99, 101)})
-        for (int band = 0; band < 5; ++band)
-            for (const float gain : {-24.0F, -9.0F, 3.0F, 20.0F})
-                QTest::addRow("%dx%d band %d %g dB", size.width(), size.height(), band + 1,
-                              double{gain})
-                    << size << band << gain;
-}
-
-void CurvePaintTest::slices_look_like_one_stroke()
-{
-    QFETCH(QSize, size);
-    QFETCH(int, band);
-    QFETCH(float, gain);
-    std::vector<EqBand> bands = BANDS;
-    bands[static_cast<size_t>(band)].params.gain = gain;
-    bands[3].params.q = 20.0F;
-    CurveWidget view(nullptr, make_filters(bands));
-    set_up(view, size);
-    view.hover_index = band;
-    const QImage sliced = picture(view);
-    view.grid->columns_per_stroke = std::numeric_limits<int>::max();
-    const QImage whole = picture(view);
-    const int difference = largest_difference(sliced, whole);
-    QVERIFY2(difference <= 8, qPrintable(QString::number(difference)));
-}
-
-void CurvePaintTest::slices_look_like_one_stroke_at_twice_the_pixels()
-{
-    CurveWidget view(nullptr, make_filters(BANDS));
-    set_up(view, {600, 300});
-    view.hover_index = 2;
-    for (const double scale : {2.0, 1.25}) {
-        const auto scaled = [&view, scale] {
-            QImage image((QSizeF(view.size()) * scale).toSize(), QImage::Format_RGB32);
-            image.fill(Qt::black);
-            QPainter painter(&image);
-            painter.scale(scale, scale);
-            view.render(&painter);
-            return image;
-        };
-        view.grid->columns_per_stroke = CurveGrid().columns_per_stroke;
-        const QImage sliced = scaled();
-        view.grid->columns_per_stroke = std::numeric_limits<int>::max();
-        QVERIFY(largest_difference(sliced, scaled()) <= 16);
-    }
-}
-
-void CurvePaintTest::a_resize_renews_the_lines()
-{
-    CurveWidget view(nullptr, make_filters(BANDS));
-    set_up(view, {600, 300});
-    picture(view);
-    view.resize(500, 200);
-    CurveWidget fresh(nullptr, make_filters(BANDS));
-    set_up(fresh, {500, 200});
-    QCOMPARE(picture(view), picture(fresh));
-}
-
-// As a drag does it.
-void CurvePaintTest::a_shelf_that_moves_takes_its_response_along()
-{
-    CurveWidget view(nullptr, make_filters(BANDS));
-    set_up(view, {600, 300});
-    picture(view);
-    auto *shelf = dynamic_cast<FilterShelf *>(view.filters.at(0));
-    QVERIFY(shelf);
-    shelf->set_band(300.0F, 12.0F, -8.0F, false);
-    CurveWidget fresh(nullptr,
-                      make_filters({{1, EQ_LSHELF, {.freq = 300.0F, .q = 0.0F, .gain = -8.0F}}}));
-    set_up(fresh, {600, 300});
-    picture(fresh);
-    QVERIFY(!shelf->magnitude.empty());
-    QCOMPARE(shelf->magnitude, fresh.filters.at(0)->magnitude);
-}
-
 void CurvePaintTest::pictures_to_look_at_data()
 {
     QTest::addColumn<QSize>("size");
@@ -506,5 +390,5 @@ void CurvePaintTest::pictures_to_look_at()
     save(view, name + "-no-curve");
 }
 
-QTEST_MAIN(CurvePaintTest)
+PARTS_TEST_MAIN(CurvePaintTest)
 #include "curve_paint_test.moc"

@@ -54,7 +54,7 @@ struct Expectation
     }
 
     // Lines shine through the ground of a label.
-    void draw_label(QRect place, const QString &text, const QColor &color)
+    void draw_label(QRect place, const QString &text, const QColor &color) const
     {
         painter->fillRect(place, QColor(0, 0, 0, 153));
         painter->setPen(color);

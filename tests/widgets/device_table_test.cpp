@@ -1,109 +1,24 @@
 // The list of devices by itself: no window around it, devices made by hand.
 #include "gui/device_cell.h"
-#include "gui/device_list_view.h"
-#include "gui/device_table.h"
 #include "gui/empty_note.h"
-#include "model/device.h"
 #include "model/device_state.h"
 #include "support/contrast.h"
+#include "support/device_table_case.h"
 
-#include <QAction>
-#include <QClipboard>
-#include <QHeaderView>
-#include <QJsonObject>
 #include <QLabel>
-#include <QMenu>
 #include <QMimeData>
 #include <QSignalSpy>
-#include <QToolTip>
 #include <QtTest>
 
 #include <algorithm>
-#include <memory>
 
-namespace {
-
-QStringList shown_texts(DeviceTable &table, const std::string &id)
-{
-    QStringList texts;
-    for (int row = 0; row < table.model().rowCount(); ++row)
-        if (!table.view()->isRowHidden(row, QModelIndex()))
-            texts.append(table.model().item(row, table.column_of(id))->text());
-    return texts;
-}
-
-} // namespace
-
-class DeviceTableTest : public QObject
+class DeviceTableTest : public DeviceTableCase
 {
     Q_OBJECT
 
-    std::vector<std::unique_ptr<Device>> devices;
-    std::unique_ptr<DeviceTable> table;
-
-    DeviceListView *view() { return table->view(); }
-    QHeaderView *header() { return view()->header(); }
-
-    // A device that has reported; the next address each.
-    Device &add(const QString &name, const QJsonObject &dsp = {}, int order = 0)
-    {
-        const int number = static_cast<int>(devices.size());
-        devices.push_back(std::make_unique<Device>());
-        Device &device = *devices.back();
-        device.device_id = QString("id %1").arg(number, 4, 10, QChar('0'));
-        device.address = QHostAddress(0x0A000001U + static_cast<quint32>(number));
-        device.online = true;
-        device.properties = catalogue().product_table.front().properties;
-        tell(device, name, dsp, order);
-        return device;
-    }
-
-    void tell(Device &device, const QString &name, const QJsonObject &dsp = {}, int order = 0)
-    {
-        const QJsonObject report{
-            {"product_id", 3},
-            {"ui", QJsonObject{{"name", name}, {"loc", "Stage"}, {"order", order}}},
-            {"dsp", dsp}};
-        merge_report(device, report); // the product first,
-        merge_report(device, report); // then what it has
-        table->show(device);
-    }
-
-    void show_column(const std::string &id)
-    {
-        table->actions().at(static_cast<size_t>(table->column_of(id)))->setChecked(true);
-        table->toggle_column(static_cast<size_t>(table->column_of(id)));
-    }
-
-    QPoint middle_of(int row) { return middle_of(row, table->column_of("ui/name")); }
-    QPoint middle_of(int row, int column)
-    {
-        const QModelIndex index = table->model().index(row, column);
-        view()->scrollTo(index);
-        return view()->visualRect(index).center();
-    }
-
-    void click(int row, Qt::KeyboardModifiers modifiers = {})
-    {
-        QTest::mouseClick(view()->viewport(), Qt::LeftButton, modifiers, middle_of(row));
-    }
-
-    QPoint place_of(const std::string &id)
-    {
-        QAction *action = table->actions().at(static_cast<size_t>(table->column_of(id)));
-        return table->menu()->actionGeometry(action).center();
-    }
-
-    QString tool_tip_at(QWidget *widget, const QPoint &place)
-    {
-        QToolTip::hideText();
-        QHelpEvent help(QEvent::ToolTip, place, widget->mapToGlobal(place));
-        QApplication::sendEvent(widget, &help);
-        return QToolTip::text();
-    }
-
 private slots:
     void initTestCase() { build_catalogue(); }
+
     void init()
     {
         table = std::make_unique<DeviceTable>();
@@ -111,6 +26,7 @@ private slots:
         view()->show();
         QVERIFY(QTest::qWaitForWindowExposed(view()));
     }
+
     void cleanup()
     {
         table.reset();
@@ -188,6 +104,7 @@ private slots:
                 QTest::addRow("every %d, %s", every, anew ? "sorted anew" : "as they came")
                     << every << anew;
     }
+
     void rows_go_from_any_place_and_the_rest_keeps_its_order()
     {
         QFETCH(int, every);
@@ -286,132 +203,6 @@ private slots:
         QCOMPARE(red_pixels(), before);
     }
 
-    // ---- columns
-
-    void the_menu_of_columns_stays_open_while_they_are_ticked()
-    {
-        add("Left", {{"delay", 9.5}});
-        table->show_column_menu({5, 5});
-        QTRY_VERIFY(table->menu()->isVisible());
-        for (const char *id : {"ui/memo", "dsp/delay"}) {
-            const QPoint place = place_of(id);
-            QTest::mouseClick(table->menu(), Qt::LeftButton, {}, place);
-            QVERIFY(!view()->isColumnHidden(table->column_of(id)));
-            QVERIFY(table->menu()->isVisible());
-        }
-        QCOMPARE(shown_texts(*table, "dsp/delay"), QStringList("9.500 m"));
-        table->menu()->setActiveAction(
-            table->actions().at(static_cast<size_t>(table->column_of("ui/memo"))));
-        QTest::keyClick(table->menu(), Qt::Key_Space);
-        QVERIFY(view()->isColumnHidden(table->column_of("ui/memo")));
-        QVERIFY(table->menu()->isVisible());
-        QTest::keyClick(table->menu(), Qt::Key_Escape);
-        QVERIFY(!table->menu()->isVisible());
-    }
-
-    void the_release_of_the_click_that_opened_the_menu_ticks_nothing()
-    {
-        table->show_column_menu({5, 5});
-        QTRY_VERIFY(table->menu()->isVisible());
-        QTest::mouseMove(table->menu(), place_of("ui/memo"));
-        QTest::mouseRelease(table->menu(), Qt::RightButton, {}, place_of("ui/memo"));
-        QVERIFY(view()->isColumnHidden(table->column_of("ui/memo")));
-        QVERIFY(table->menu()->isVisible());
-        QTest::mouseClick(table->menu(), Qt::LeftButton, {}, place_of("ui/memo"));
-        QVERIFY(!view()->isColumnHidden(table->column_of("ui/memo")));
-        table->menu()->close();
-    }
-
-    void the_menu_separates_groups_and_tells_columns_of_one_caption_apart()
-    {
-        const QList<QAction *> entries = table->menu()->actions();
-        const int gain = table->column_of("dsp/eq1/gain");
-        const auto *action = table->actions().at(static_cast<size_t>(gain));
-        QCOMPARE(action->text(), QString("Gain"));
-        QCOMPARE(action->toolTip(), QString("User EQ 2: Gain"));
-        QVERIFY(table->menu()->toolTipsVisible());
-        const auto stands_behind_a_line = [this, entries](const char *id) {
-            auto *entry = table->actions().at(static_cast<size_t>(table->column_of(id)));
-            return entries.at(entries.indexOf(entry) - 1)->isSeparator();
-        };
-        for (const char *id : {"dsp/eq0/type", "dsp/eq1/type", "stream/name", "meter"})
-            QVERIFY2(stands_behind_a_line(id), id);
-        for (const char *id : {"dsp/eq1/gain", "ui/loc", "ip"})
-            QVERIFY2(!stands_behind_a_line(id), id);
-    }
-
-    void captions_tell_their_heading()
-    {
-        const int gain = table->column_of("dsp/eq1/gain");
-        show_column("dsp/eq1/gain");
-        view()->scrollTo(table->model().index(0, gain));
-        const QPoint place(header()->sectionViewportPosition(gain) + 5, 5);
-        QCOMPARE(tool_tip_at(header()->viewport(), place), QString("User EQ 2: Gain"));
-    }
-
-    void without_columns_the_header_keeps_its_height_and_its_menu()
-    {
-        const int usual = header()->height();
-        QVERIFY(usual > 10);
-        for (const int column : table->shown_columns()) {
-            table->actions().at(static_cast<size_t>(column))->setChecked(true);
-            table->actions().at(static_cast<size_t>(column))->setChecked(false);
-        }
-        QVERIFY(table->shown_columns().empty());
-        QTest::qWait(50);
-        QCOMPARE(header()->height(), usual);
-        const QByteArray state = table->save_state();
-        table = std::make_unique<DeviceTable>(); // the next start
-        view()->resize(900, 500);
-        table->restore_state(state);
-        view()->show();
-        QVERIFY(QTest::qWaitForWindowExposed(view()));
-        QVERIFY(table->shown_columns().empty());
-        QCOMPARE(header()->height(), usual);
-        const QPoint place(200, usual / 2);
-        QContextMenuEvent press(QContextMenuEvent::Mouse, place, header()->mapToGlobal(place));
-        QApplication::sendEvent(header()->viewport(), &press);
-        QTRY_VERIFY(table->menu()->isVisible());
-        table->menu()->close();
-    }
-
-    void sorting_and_columns_can_be_chosen_without_a_mouse()
-    {
-        add("a");
-        add("b");
-        view()->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(view()));
-        view()->setFocus();
-        QTest::keyClick(view(), Qt::Key_Tab);
-        QVERIFY(header()->hasFocus());
-        QTest::keyClick(header(), Qt::Key_Right);
-        QTest::keyClick(header(), Qt::Key_Space);
-        QCOMPARE(header()->sortIndicatorSection(), table->column_of("ui/name"));
-        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"a", "b"}));
-        QTest::keyClick(header(), Qt::Key_Return);
-        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"b", "a"}));
-        QTest::keyClick(header(), Qt::Key_Left);
-        QTest::keyClick(header(), Qt::Key_Left); // there is none further left
-        QTest::keyClick(header(), Qt::Key_Space);
-        QCOMPARE(header()->sortIndicatorSection(), table->column_of("product_id"));
-        QTest::keyClick(header(), Qt::Key_Down);
-        QTRY_VERIFY(table->menu()->isVisible());
-        table->menu()->close();
-    }
-
-    void the_chosen_caption_can_be_seen()
-    {
-        view()->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(view()));
-        header()->setFocus(Qt::TabFocusReason);
-        const QImage first = header()->grab().toImage();
-        QTest::keyClick(header(), Qt::Key_Right);
-        const QImage second = header()->grab().toImage();
-        QVERIFY(first != second);
-        view()->setFocus();
-        QVERIFY(header()->grab().toImage() != second);
-    }
-
     // ---- what is read
 
     void a_cut_cell_tells_its_whole_text_data()
@@ -427,6 +218,7 @@ private slots:
             << QString(600, 'x') << 900 << "<qt>" + QString(512, 'x') + "…</qt>";
         QTest::newRow("several lines") << "a\nb" << 900 << "<qt>a\nb</qt>";
     }
+
     void a_cut_cell_tells_its_whole_text()
     {
         QFETCH(QString, name);
@@ -509,6 +301,7 @@ private slots:
         QTest::newRow("light") << false;
         QTest::newRow("dark") << true;
     }
+
     void what_an_empty_list_says_can_be_read_and_clicked_through()
     {
         QFETCH(bool, is_dark);
@@ -527,5 +320,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(DeviceTableTest)
+PARTS_TEST_MAIN(DeviceTableTest)
 #include "device_table_test.moc"

@@ -39,7 +39,7 @@ class DarkThemeTest : public QObject
 
     std::unique_ptr<PanelCase> window;
 
-    void desktop_rows()
+    static void desktop_rows()
     {
         QTest::addColumn<bool>("is_dark");
         QTest::newRow("light") << false;
@@ -78,7 +78,7 @@ class DarkThemeTest : public QObject
             }
     }
 
-    void expect_contrast(QWidget *widget, double least)
+    static void expect_contrast(QWidget *widget, double least)
     {
         const double found = text_contrast(picture_of(widget));
         QVERIFY2(found >= least,
@@ -174,10 +174,18 @@ private slots:
     {
         open_window();
         std::set<QString> seen; // the same text in the same kind of editor reads the same
-        const auto expect_readable = [this, &seen](QWidget *editor, const QString &text) {
+        const auto expect_readable = [&seen](QWidget *editor, const QString &text) {
             const QString kind = editor->metaObject()->className();
             if (!text.isEmpty() && seen.insert(kind + text).second)
                 expect_contrast(editor, READABLE);
+        };
+        const auto expect_readable_row = [expect_readable](const PanelRow &row) {
+            if (row.line_edit)
+                expect_readable(row.line_edit, row.line_edit->text());
+            if (row.spinner)
+                expect_readable(row.spinner, row.spinner->text());
+            if (row.combo)
+                expect_readable(row.combo, row.combo->currentText());
         };
         for (const ProductDesc &product : catalogue().product_table) {
             const int number = static_cast<int>(window->devices.size());
@@ -185,14 +193,8 @@ private slots:
             window->select({number});
             QCoreApplication::processEvents(); // lays the rows out
             for (const auto &[key, row] : window->gui->rows()) {
-                if (!row.holder || !row.holder->isVisible())
-                    continue;
-                if (row.line_edit)
-                    expect_readable(row.line_edit, row.line_edit->text());
-                if (row.spinner)
-                    expect_readable(row.spinner, row.spinner->text());
-                if (row.combo)
-                    expect_readable(row.combo, row.combo->currentText());
+                if (row.holder && row.holder->isVisible())
+                    expect_readable_row(row);
             }
             if (QTest::currentTestFailed())
                 return;

@@ -49,7 +49,7 @@ class EqReachTest : public QObject
         window->gui->curve()->grab(); // markers are hit where they were last painted
     }
 
-    void size_rows()
+    static void size_rows()
     {
         QTest::addColumn<QSize>("size");
         QTest::newRow("small") << QSize(320, 120);

@@ -40,7 +40,7 @@ class NetworkChoiceTest : public QObject
 
     WindowHandle &gui() { return *window->gui; }
 
-    void lay_two_cables()
+    static void lay_two_cables()
     {
         shell("ip link add near type veth peer name nearx; ip link set nearx up;"
               "ip link set near up; ip address add 10.8.0.1/24 dev near;"

@@ -51,21 +51,7 @@ class PanelKeysTest : public QObject
         QCOMPARE(window->row("dsp/delay").spinner->text(), QString("..."));
     }
 
-    // All that has come to a device once everything sent has arrived: a last datagram marks it.
-    QList<QJsonObject> sent_to(int number)
-    {
-        FakeDevice &device = *window->devices[static_cast<std::size_t>(number)];
-        window->gui->send_to_device(device.record(), {{"command", "end"}}, false);
-        QList<QJsonObject> commands;
-        const bool arrived = QTest::qWaitFor([&device, &commands] {
-            commands = device.commands();
-            return !commands.isEmpty() && commands.last().value("command") == QJsonValue("end");
-        });
-        if (!arrived)
-            qFatal("no datagram came");
-        commands.removeLast();
-        return commands;
-    }
+    QList<QJsonObject> sent_to(int number) { return window->sent_to(number); }
 
     bool list_has_focus() { return QApplication::focusWidget() == window->gui->view(); }
 

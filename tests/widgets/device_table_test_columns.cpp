@@ -1,0 +1,162 @@
+// The columns of the list of devices: its header, its menu, sorting.
+#include "gui/device_cell.h"
+#include "gui/empty_note.h"
+#include "model/device_state.h"
+#include "support/contrast.h"
+#include "support/device_table_case.h"
+
+#include <QAction>
+#include <QtTest>
+
+#include <algorithm>
+
+class DeviceTableColumnsTest : public DeviceTableCase
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { build_catalogue(); }
+
+    void init()
+    {
+        table = std::make_unique<DeviceTable>();
+        view()->resize(900, 500);
+        view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+    }
+
+    void cleanup()
+    {
+        table.reset();
+        devices.clear();
+    }
+
+    // ---- columns
+
+    void the_menu_of_columns_stays_open_while_they_are_ticked()
+    {
+        add("Left", {{"delay", 9.5}});
+        table->show_column_menu({5, 5});
+        QTRY_VERIFY(table->menu()->isVisible());
+        for (const char *id : {"ui/memo", "dsp/delay"}) {
+            const QPoint place = place_of(id);
+            QTest::mouseClick(table->menu(), Qt::LeftButton, {}, place);
+            QVERIFY(!view()->isColumnHidden(table->column_of(id)));
+            QVERIFY(table->menu()->isVisible());
+        }
+        QCOMPARE(shown_texts(*table, "dsp/delay"), QStringList("9.500 m"));
+        table->menu()->setActiveAction(
+            table->actions().at(static_cast<size_t>(table->column_of("ui/memo"))));
+        QTest::keyClick(table->menu(), Qt::Key_Space);
+        QVERIFY(view()->isColumnHidden(table->column_of("ui/memo")));
+        QVERIFY(table->menu()->isVisible());
+        QTest::keyClick(table->menu(), Qt::Key_Escape);
+        QVERIFY(!table->menu()->isVisible());
+    }
+
+    void the_release_of_the_click_that_opened_the_menu_ticks_nothing()
+    {
+        table->show_column_menu({5, 5});
+        QTRY_VERIFY(table->menu()->isVisible());
+        QTest::mouseMove(table->menu(), place_of("ui/memo"));
+        QTest::mouseRelease(table->menu(), Qt::RightButton, {}, place_of("ui/memo"));
+        QVERIFY(view()->isColumnHidden(table->column_of("ui/memo")));
+        QVERIFY(table->menu()->isVisible());
+        QTest::mouseClick(table->menu(), Qt::LeftButton, {}, place_of("ui/memo"));
+        QVERIFY(!view()->isColumnHidden(table->column_of("ui/memo")));
+        table->menu()->close();
+    }
+
+    void the_menu_separates_groups_and_tells_columns_of_one_caption_apart()
+    {
+        const QList<QAction *> entries = table->menu()->actions();
+        const int gain = table->column_of("dsp/eq1/gain");
+        const auto *action = table->actions().at(static_cast<size_t>(gain));
+        QCOMPARE(action->text(), QString("Gain"));
+        QCOMPARE(action->toolTip(), QString("User EQ 2: Gain"));
+        QVERIFY(table->menu()->toolTipsVisible());
+        const auto stands_behind_a_line = [this, entries](const char *id) {
+            auto *entry = table->actions().at(static_cast<size_t>(table->column_of(id)));
+            return entries.at(entries.indexOf(entry) - 1)->isSeparator();
+        };
+        for (const char *id : {"dsp/eq0/type", "dsp/eq1/type", "stream/name", "meter"})
+            QVERIFY2(stands_behind_a_line(id), id);
+        for (const char *id : {"dsp/eq1/gain", "ui/loc", "ip"})
+            QVERIFY2(!stands_behind_a_line(id), id);
+    }
+
+    void captions_tell_their_heading()
+    {
+        const int gain = table->column_of("dsp/eq1/gain");
+        show_column("dsp/eq1/gain");
+        view()->scrollTo(table->model().index(0, gain));
+        const QPoint place(header()->sectionViewportPosition(gain) + 5, 5);
+        QCOMPARE(tool_tip_at(header()->viewport(), place), QString("User EQ 2: Gain"));
+    }
+
+    void without_columns_the_header_keeps_its_height_and_its_menu()
+    {
+        const int usual = header()->height();
+        QVERIFY(usual > 10);
+        for (const int column : table->shown_columns()) {
+            table->actions().at(static_cast<size_t>(column))->setChecked(true);
+            table->actions().at(static_cast<size_t>(column))->setChecked(false);
+        }
+        QVERIFY(table->shown_columns().empty());
+        QTest::qWait(50);
+        QCOMPARE(header()->height(), usual);
+        const QByteArray state = table->save_state();
+        table = std::make_unique<DeviceTable>(); // the next start
+        view()->resize(900, 500);
+        table->restore_state(state);
+        view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+        QVERIFY(table->shown_columns().empty());
+        QCOMPARE(header()->height(), usual);
+        const QPoint place(200, usual / 2);
+        QContextMenuEvent press(QContextMenuEvent::Mouse, place, header()->mapToGlobal(place));
+        QApplication::sendEvent(header()->viewport(), &press);
+        QTRY_VERIFY(table->menu()->isVisible());
+        table->menu()->close();
+    }
+
+    void sorting_and_columns_can_be_chosen_without_a_mouse()
+    {
+        add("a");
+        add("b");
+        view()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(view()));
+        view()->setFocus();
+        QTest::keyClick(view(), Qt::Key_Tab);
+        QVERIFY(header()->hasFocus());
+        QTest::keyClick(header(), Qt::Key_Right);
+        QTest::keyClick(header(), Qt::Key_Space);
+        QCOMPARE(header()->sortIndicatorSection(), table->column_of("ui/name"));
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"a", "b"}));
+        QTest::keyClick(header(), Qt::Key_Return);
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"b", "a"}));
+        QTest::keyClick(header(), Qt::Key_Left);
+        QTest::keyClick(header(), Qt::Key_Left); // there is none further left
+        QTest::keyClick(header(), Qt::Key_Space);
+        QCOMPARE(header()->sortIndicatorSection(), table->column_of("product_id"));
+        QTest::keyClick(header(), Qt::Key_Down);
+        QTRY_VERIFY(table->menu()->isVisible());
+        table->menu()->close();
+    }
+
+    void the_chosen_caption_can_be_seen()
+    {
+        view()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(view()));
+        header()->setFocus(Qt::TabFocusReason);
+        const QImage first = header()->grab().toImage();
+        QTest::keyClick(header(), Qt::Key_Right);
+        const QImage second = header()->grab().toImage();
+        QVERIFY(first != second);
+        view()->setFocus();
+        QVERIFY(header()->grab().toImage() != second);
+    }
+};
+
+TEST_PART(DeviceTableColumnsTest)
+#include "device_table_test_columns.moc"
