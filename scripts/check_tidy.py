@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""check_tidy.py PRESET [FOLDERS OR FILES...]: clang-tidy over every source of the programs, or over
-what is named, with the compiler's options of a preset that has been configured.
+"""check_tidy.py PRESET [FOLDERS OR FILES...]: clang-tidy over every source, or over what is named,
+with the compiler's options of a preset that has been built.
 
-A source that was clean is not read again until it, a header of ours that it includes, or
-.clang-tidy changes. The others are read in groups, each put together to one source: the
-toolkit's headers, which take most of the time, are then read once for all of a group. Sources
-whose unnamed namespaces have a name in common are kept apart; tests each get a namespace around
-them. A group that does not compile is read one by one, so that what cannot be put together costs
-time and nothing else.
+Sources that are compiled together are read together: the toolkit's headers, which take most of the
+time, are then read once for all of them. What was clean is not read again until one of the sources,
+a header of ours that it includes, or .clang-tidy changes.
+
+The checks that follow a function's paths stop at what is included, so the sources of the programs are
+copied into one; tests, benchmarks, fuzzers and soak go without these checks.
 
 Each source of the programs also has to compile without a precompiled header: it includes what it
 uses.
@@ -25,16 +25,15 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 FOLDERS = ("src", "simulator", "tests", "bench", "soak", "fuzz")
 PROGRAMS = ("src", "simulator")
-LARGEST_GROUP = 24
-# How many states of a function the path-sensitive checks walk through: a quarter of what they do by
-# themselves, in which they take four fifths of all the time.
-STATES = 50000
+# How many states of a function the path-sensitive checks walk through: with ten thousand they take half
+# as long as all the rest, with fifty thousand as long again.
+STATES = 10000
 # Tables are as long as the things that they list.
 TABLES = {"make_product_table"}
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*([<"])([^>"]+)[>"]', re.M)
 CLEAN = ROOT / "build" / "tidy" / "clean"
-GROUPS = ROOT / "build" / "tidy" / "groups"
+TOGETHER = ROOT / "build" / "tidy" / "together"
 
 
 def read(path):
@@ -87,29 +86,25 @@ def compiler_options(entry):
             next(words)
         elif word not in ("-Winvalid-pch", "-Werror"):
             options.append(word)
-    return tuple(options)
+    return options
 
 
-class Source:
-    def __init__(self, path, options, digest):
-        self.path = path
-        self.name = str(path.relative_to(ROOT))
-        self.options = options
-        self.digest = digest
-        self.text = read(path)
-        self.is_test = self.name.endswith("_test.cpp")
-        self.is_program = self.name.startswith(PROGRAMS)
+class Unit:
+    """What is compiled in one go: a source of ours, or a file made of several."""
 
-    def hidden_names(self):
-        """What stands at the margin of its unnamed namespaces and of the file, and is not to meet
-        its like."""
-        names = set(re.findall(r"^(?:struct|class|enum class|enum|using) (\w+)", self.text, re.M))
-        for body in re.findall(r"^namespace \{\n(.*?)^\}", self.text, re.M | re.S):
-            for line in re.findall(r"^[A-Za-z].*", body, re.M):
-                names.update(re.findall(r"\b(\w+)(?=\s*[({=\[;])", line))
-        names.update(re.findall(r"^(?:#define|static|int|constexpr|template).*?(\w+)\(", self.text, re.M))
-        names.update(re.findall(r"^#define (\w+)", self.text, re.M))
-        return names
+    def __init__(self, entry, digests):
+        self.path = pathlib.Path(entry["file"])
+        self.options = compiler_options(entry)
+        self.sources = [self.path] if self.path in digests.texts else self.included(digests)
+        self.is_program = bool(self.sources) and name_of(self.sources[0]).startswith(PROGRAMS)
+        both = "".join(digests.of(source) for source in self.sources)
+        self.digest = hashlib.sha256(both.encode()).hexdigest()[:40]
+
+    def included(self, digests):
+        if not re.search(r"/Unity/|/groups/", str(self.path)):
+            return [] # of the toolkit's making
+        names = [pathlib.Path(name) for _, name in INCLUDE.findall(read(self.path))]
+        return [name for name in names if name in digests.texts and name.suffix == ".cpp"]
 
     def is_clean(self):
         return (CLEAN / self.digest).exists()
@@ -118,51 +113,24 @@ class Source:
         (CLEAN / self.digest).touch()
 
 
-def make_groups(sources):
-    groups = []
-    for source in sources:
-        names = set() if source.is_test else source.hidden_names()
-        for group in groups:
-            if (group["options"] == source.options and group["is_test"] == source.is_test
-                    and len(group["sources"]) < LARGEST_GROUP and not names & group["names"]):
-                break
-        else:
-            group = {"options": source.options, "is_test": source.is_test, "names": set(),
-                     "sources": []}
-            groups.append(group)
-        group["sources"].append(source)
-        group["names"] |= names
-    return [group["sources"] for group in groups]
+def name_of(path):
+    return str(path.relative_to(ROOT))
 
 
-def put_together(sources, path):
-    """Writes the source; returns where each line of it comes from."""
+def put_together(unit, path):
+    """Writes the sources one after the other; returns where each line of it comes from."""
     lines, origins = [], []
-
-    def add(line, origin=None):
-        lines.append(line)
-        origins.append(origin)
-
-    if sources[0].is_test:
-        for source in sources:
-            for bracket, name in INCLUDE.findall(source.text):
-                if not name.endswith(".moc"):
-                    add(f"#include <{name}>" if bracket == "<" else f'#include "{name}"')
-    for number, source in enumerate(sources):
-        if source.is_test:
-            add(f"namespace group_{number} {{")
-        for i, line in enumerate(source.text.split("\n"), 1):
-            add(line, (source.name, i))
-        if source.is_test:
-            add("}")
+    for source in unit.sources:
+        for number, line in enumerate(read(source).split("\n"), 1):
+            lines.append(line)
+            origins.append((name_of(source), number))
     path.write_text("\n".join(lines) + "\n", encoding="utf-8")
     return origins
 
 
-def tidy(path, options, folders):
-    command = ["clang-tidy", f"--config-file={ROOT}/.clang-tidy", "--quiet",
-               f"--header-filter=^{ROOT}/({'|'.join(FOLDERS)})/", str(path), "--",
-               *options, *(f"-I{folder}" for folder in folders),
+def tidy(path, options, checks):
+    command = ["clang-tidy", f"--config-file={ROOT}/.clang-tidy", "--quiet", f"--checks={checks}",
+               f"--header-filter=^{ROOT}/({'|'.join(FOLDERS)})/", str(path), "--", *options,
                "-Xclang", "-analyzer-config", "-Xclang", f"max-nodes={STATES}"]
     run = subprocess.run(command, cwd=ROOT, capture_output=True, text=True)
     return run.stdout + run.stderr
@@ -180,6 +148,7 @@ def complaints(said, path, origins):
         if match:
             too_large = TOO_LARGE.search(match["text"])
             keeps = not (too_large and too_large[1] in TABLES)
+            keeps = keeps and "[bugprone-suspicious-include" not in match["text"]
         elif re.match(r"^(\d+ warnings? (generated|treated)|\d+ (warnings?|errors?) and|Suppressed|Use -)", line):
             keeps = False
         if keeps and line:
@@ -194,63 +163,63 @@ def complaints(said, path, origins):
     return "\n".join(found)
 
 
-def read_single(source):
-    said = complaints(tidy(source.path, source.options, []), source.path, None)
+def read_unit(number, unit):
+    if not unit.is_program:
+        said = complaints(tidy(unit.path, unit.options, "-clang-analyzer-*"), unit.path, None)
+    elif len(unit.sources) == 1:
+        said = complaints(tidy(unit.path, unit.options, ""), unit.path, None)
+    else:
+        path = TOGETHER / f"{number}.cpp"
+        origins = put_together(unit, path)
+        # A file of the same folder is included by its name alone.
+        folders = sorted({f"-I{source.parent}" for source in unit.sources})
+        said = complaints(tidy(path, [*unit.options, *folders], ""), path, origins)
     if not said:
-        source.mark_clean()
+        unit.mark_clean()
     return said
 
 
-def read_group(number, sources):
-    if len(sources) == 1:
-        return read_single(sources[0])
-    path = GROUPS / f"group_{number}.cpp"
-    origins = put_together(sources, path)
-    folders = sorted({str(source.path.parent) for source in sources})
-    said = complaints(tidy(path, sources[0].options, folders), path, origins)
-    if "clang-diagnostic-error" in said or "clang-diagnostic-" in said:
-        return "\n".join(filter(None, map(read_single, sources)))
-    if not said:
-        for source in sources:
-            source.mark_clean()
-    return said
-
-
-def compiles_alone(source):
-    mark = CLEAN / f"alone-{source.digest}"
+def compiles_alone(source, digest, options):
+    mark = CLEAN / f"alone-{digest}"
     if mark.exists():
         return ""
-    run = subprocess.run(["clang++", "-fsyntax-only", "-w", *source.options, str(source.path)],
+    run = subprocess.run(["clang++", "-fsyntax-only", "-w", *options, str(source)],
                          cwd=ROOT, capture_output=True, text=True)
     if run.returncode == 0:
         mark.touch()
         return ""
-    return f"{source.name} does not compile by itself:\n{run.stderr}"
+    return f"{name_of(source)} does not compile by itself:\n{run.stderr}"
+
+
+def wanted_units(preset, wanted, digests):
+    seen = set()
+    for entry in json.loads(read(ROOT / "build" / preset / "compile_commands.json")):
+        unit = Unit(entry, digests)
+        chosen = [source for source in unit.sources
+                  if source not in seen
+                  and any(source == name or name in source.parents for name in wanted)]
+        if chosen:
+            seen.update(unit.sources)
+            yield unit
 
 
 def main():
     preset = sys.argv[1]
     wanted = [pathlib.Path(name).resolve() for name in sys.argv[2:]]
-    wanted = wanted or [ROOT / folder for folder in PROGRAMS]
+    wanted = wanted or [ROOT / folder for folder in FOLDERS]
     CLEAN.mkdir(parents=True, exist_ok=True)
-    GROUPS.mkdir(parents=True, exist_ok=True)
+    TOGETHER.mkdir(parents=True, exist_ok=True)
     digests = Digests()
-    database = json.loads(read(ROOT / "build" / preset / "compile_commands.json"))
-    sources = {}
-    for entry in database:
-        path = pathlib.Path(entry["file"])
-        if path in digests.texts and path not in sources:
-            if any(path == name or name in path.parents for name in wanted):
-                sources[path] = Source(path, compiler_options(entry), digests.of(path))
-    todo = [source for _, source in sorted(sources.items()) if not source.is_clean()]
-    groups = make_groups(todo)
-    print(f"{len(todo)} of {len(sources)} sources have changed since they were last clean; "
-          f"reading them in {len(groups)} groups.", flush=True)
+    units = list(wanted_units(preset, wanted, digests))
+    todo = [unit for unit in units if not unit.is_clean()]
+    print(f"{len(todo)} of {len(units)} units with {sum(len(unit.sources) for unit in units)} sources "
+          "have changed since they were last clean.", flush=True)
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         # The large ones first, or one would be left over at the end.
-        order = sorted(groups, key=len, reverse=True)
-        work = [pool.submit(read_group, number, group) for number, group in enumerate(order)]
-        work += [pool.submit(compiles_alone, s) for s in sources.values() if s.is_program]
+        order = sorted(todo, key=lambda unit: (unit.is_program, len(unit.sources)), reverse=True)
+        work = [pool.submit(read_unit, number, unit) for number, unit in enumerate(order)]
+        work += [pool.submit(compiles_alone, source, digests.of(source), unit.options)
+                 for unit in units if unit.is_program for source in unit.sources]
         is_clean = True
         for done in concurrent.futures.as_completed(work):
             if done.result():
