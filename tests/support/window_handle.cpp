@@ -9,6 +9,7 @@
 #include "meter/log_window.h"
 
 #include <QCoreApplication>
+#include <QMenuBar>
 
 namespace {
 

@@ -5,6 +5,8 @@
 #include "support/contrast.h"
 #include "support/device_table_case.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QLabel>
 #include <QMimeData>
 #include <QSignalSpy>
