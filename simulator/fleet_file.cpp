@@ -156,7 +156,7 @@ QString json_error(const QByteArray &text, const QJsonParseError &error)
     return QString("line %1: %2").arg(before.count('\n') + 1).arg(error.errorString());
 }
 
-FleetFile failed(const QString &error)
+FleetFile refused(const QString &error)
 {
     return {.error = error};
 }
@@ -168,9 +168,9 @@ FleetFile parse_fleet(const QByteArray &text)
     QJsonParseError parse_error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &parse_error);
     if (parse_error.error != QJsonParseError::NoError)
-        return failed(json_error(text, parse_error));
+        return refused(json_error(text, parse_error));
     if (!document.isObject())
-        return failed("a fleet must be an object with a list \"devices\"");
+        return refused("a fleet must be an object with a list \"devices\"");
 
     MemberReader top(document.object());
     std::optional<QJsonArray> usual;
@@ -178,9 +178,9 @@ FleetFile parse_fleet(const QByteArray &text)
         usual = read_sessions(top, "sessions");
     const QJsonArray devices = top.list("devices");
     if (!top.finish().isEmpty())
-        return failed(top.finish());
+        return refused(top.finish());
     if (devices.isEmpty())
-        return failed("\"devices\" is missing or empty");
+        return refused("\"devices\" is missing or empty");
 
     FleetFile fleet;
     for (int i = 0; i < devices.size() && fleet.error.isEmpty(); ++i) {
@@ -198,7 +198,7 @@ FleetFile load_fleet(const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return failed(QString("%1: %2").arg(path, file.errorString()));
+        return refused(QString("%1: %2").arg(path, file.errorString()));
     FleetFile fleet = parse_fleet(file.readAll());
     if (!fleet.error.isEmpty())
         fleet.error = path + ": " + fleet.error;

@@ -10,8 +10,6 @@ namespace simulator {
 
 namespace {
 
-constexpr int MOST_BATCHES = 16; // per round, so that no flood keeps the clock from running
-
 // A remote name is the sender's text: nothing of it may lead out of the folder.
 QString harmless(const QString &file_name)
 {
@@ -39,7 +37,7 @@ void start_upload(SimulatedDevice &device)
 void Fleet::on_tftp_packets()
 {
     now = steady_time();
-    for (int i = 0; i < MOST_BATCHES; ++i) {
+    for (int i = 0; i < PacketSocket::BATCHES_PER_ROUND; ++i) {
         const std::vector<ReceivedPacket> &packets = tftp_socket.receive();
         for (const ReceivedPacket &packet : packets)
             for (SimulatedDevice *device : devices_at(packet.to))

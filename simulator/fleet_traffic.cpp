@@ -15,7 +15,6 @@ namespace {
 
 constexpr int64_t METERING_PATIENCE = 10'000'000; // µs without a request until frames stop
 constexpr int64_t SLOT = 5000;                    // µs; answers of one slot leave in one batch
-constexpr int MOST_BATCHES = 16; // per round, so that no flood keeps the clock from running
 
 // Spread answers are gathered in slots: one system call sends many.
 int64_t slot_after(int64_t time)
@@ -42,7 +41,7 @@ void change_visible_value(SimulatedDevice &device)
 void Fleet::on_device_packets()
 {
     now = steady_time();
-    for (int i = 0; i < MOST_BATCHES; ++i) {
+    for (int i = 0; i < PacketSocket::BATCHES_PER_ROUND; ++i) {
         const std::vector<ReceivedPacket> &packets = device_socket.receive();
         for (const ReceivedPacket &packet : packets)
             handle_packet(packet);

@@ -46,6 +46,7 @@ public:
     int native_descriptor() const { return descriptor; }
 
     static constexpr size_t BATCH = 64;
+    static constexpr int BATCHES_PER_ROUND = 16;  // so that no flood keeps the clock from running
     static constexpr int LARGEST_PAYLOAD = 65507; // bytes that a UDP datagram over IPv4 carries
 
     // The next batch of waiting datagrams, at most BATCH; fewer when no more wait.

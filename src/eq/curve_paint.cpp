@@ -19,7 +19,6 @@ const QColor PHASE_CURVE(0xAA, 0xAA, 0xAA); // of markers and handles too
 const QString MINUS = QChar(0x2212);
 
 constexpr int BOLD = 75;
-constexpr int CENTERED = Qt::AlignHCenter | Qt::AlignVCenter;
 constexpr int LAST_FREQUENCY = 30000;
 
 // Lines stay visible through the fill behind a label.
@@ -28,7 +27,7 @@ void draw_filled_label(QPainter *painter, const QRect &r, const QString &text)
     painter->setOpacity(0.6);
     painter->fillRect(r, BACKGROUND);
     painter->setOpacity(1.0);
-    painter->drawText(r, CENTERED, text);
+    painter->drawText(r, Qt::AlignCenter, text);
 }
 
 QRect label_rect(QPainter *painter, const QString &text)
@@ -141,7 +140,7 @@ void CurveWidget::draw_frequency_label(QPainter *painter, int column, const QStr
 {
     if (text.isEmpty())
         return;
-    QRect r = painter->boundingRect(QRect(), CENTERED, text);
+    QRect r = painter->boundingRect(QRect(), Qt::AlignCenter, text);
     r.moveLeft(column - r.width() / 2);
     r.moveBottom(height() - 1);
     draw_filled_label(painter, r, text);

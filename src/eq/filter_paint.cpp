@@ -21,8 +21,6 @@ constexpr int BUBBLE_POINTS = 12;
 constexpr int BUBBLE_MARGIN = 6;
 constexpr double BUBBLE_RADIUS = 6.0;
 
-constexpr int CENTERED = Qt::AlignHCenter | Qt::AlignVCenter;
-
 void draw_square(QPainter *painter, QPoint anchor, int font_size)
 {
     const int radius = marker_size(font_size).quarter;
@@ -39,14 +37,14 @@ void draw_cross(QPainter *painter, QPoint anchor, int font_size)
 void draw_label(QPainter *painter, QPoint anchor, int font_size, const QString &text,
                 bool highlighted)
 {
-    QRect r = painter->boundingRect(QRect(), CENTERED, text);
+    QRect r = painter->boundingRect(QRect(), Qt::AlignCenter, text);
     const int top = anchor.y() - marker_size(font_size).half - r.height();
     r.moveTopLeft({anchor.x() - r.width() / 2, top});
     r.adjust(-1, 0, 2, 0);
     painter->setOpacity(0.4);
     painter->fillRect(r, highlighted ? HIGHLIGHT : QColor(Qt::black));
     painter->setOpacity(1.0);
-    painter->drawText(r, CENTERED, text);
+    painter->drawText(r, Qt::AlignCenter, text);
 }
 
 // Draws the bubble beside its anchor; the flags say on which side, for this paint and the next.

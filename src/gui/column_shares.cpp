@@ -38,7 +38,7 @@ std::vector<int> widths_for(const std::vector<ColumnNeed> &needs, int room,
     for (const ColumnNeed &need : needs) {
         whole.push_back(std::max(need.caption, need.contents));
         short_captions.push_back(std::max(std::min(need.caption, least.caption), need.contents));
-        short_contents.push_back(std::min(short_captions.back(), least.contents + need.picture));
+        short_contents.push_back(std::min(short_captions.back(), least.contents));
     }
     if (sum(whole) <= room)
         return whole;

@@ -8,7 +8,6 @@ struct ColumnNeed
 {
     int caption = 0;
     int contents = 0; // of its widest cell
-    int picture = 0;  // of that, what no text can use
 
     bool operator==(const ColumnNeed &) const = default;
 };
@@ -17,8 +16,8 @@ struct ColumnNeed
 struct LeastWidths
 {
     int caption = 0;
-    int contents = 0; // beside a picture
-    int last = 0;     // contents of the last column
+    int contents = 0;
+    int last = 0; // contents of the last column
 };
 
 // The widths of the columns that show, in the order in which they are seen. Where there is room,

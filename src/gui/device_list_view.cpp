@@ -18,7 +18,7 @@ namespace {
 
 // What columns keep at least when there is little room, in letters.
 constexpr int FEWEST_OF_CAPTION = 10;
-constexpr int FEWEST_OF_CONTENTS = 12;
+constexpr int FEWEST_OF_CONTENTS = 14;
 constexpr int FEWEST_OF_LAST = 18;   // "Online, updating 42%"
 constexpr int SHRINK_INTERVAL = 250; // ms: a column that could be narrower may wait a little
 // Per column, the letters of all texts whose width is kept; ever-changing numbers must not pile up.
@@ -81,9 +81,7 @@ int DeviceListView::sizeHintForColumn(int column) const
             continue;
         if (shown == column)
             place = needs.size();
-        needs.push_back({.caption = caption_width(shown),
-                         .contents = contents_width(shown),
-                         .picture = picture_width(shown)});
+        needs.push_back({.caption = caption_width(shown), .contents = contents_width(shown)});
     }
     if (isColumnHidden(column))
         return contents_width(column);
@@ -102,13 +100,6 @@ int DeviceListView::contents_width(int column) const
     if (width < 0)
         width = measured_width(column);
     return width;
-}
-
-// A column has pictures in all of its cells or in none.
-int DeviceListView::picture_width(int column) const
-{
-    const bool has_picture = model()->index(0, column).data(Qt::DecorationRole).isValid();
-    return has_picture ? iconSize().width() : 0;
 }
 
 int DeviceListView::caption_width(int column) const

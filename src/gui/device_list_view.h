@@ -58,7 +58,6 @@ private:
     void apply_widths();
     void measure_dirty_columns();
     int contents_width(int column) const; // of its widest cell
-    int picture_width(int column) const;
     int caption_width(int column) const;
     int measured_width(int column) const;
     int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;

@@ -115,11 +115,8 @@ void Gui::build_window()
             eq_splitter->addWidget(curve_widget);
     });
     connect(top_bar->identify_button(), &QPushButton::clicked, this, &Gui::identify_selected);
-    // Rows that have come back may have moved the chosen one out of sight.
-    connect(top_bar->search_box(), &SearchBox::left, this, [this] {
-        table.view()->setFocus(Qt::ShortcutFocusReason);
-        table.view()->scrollTo(table.view()->currentIndex());
-    });
+    connect(top_bar->search_box(), &SearchBox::left, this,
+            [this] { table.view()->setFocus(Qt::ShortcutFocusReason); });
     connect_panel();
 
     property_splitter->setSizes(first_splitter_sizes(width()));

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int DELAY = 1000; // ms: what a kill or a lost display may cost
+constexpr int KEEP_DELAY = 1000; // ms: what a kill or a lost display may cost
 
 // The second is a file that can't be, neither read nor written.
 QSettings open_settings()
@@ -27,7 +27,7 @@ KeptSettings::KeptSettings()
     : settings(open_settings())
 {
     timer.setSingleShot(true);
-    timer.setInterval(DELAY);
+    timer.setInterval(KEEP_DELAY);
     connect(&timer, &QTimer::timeout, this, &KeptSettings::due);
 }
 

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int DELAY = 500;          // ms
+constexpr int SAVE_DELAY = 500;     // ms
 constexpr qint64 LONGEST_SLICE = 2; // ms; the window answers and paints in between
 constexpr qint64 FOREVER = std::numeric_limits<qint64>::max();
 constexpr int ROOM = LARGEST_CACHE - 1024; // for parts; the rest is for what stands around them
@@ -22,7 +22,7 @@ DeviceCache::DeviceCache(const Devices &all_devices)
     : devices(all_devices)
 {
     delay.setSingleShot(true);
-    delay.setInterval(DELAY);
+    delay.setInterval(SAVE_DELAY);
     connect(&delay, &QTimer::timeout, this, &DeviceCache::begin_slices);
     slices.setInterval(0);
     connect(&slices, &QTimer::timeout, this, &DeviceCache::continue_slices);

@@ -64,14 +64,6 @@ private slots:
         QCOMPARE(share_width(failing, 465, LEAST), (std::vector<int>{230, 180, 170, 94, 304}));
     }
 
-    void a_picture_leaves_the_text_its_room()
-    {
-        std::vector<ColumnNeed> pictured = SITE;
-        pictured.front().picture = 64;
-        QVERIFY(share_width(pictured, 560, LEAST).front() >= 164);
-        QVERIFY(share_width(pictured, 560, LEAST).front() > share_width(SITE, 560, LEAST).front());
-    }
-
     void what_can_not_fit_is_whole()
     {
         QCOMPARE(sum(share_width(SITE, 300, LEAST)) >= 772, true);

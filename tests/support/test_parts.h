@@ -6,11 +6,14 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <vector>
 
 // A class of tests, which is made only when its turn comes.
 struct TestClass
 {
+    QByteArray file; // of its source
     const QMetaObject *meta;
     int (*run)(int argc, char **argv);
 
@@ -23,9 +26,9 @@ struct TestClass
 };
 
 template<typename Tests>
-TestClass test_class()
+TestClass test_class(const QByteArray &file)
 {
-    return {.meta = &Tests::staticMetaObject, .run = [](int argc, char **argv) {
+    return {.file = file, .meta = &Tests::staticMetaObject, .run = [](int argc, char **argv) {
                 Tests tests;
                 return QTest::qExec(&tests, argc, argv);
             }};
@@ -40,19 +43,23 @@ inline std::vector<TestClass> &test_parts()
 template<typename Tests>
 struct TestPart
 {
-    TestPart() { test_parts().push_back(test_class<Tests>()); }
+    explicit TestPart(const char *file) { test_parts().push_back(test_class<Tests>(file)); }
 };
 
 // Stands at the end of a part's source.
-#define TEST_PART(Tests) static const TestPart<Tests> registered_part;
+#define TEST_PART(Tests) static const TestPart<Tests> registered_part(__FILE__);
 
 // Runs the tests that the command line names, each in the class that has it; all, if it names none.
-// What no class has goes to all of them, and the first complains.
+// What no class has goes to all of them, and the first complains. `file` is the source of First,
+// whose name the parts' names begin with.
 template<typename First>
-int run_tests(int argc, char **argv)
+int run_tests(int argc, char **argv, const QByteArray &file)
 {
-    std::vector<TestClass> classes{test_class<First>()};
-    classes.insert(classes.end(), test_parts().begin(), test_parts().end());
+    std::vector<TestClass> classes{test_class<First>(file)};
+    const QByteArray own_parts = file.chopped(static_cast<int>(std::strlen(".cpp"))) + '_';
+    // Programs of several tests have the parts of all.
+    std::copy_if(test_parts().begin(), test_parts().end(), std::back_inserter(classes),
+                 [own_parts](const TestClass &tests) { return tests.file.startsWith(own_parts); });
     const auto is_test = [classes](const char *argument) {
         return std::any_of(classes.begin(), classes.end(),
                            [argument](const TestClass &tests) { return tests.has(argument); });
@@ -78,5 +85,5 @@ int run_tests(int argc, char **argv)
     {                                                                                              \
         QApplication application(argc, argv);                                                      \
         QApplication::setAttribute(Qt::AA_Use96Dpi, true);                                         \
-        return run_tests<Tests>(argc, argv);                                                       \
+        return run_tests<Tests>(argc, argv, __FILE__);                                             \
     }

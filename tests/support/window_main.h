@@ -73,7 +73,7 @@ inline QJsonObject loudspeaker_report(const QString &id, int product_id = 3,
 }
 
 template<typename Test>
-int run_window_test(int argc, char **argv)
+int run_window_test(int argc, char **argv, const char *file)
 {
     // The window asks its network for devices as soon as it starts: nothing may get out.
     std::string reason;
@@ -84,11 +84,11 @@ int run_window_test(int argc, char **argv)
     QApplication::setQuitOnLastWindowClosed(false);
     register_resources();
     build_catalogue();
-    return run_tests<Test>(argc, argv);
+    return run_tests<Test>(argc, argv, file);
 }
 
 #define WINDOW_TEST_MAIN(Test)                                                                     \
     int main(int argc, char **argv)                                                                \
     {                                                                                              \
-        return run_window_test<Test>(argc, argv);                                                  \
+        return run_window_test<Test>(argc, argv, __FILE__);                                        \
     }

@@ -4,6 +4,7 @@
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "eq/filter_list.h"
+#include "support/curve_picture.h"
 
 #include <QPainter>
 #include <QtTest>
@@ -16,17 +17,11 @@ const QColor STRONG(0x66, 0x66, 0x66);
 const QColor WEAK(80, 80, 80, 185);
 const QString MINUS = QChar(0x2212);
 
-QImage picture(CurveWidget &view)
-{
-    return view.grab().toImage().convertToFormat(QImage::Format_RGB32);
-}
-
 // 800 x 400 has ten rows per dB, 0 dB at row 200 and a font of 12 points.
 std::unique_ptr<CurveWidget> view_of(const std::vector<EqBand> &bands, QSize size = {800, 400})
 {
     auto view = std::make_unique<CurveWidget>(nullptr, make_filters(bands));
-    view->resize(size);
-    view->set_has_curve(true);
+    set_up(*view, size);
     picture(*view);
     return view;
 }

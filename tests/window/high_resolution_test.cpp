@@ -129,6 +129,6 @@ private slots:
 int main(int argc, char **argv)
 {
     qputenv("QT_SCALE_FACTOR", "2");
-    return run_window_test<HighResolutionTest>(argc, argv);
+    return run_window_test<HighResolutionTest>(argc, argv, __FILE__);
 }
 #include "high_resolution_test.moc"

@@ -96,25 +96,6 @@ private slots:
         QVERIFY(gui().is_editing()); // that is no Cancel
     }
 
-    void escape_back_to_the_list_brings_the_chosen_row_into_sight()
-    {
-        QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
-        for (int i = 0; i < 60; ++i)
-            window->add(named(i < 59 ? "Left" : "Right"));
-        window->select({59});
-        search("left");
-        const auto is_in_sight = [this] {
-            return gui().view()->viewport()->rect().contains(
-                gui().view()->visualRect(gui().view()->currentIndex()));
-        };
-        gui().search_box()->setFocus();
-        QTest::keyClick(gui().search_box(), Qt::Key_Escape);
-        gui().view()->scrollToTop();
-        QVERIFY(!is_in_sight());
-        QTest::keyClick(gui().search_box(), Qt::Key_Escape);
-        QTRY_VERIFY(is_in_sight());
-    }
-
     void a_button_in_the_box_clears_it()
     {
         window->add(named("Left"));
