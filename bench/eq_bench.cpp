@@ -1,10 +1,10 @@
 // What the equaliser's response, a drag step and a paint cost, as ratios to the plain way.
+#include "bench_main.h"
 #include "eq/curve_grid.h"
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "eq/filter_list.h"
 #include "eq/filter_response.h"
-#include "limit.h"
 #include "measure.h"
 
 #include <QApplication>
@@ -135,10 +135,8 @@ void measure_painting()
 
 int main(int argc, char **argv)
 {
-    is_short_run(argc, argv);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    measure_response();
-    measure_painting();
-    return bench_result();
+    return bench_main(argc, argv, [](bool, const QStringList &) {
+        measure_response();
+        measure_painting();
+    });
 }

@@ -262,6 +262,7 @@ void bench_full_start(WindowHandle &filled, const QString &folder)
 
 } // namespace
 
+// No bench_main: a bare start has to be measured before resources and catalogue are there.
 int main(int argc, char **argv)
 {
     const bool is_short = is_short_run(argc, argv);

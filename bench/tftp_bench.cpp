@@ -317,6 +317,7 @@ std::string make_file(int size)
 
 } // namespace
 
+// No bench_main: it forks its devices, and the toolkit's application would go along.
 int main(int argument_count, char **arguments)
 {
     const bool is_short = is_short_run(argument_count, arguments);

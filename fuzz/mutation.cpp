@@ -2,6 +2,7 @@
 #include "fuzz/mutation.h"
 
 #include "simulator/datagrams.h"
+#include "simulator/draw_by_weight.h"
 
 #include <array>
 
@@ -137,9 +138,23 @@ void nest_deeply(QByteArray &bytes, RandomSource &random)
     bytes.insert(place, before + '1' + after + ',');
 }
 
-constexpr std::array DAMAGES
-    = {change_byte, flip_bit,      cut_end,     remove_part,   double_part, insert_word,
-       change_type, change_number, change_type, change_number, nest_deeply};
+struct DamageRow
+{
+    int weight = 1;
+    void (*damage)(QByteArray &bytes, RandomSource &random) = nullptr;
+};
+
+constexpr std::array DAMAGES = {
+    DamageRow{.damage = change_byte},
+    DamageRow{.damage = flip_bit},
+    DamageRow{.damage = cut_end},
+    DamageRow{.damage = remove_part},
+    DamageRow{.damage = double_part},
+    DamageRow{.damage = insert_word},
+    DamageRow{.weight = 2, .damage = change_type},
+    DamageRow{.weight = 2, .damage = change_number},
+    DamageRow{.damage = nest_deeply},
+};
 
 } // namespace
 
@@ -151,7 +166,7 @@ QByteArray damaged(const QByteArray &datagram, RandomSource &random)
     if (has_trailer && random.happens(95))
         bytes.chop(TRAILER_SIZE);
     for (int i = random.between(1, 8); i > 0; --i)
-        DAMAGES[static_cast<size_t>(random.below(int{DAMAGES.size()}))](bytes, random);
+        draw_by_weight(DAMAGES, random).damage(bytes, random);
     bytes.truncate(LARGEST_DATAGRAM - TRAILER_SIZE);
     append_trailer(bytes, random.happens(50) ? Checksum::RIGHT : Checksum::NONE);
     return bytes;

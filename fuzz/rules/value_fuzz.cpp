@@ -12,8 +12,8 @@ constexpr const char *UNITS[] = {"", "Hz", "dB", "m", "k", "kHz"};
 QString text_of(const PropertyDesc &desc, double value)
 {
     QString text;
-    QIcon *no_icon = reinterpret_cast<QIcon *>(&text); // never written
-    value_text(desc, value, true, &text, no_icon);
+    QVariant icon;
+    value_text(desc, value, true, &text, &icon);
     return text;
 }
 

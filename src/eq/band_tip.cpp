@@ -4,7 +4,6 @@
 #include "eq/eq_rows.h"
 #include "gui/value_text.h"
 
-#include <QIcon>
 #include <QStringList>
 
 QString band_tip(int number, const RowByKey &row_by_key)
@@ -15,7 +14,7 @@ QString band_tip(int number, const RowByKey &row_by_key)
         if (!row)
             continue;
         QString text;
-        QIcon icon; // none has one
+        QVariant icon; // none has one
         value_text(row->desc, row->value, row->uniform, &text, &icon);
         lines.append(QString::fromStdString(row->desc.label) + QStringLiteral(": ") + text);
     }

@@ -13,7 +13,6 @@
 
 #include <QCheckBox>
 #include <QHBoxLayout>
-#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -36,7 +35,7 @@ bool is_filled(const Property &row)
 QString text_of(const Property &row)
 {
     QString text;
-    QIcon icon;
+    QVariant icon;
     value_text(row.desc, row.value, row.uniform, &text, &icon);
     return text;
 }

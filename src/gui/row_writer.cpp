@@ -49,7 +49,7 @@ CellChange write_property(const Device &device, const std::string &key, DeviceCe
     if (value == device.values.end() || desc == device.properties.end())
         return {};
     QString text;
-    QIcon icon;
+    QVariant icon;
     if (desc->second.flags & (PF_FOLLOWS_BANK | PF_SOURCE_CHANNEL)) {
         PropertyDesc dependent = desc->second;
         update_dynamic_choices(dependent, [&device](const std::string &other) {
@@ -60,7 +60,7 @@ CellChange write_property(const Device &device, const std::string &key, DeviceCe
         value_text(desc->second, value->second, true, &text, &icon);
     }
     if (!cell.data(Qt::DecorationRole).isValid())
-        cell.store(Qt::DecorationRole, icon);
+        cell.store(Qt::DecorationRole, icon.value<QIcon>());
     return set_cell(cell, text, value->second);
 }
 

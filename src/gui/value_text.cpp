@@ -83,7 +83,7 @@ QString text_by_kind(const PropertyDesc &desc, const QVariant &value)
 } // namespace
 
 void value_text(const PropertyDesc &desc, const QVariant &value, bool uniform, QString *out_str,
-                QIcon *out_icon)
+                QVariant *out_icon)
 {
     FATAL_ASSERT("value_text.cpp", out_str && out_icon);
 

@@ -88,7 +88,8 @@ std::unique_ptr<Device> device_from_case(const QJsonObject &given)
 QString text_of(const Property &row)
 {
     QString text;
-    value_text(row.desc, row.value, row.uniform, &text, reinterpret_cast<QIcon *>(&text));
+    QVariant icon;
+    value_text(row.desc, row.value, row.uniform, &text, &icon);
     return text;
 }
 

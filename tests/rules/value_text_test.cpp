@@ -29,8 +29,10 @@ namespace {
 QString text_of(const PropertyDesc &desc, const QVariant &value, bool uniform = true)
 {
     QString text = "untouched";
-    // The icon is only ever passed on, so any address will do.
-    value_text(desc, value, uniform, &text, reinterpret_cast<QIcon *>(&text));
+    QVariant icon = "untouched";
+    value_text(desc, value, uniform, &text, &icon);
+    if (icon != "untouched")
+        return "an icon";
     return text;
 }
 
