@@ -8,12 +8,11 @@
 #include <QTimer>
 #include <QUdpSocket>
 
+#include <csignal>
+#include <functional>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <csignal>
-#include <functional>
 
 namespace {
 

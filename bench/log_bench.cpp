@@ -1,7 +1,6 @@
 // How fast log windows take text: lines per second of CPU time, stalls and memory. First the
 // window's text alone, then the program with 20 log windows, fed by datagrams over the loopback.
 #include "bench_main.h"
-
 #include "link/datagram.h"
 #include "meter/log_stream.h"
 #include "meter/log_text.h"

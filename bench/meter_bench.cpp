@@ -1,7 +1,6 @@
 // What live meters cost: a tick of 1,000 devices with its painting, in a list of its own and in the
 // program's, and a frame from the wire to the level.
 #include "bench_main.h"
-
 #include "gui/device_list_view.h"
 #include "link/datagram.h"
 #include "link/packet_kind.h"

@@ -1,9 +1,8 @@
 // What a report, a changed cell, a lost fleet and a start cost, beside plain work of the same kind.
 #include "bench_window.h"
-#include "limit.h"
-
 #include "gui/column_rules.h"
 #include "gui/device_list_view.h"
+#include "limit.h"
 #include "link/datagram.h"
 #include "model/device_state.h"
 

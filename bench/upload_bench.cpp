@@ -2,7 +2,6 @@
 // of a cable: first without loss, then with 5 % of datagrams lost in each direction.
 // Usage: upload_bench [--short]
 #include "bench_main.h"
-
 #include "firmware/tftp_uploader.h"
 #include "gui/device_list_view.h"
 #include "support/fleet.h"

@@ -12,8 +12,8 @@ class WindowHandle;
 class QDialog;
 struct Device;
 
-// Its hand on the window is not the operator's of the long run: that one has a mouse, keys and all the
-// time that a dialog takes. Here an act is one call, over at once and the same each time.
+// Its hand on the window is not the operator's of the long run: that one has a mouse, keys and all
+// the time that a dialog takes. Here an act is one call, over at once and the same each time.
 class InboundPlay
 {
 public:

@@ -1,7 +1,6 @@
 // A running fleet: metering frames and log streams.
-#include "simulator/fleet.h"
-
 #include "link/datagram.h"
+#include "simulator/fleet.h"
 
 #include <algorithm>
 

@@ -1,5 +1,6 @@
 // The simulated fleet at the other end of a cable.
 #include "soak/fleet_line.h"
+
 #include "soak/waiting.h"
 
 #include <QCoreApplication>

@@ -1,10 +1,9 @@
 // The operator at the panel: edits, confirms, draws the curve, updates, keeps backups.
-#include "soak/operator_play.h"
-
 #include "eq/curve_widget.h"
 #include "gui/modified_combo_box.h"
 #include "gui/value_spinner.h"
 #include "soak/odd_texts.h"
+#include "soak/operator_play.h"
 #include "soak/typing.h"
 #include "support/window_main.h"
 

@@ -1,8 +1,7 @@
 // The operator at the list: selects, sorts, searches, hides columns, deletes.
-#include "soak/operator_play.h"
-
 #include "gui/device_list_view.h"
 #include "soak/odd_texts.h"
+#include "soak/operator_play.h"
 #include "soak/typing.h"
 #include "support/window_main.h"
 

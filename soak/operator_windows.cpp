@@ -1,8 +1,7 @@
 // The operator beside the list: log windows, networks, dialogs, leaving and coming back.
-#include "soak/operator_play.h"
-
 #include "meter/log_window.h"
 #include "soak/odd_texts.h"
+#include "soak/operator_play.h"
 #include "support/window_main.h"
 
 #include <QComboBox>

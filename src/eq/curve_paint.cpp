@@ -1,9 +1,8 @@
 // Paints the curve view: grid, labels, summed curves, bands.
-#include "eq/curve_grid.h"
-#include "eq/curve_widget.h"
-
 #include "eq/column_paint.h"
 #include "eq/curve_geometry.h"
+#include "eq/curve_grid.h"
+#include "eq/curve_widget.h"
 #include "eq/filter.h"
 
 #include <QElapsedTimer>
@@ -64,7 +63,7 @@ void CurveWidget::paintEvent(QPaintEvent *)
     draw_summed_curves(&painter);
     draw_bands(&painter);
     painter.end();
-    static_cast<void>(timer.elapsed()); // decides nothing, and stays
+    static_cast<void>(timer.elapsed()); // measured for who debugs; nothing goes by it
 }
 
 void CurveWidget::renew_grid_picture()

@@ -23,7 +23,7 @@ float dragged_q(const CurveGrid &grid, const DragStart &start, float freq, QPoin
 {
     const double pressed = grid.x_to_freq(start.position.x());
     const double pointed = grid.x_to_freq(position.x());
-    const double square = freq * freq; // a 32-bit product
+    const double square = freq * freq; // multiplied as floats, and rounded, before it is a double
     double low = 0.0;
     double high = 0.0;
     if (freq > pressed) {

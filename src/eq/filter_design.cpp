@@ -143,7 +143,7 @@ PeakWidth peak_width(float freq, float q)
     PeakWidth width;
     if (q <= 0.01) {
         width.q = 0.01F;
-        width.bandwidth = 13.288F; // stays a literal: nothing is computed down here
+        width.bandwidth = 13.288F; // octaves: what the other branch would make of this q
     } else {
         const auto half_inverse = static_cast<float>(1.0 / (2.0 * q));
         width.q = q;

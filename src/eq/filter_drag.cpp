@@ -1,7 +1,6 @@
 // The mouse half of the bands: which handle is held, and what a drag makes of it.
-#include "eq/filter.h"
-
 #include "eq/curve_grid.h"
+#include "eq/filter.h"
 
 #include <QMouseEvent>
 

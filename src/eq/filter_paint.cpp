@@ -1,8 +1,7 @@
 // The paint half of the bands: marker, own response, handles and bubble.
-#include "eq/filter.h"
-
 #include "eq/column_paint.h"
 #include "eq/curve_grid.h"
+#include "eq/filter.h"
 #include "eq/filter_response.h"
 
 #include <QPainter>

@@ -92,7 +92,8 @@ TftpAction tftp_receive(TftpTransfer &transfer, std::span<const char> bytes, qin
     if (!transfer.active)
         return TFTP_NOTHING;
     const TftpReply reply = read_tftp_reply(bytes, received);
-    // Before the reply is looked at: even a useless one ends the repeating. This stays.
+    // Before the reply is looked at: a device that says anything at all has the datagram, so it is
+    // not repeated any more, even if the reply itself is useless.
     transfer.pending.size = 0;
     transfer.last_activity = now;
 

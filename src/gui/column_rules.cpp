@@ -1,5 +1,6 @@
 // Which columns the device list has.
 #include "gui/column_rules.h"
+
 #include "model/meta.h"
 
 #include <algorithm>

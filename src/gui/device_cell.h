@@ -15,8 +15,8 @@ public:
     static constexpr int ID_ROLE = 257; // column 0: the device's id
     static constexpr int TURN_ROLE
         = 257; // column 1: the row's turn among those that go (row_order)
-    static constexpr int SORT_ROLE = 258;  // every filled cell
-    static constexpr int EXTRA_ROLE = 259; // what a column has of its own; both of these are that
+    static constexpr int SORT_ROLE = 258;         // every filled cell
+    static constexpr int EXTRA_ROLE = 259;        // one value more, whose meaning is the column's:
     static constexpr int ICON_ROLE = EXTRA_ROLE;  // product column: the path of the picture
     static constexpr int METER_ROLE = EXTRA_ROLE; // meter column: the MeterObject *
 
@@ -52,5 +52,5 @@ public:
     Device *device = nullptr; // null once the list has been told to forget the devices
     int birth = 0;            // running number of the row
     int birth_row = 0;        // where the model put it
-    bool is_online = false;   // as counted
+    bool is_online = false;   // when it was last counted
 };

@@ -20,7 +20,7 @@
 DeviceTable::Batch::Batch(DeviceTable &its_table)
     : table(its_table)
 {
-    // What fills an empty list stands as it comes until the end.
+    // Rows that come into an empty list go to its end, and are sorted when all are there.
     if (table.batches++ == 0 && table.device_model.rowCount() == 0)
         table.sort_pending = true;
 }

@@ -1,5 +1,6 @@
 // Brings the window to life in a fixed order, and closes it without losing anything.
 #include "gui/gui.h"
+
 #include "eq/curve_widget.h"
 #include "gui/device_list_view.h"
 #include "gui/network_combo.h"

@@ -12,7 +12,8 @@ namespace {
 
 constexpr int KEEP_DELAY = 1000; // ms: what a kill or a lost display may cost
 
-// The second is a file that can't be, neither read nor written.
+// Where the program's own file must not be touched, one stands in that can neither be read nor
+// written: no resource has this name.
 QSettings open_settings()
 {
     return are_settings_usable()

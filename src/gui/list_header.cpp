@@ -91,7 +91,7 @@ void ListHeader::paintEvent(QPaintEvent *event)
 
 void ListHeader::paintSection(QPainter *painter, const QRect &rect, int section) const
 {
-    // The base class leaves its clipping and pens to the next one.
+    // The base class changes the painter's clipping and pen, and does not put them back.
     painter->save();
     QHeaderView::paintSection(painter, rect, section);
     painter->restore();

@@ -43,7 +43,7 @@ public:
     // Takes what a row's editor gave, and marks what follows. A refused input changes nothing and
     // gives false.
     bool edit(const std::string &key, const QVariant &value);
-    // The row stands for this, from now on and for all.
+    // Stores a value as it is; whether the row counts as edited stays.
     void set_value(const std::string &key, const QVariant &value, bool uniform);
     // All rows belong to their devices again, at their next refresh.
     void drop_edits();

@@ -11,7 +11,8 @@ namespace {
 
 constexpr qint64 LARGEST_SETTINGS = 16 * 1024 * 1024; // bytes; usual are a few thousand
 
-// Settings under the program's own names would be read at once, so a neighbour of theirs is asked.
+// Asked of settings under another program's name: an object for our own would read their file at
+// once, which is what has to be looked at first.
 QDir settings_folder()
 {
     const QSettings neighbour(QSettings::IniFormat, QSettings::UserScope, "neighbour");

@@ -8,7 +8,8 @@
 
 // Writes the text of `value` to `out_str`: "..." when devices disagree, "?" without a value, else
 // by the kind of `desc`, with its unit behind numbers and texts. Neither pointer may be null.
-// `out_icon`, which a cell's decoration role would take, is never written: no kind has an icon so far.
+// `out_icon`, which a cell's decoration role would take, is never written: no kind has an icon so
+// far.
 void value_text(const PropertyDesc &desc, const QVariant &value, bool uniform, QString *out_str,
                 QVariant *out_icon);
 

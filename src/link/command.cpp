@@ -1,5 +1,6 @@
 // The objects that go out to devices.
 #include "link/command.h"
+
 #include "link/datagram.h"
 
 #include <QJsonDocument>

@@ -7,8 +7,8 @@
 // The discovery request: every device answers it with its whole state.
 QJsonObject discovery_request();
 
-// A command for one device. KEPT: `seq` is 1 on each: 0 marks a device's own reports, and nothing
-// counts.
+// A command for one device. KEPT: `seq` is 1 on each: 0 marks a device's own reports, and
+// commands are not numbered.
 QJsonObject device_command(const QString &command);
 
 // "set_params" that switches the device's log stream.

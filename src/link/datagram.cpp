@@ -1,5 +1,6 @@
 // The bytes on the wire.
 #include "link/datagram.h"
+
 #include "link/crc32.h"
 #include "link/repeated_keys.h"
 

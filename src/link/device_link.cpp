@@ -1,5 +1,6 @@
 // The sockets by which the program hears the devices and speaks to them.
 #include "link/device_link.h"
+
 #include "link/datagram.h"
 #include "link/drain_rules.h"
 

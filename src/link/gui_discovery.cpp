@@ -80,7 +80,8 @@ void Gui::on_network_activated()
         settings.note_change();
 }
 
-// The device counts as asked even when the sending then fails. No caller is quiet so far.
+// The device counts as asked even when the sending then fails. `quiet` keeps the command out of the
+// device's log; so far no caller wants that.
 QString Gui::send_to_device(Device *device, QJsonObject object, bool quiet)
 {
     object.insert("api_version", API_VERSION);

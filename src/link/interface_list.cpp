@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cerrno>
-
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>

@@ -1,10 +1,10 @@
 // A live meter in the property panel.
 #pragma once
 
+#include "meter/meter_object.h"
+
 #include <QPointer>
 #include <QWidget>
-
-#include "meter/meter_object.h"
 
 class MeterWidget : public QWidget
 {

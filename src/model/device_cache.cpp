@@ -1,5 +1,6 @@
 // Keeps the devices between runs, in one file.
 #include "model/device_cache.h"
+
 #include "model/device.h"
 #include "model/registry_limit.h"
 #include "model/saved_file.h"

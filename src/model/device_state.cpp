@@ -1,5 +1,6 @@
 // Merges what a device reports into its record.
 #include "model/device_state.h"
+
 #include "gui/choices.h"
 #include "link/datagram.h"
 #include "link/packet_kind.h"

@@ -1,5 +1,6 @@
 // The only bridge between a property descriptor and JSON.
 #include "model/json_path.h"
+
 #include "model/kept_report.h"
 
 #include <cmath>

@@ -1,5 +1,6 @@
 // A device's last report, in as little memory as its text takes.
 #include "model/kept_report.h"
+
 #include "link/datagram.h"
 
 #include <QJsonArray>

@@ -1,5 +1,6 @@
 // Builds the catalogue: which properties each product has, and their bounds and choices.
 #include "model/meta.h"
+
 #include "support/fatal_assert.h"
 
 #include <algorithm>

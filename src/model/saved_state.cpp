@@ -1,5 +1,6 @@
 // What is kept of devices between runs.
 #include "model/saved_state.h"
+
 #include "link/packet_kind.h"
 #include "model/json_indent.h"
 #include "model/registry_limit.h"

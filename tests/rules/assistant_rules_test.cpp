@@ -1,6 +1,5 @@
 // The setup assistant's pages: texts and buttons, every transition, and when the assistant opens.
 #include "firmware/assistant_rules.h"
-
 #include "model/device.h"
 
 #include <QtTest>

@@ -1,6 +1,5 @@
 // Choices that depend on other rows, and how a combo box shows a value.
 #include "gui/choices.h"
-
 #include "support/vectors.h"
 
 #include <QtTest>

@@ -1,6 +1,5 @@
 // Pixel geometry of the curve view.
 #include "eq/curve_geometry.h"
-
 #include "eq/curve_grid.h"
 #include "eq/filter_design.h"
 #include "support/vectors.h"

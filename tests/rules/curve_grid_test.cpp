@@ -1,6 +1,5 @@
 // The frequency table and the conversions between pixels, Hz and dB.
 #include "eq/curve_grid.h"
-
 #include "support/vectors.h"
 
 #include <QtTest>

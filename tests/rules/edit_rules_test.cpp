@@ -1,6 +1,5 @@
 // From editors to values, and from edited rows to what a device is sent.
 #include "gui/edit_rules.h"
-
 #include "link/interface_rules.h"
 #include "model/error_value.h"
 #include "support/selected_rows.h"

@@ -1,6 +1,5 @@
 // Which bands the panel's rows describe, and what a drag writes back.
 #include "eq/eq_rows.h"
-
 #include "model/error_value.h"
 
 #include <QtTest>

@@ -1,6 +1,5 @@
 // The filter designs: coefficients against golden cases, and what they make of odd settings.
 #include "eq/filter_design.h"
-
 #include "support/eq_numbers.h"
 #include "support/vectors.h"
 

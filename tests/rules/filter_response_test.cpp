@@ -1,6 +1,5 @@
 // The response of one band, the summed curves and the outlines made of them.
 #include "eq/filter_response.h"
-
 #include "support/eq_numbers.h"
 #include "support/vectors.h"
 

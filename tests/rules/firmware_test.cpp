@@ -1,6 +1,5 @@
 // Firmware images: the golden cases, every damaged length, and the limits of the interface.
 #include "firmware/firmware.h"
-
 #include "link/crc32.h"
 #include "support/vectors.h"
 

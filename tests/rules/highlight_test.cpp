@@ -1,6 +1,5 @@
 // Search hits in cell texts.
 #include "gui/highlight.h"
-
 #include "support/vectors.h"
 
 #include <QtTest>

@@ -1,6 +1,5 @@
 // What the panel's rows stand for: refreshed over a selection, edited, and told to devices.
 #include "gui/panel_rows.h"
-
 #include "model/error_value.h"
 #include "support/selected_rows.h"
 

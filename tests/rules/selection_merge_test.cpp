@@ -1,7 +1,6 @@
 // What the panel shows for a selection of devices.
-#include "gui/selection_merge.h"
-
 #include "gui/choices.h"
+#include "gui/selection_merge.h"
 #include "gui/value_text.h"
 #include "support/selected_rows.h"
 #include "support/vectors.h"

@@ -1,6 +1,5 @@
 // The course of a TFTP write: golden transcripts replayed against a made-up clock, and the limits.
 #include "firmware/tftp_transfer.h"
-
 #include "link/crc32.h"
 #include "support/vectors.h"
 

@@ -1,6 +1,5 @@
 // Whether a device gets an upload: every refusal with its text, and the exact bytes.
 #include "firmware/upload_rules.h"
-
 #include "support/vectors.h"
 
 #include <QtTest>

@@ -1,6 +1,5 @@
 // Typed text to values.
 #include "gui/value_parser.h"
-
 #include "support/vectors.h"
 
 #include <QtTest>

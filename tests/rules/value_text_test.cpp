@@ -1,6 +1,5 @@
 // Display texts of values.
 #include "gui/value_text.h"
-
 #include "support/vectors.h"
 
 #include <QtTest>

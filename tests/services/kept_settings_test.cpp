@@ -1,7 +1,6 @@
 // The settings are written soon after a change, and nothing that stands in their way holds the
 // program up.
 #include "gui/kept_settings.h"
-
 #include "gui/settings_file.h"
 #include "support/files.h"
 

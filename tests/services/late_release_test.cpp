@@ -1,7 +1,6 @@
 // Records that have gone are freed in turns of the event loop.
-#include "model/late_release.h"
-
 #include "model/device.h"
+#include "model/late_release.h"
 
 #include <QPointer>
 #include <QtTest>

@@ -1,6 +1,5 @@
 // More transfers at once than the program may hold sockets.
 #include "firmware/tftp_uploader.h"
-
 #include "support/many_devices.h"
 #include "support/private_network.h"
 

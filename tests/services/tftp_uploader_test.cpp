@@ -1,6 +1,5 @@
 // Uploads over real sockets in a private network: 127.0.0.x play the devices, all on port 69.
 #include "firmware/tftp_uploader.h"
-
 #include "support/cable.h"
 #include "support/private_network.h"
 #include "support/tftp_peer.h"

@@ -3,14 +3,13 @@
 
 #include "support/fleet.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <linux/if_packet.h>
 #include <net/ethernet.h>
 #include <net/if.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <algorithm>
 
 // A cable with both ends here; what leaves by NAME arrives at NAMEx. The far end goes up first: the
 // near one then carries at once.

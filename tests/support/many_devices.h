@@ -10,7 +10,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
 #include <vector>
 
 constexpr int MANY_DEVICES = 1500;

@@ -1,7 +1,6 @@
 // The curve view's state: ownership of filters, what is computed when, odd sizes and settings.
-#include "eq/curve_widget.h"
-
 #include "eq/curve_grid.h"
+#include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "eq/filter_list.h"
 

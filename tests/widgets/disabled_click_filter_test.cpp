@@ -1,6 +1,5 @@
 // Clicks on disabled editors.
 #include "gui/disabled_click_filter.h"
-
 #include "gui/modified_combo_box.h"
 #include "gui/value_spinner.h"
 

@@ -1,7 +1,6 @@
 // The bands as objects: what they take, what they give back, what they stay without a view.
-#include "eq/filter.h"
-
 #include "eq/curve_grid.h"
+#include "eq/filter.h"
 #include "eq/filter_list.h"
 #include "support/eq_numbers.h"
 #include "support/vectors.h"

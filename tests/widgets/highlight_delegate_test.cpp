@@ -1,7 +1,6 @@
 // Drawing cell texts with marked hits.
-#include "gui/highlight_delegate.h"
-
 #include "gui/highlight.h"
+#include "gui/highlight_delegate.h"
 
 #include <QPainter>
 #include <QStandardItemModel>

@@ -1,6 +1,5 @@
 // The number field with a unit and a mixed value.
 #include "gui/value_spinner.h"
-
 #include "support/vectors.h"
 
 #include <QLineEdit>

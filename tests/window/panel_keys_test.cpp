@@ -4,7 +4,6 @@
 #include "support/panel_case.h"
 
 #include <QAbstractItemView>
-
 #include <QWindow>
 
 class PanelKeysTest : public QObject
