@@ -29,7 +29,10 @@
 
 namespace {
 
-constexpr int MOST_STEPS = 120;
+constexpr int MOST_STEPS = 60;
+// The window is shown for one input in so many, and hidden, as a minimised one, for the others:
+// laying out and painting take most of the time.
+constexpr int PLAYED_PER_SHOWN = 16;
 
 void expect(bool claim, const char *what)
 {
@@ -50,7 +53,7 @@ InboundPlay::InboundPlay()
 {
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
     gui = std::make_unique<WindowHandle>();
-    gui->resize(1100, 700);
+    gui->resize(900, 500);
     gui->show();
     paint();
 }
@@ -61,11 +64,12 @@ void InboundPlay::play(const uint8_t *data, size_t size)
 {
     const auto *bytes = reinterpret_cast<const char *>(data);
     const QList<QByteArray> steps = steps_of(QByteArray(bytes, static_cast<int>(size)));
+    gui->widget().setVisible(played % PLAYED_PER_SHOWN == 0);
     for (const QByteArray &step : steps.mid(0, MOST_STEPS))
         if (!step.isEmpty())
             play_step(step);
     end_burst();
-    if (++played % 4 == 0)
+    if (played++ % PLAYED_PER_SHOWN == 0)
         paint();
     check();
     clear();
@@ -188,12 +192,15 @@ void InboundPlay::pass_time(int ms)
 
 void InboundPlay::select_rows(const QByteArray &numbers)
 {
-    gui->view()->clearSelection();
+    // At once, as with the Shift key: each change of the selection shows the panel anew.
+    QItemSelection selection;
     const int rows = gui->model().rowCount();
-    for (int i = 0; i < numbers.size() && rows > 0; ++i)
-        gui->view()->selectionModel()->select(gui->model().index(number_at(numbers, i) % rows, 0),
-                                              QItemSelectionModel::Select
-                                                  | QItemSelectionModel::Rows);
+    for (int i = 0; i < numbers.size() && rows > 0; ++i) {
+        const QModelIndex row = gui->model().index(number_at(numbers, i) % rows, 0);
+        selection.merge(QItemSelection(row, row), QItemSelectionModel::Select);
+    }
+    gui->view()->selectionModel()->select(
+        selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }
 
 void InboundPlay::edit(int number, const QByteArray &text)

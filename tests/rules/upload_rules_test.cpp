@@ -4,6 +4,8 @@
 
 #include <QtTest>
 
+#include <malloc.h>
+
 namespace {
 
 constexpr uint32_t MODULE_MAGIC = 0x354A2936;
@@ -43,6 +45,20 @@ private slots:
         const UploadDecision decision = decide(true, MODULE_MAGIC, "firmware.bin", image);
         QCOMPARE(decision.error, QString());
         QCOMPARE(decision.bytes, image);
+    }
+
+    void what_is_taken_from_an_image_is_given_back()
+    {
+        QByteArray image = good_image();
+        const auto heap = [] {
+            const struct mallinfo2 held = mallinfo2();
+            return held.uordblks + held.hblkhd;
+        };
+        decide(true, MODULE_MAGIC, "firmware.bin", image);
+        const size_t before = heap();
+        for (int i = 0; i < 1000; ++i)
+            decide(true, MODULE_MAGIC, "firmware.bin", image);
+        QVERIFY(heap() < before + 100 * static_cast<size_t>(image.size()));
     }
 
     void devices_of_one_module_type_share_a_section()

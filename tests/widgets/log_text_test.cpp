@@ -20,6 +20,12 @@ private slots:
     void a_line_end_split_over_two_messages_stays_two_line_ends();
     void a_word_without_end_is_laid_out_in_no_time();
     void a_line_without_end_is_broken_between_messages();
+    void the_first_word_and_line_that_are_too_long_are_broken();
+    void sixteen_lines_and_more_leave_beforehand_data();
+    void sixteen_lines_and_more_leave_beforehand();
+    void a_view_for_which_nothing_is_left_keeps_its_turn();
+    void a_slice_ends_with_a_fragment_that_takes_all_of_it();
+    void a_burst_is_full_with_its_last_character();
     void the_readers_selection_survives_a_burst();
     void several_views_get_their_own_text();
     void a_view_that_is_gone_takes_its_text_with_it();
@@ -212,6 +218,85 @@ void LogTextTest::a_full_burst_says_so()
         appender.flush();
     QVERIFY(!appender.is_full());
     QCOMPARE(view->document()->blockCount(), 4001);
+}
+
+void LogTextTest::the_first_word_and_line_that_are_too_long_are_broken()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = QString(8192, 'w')}});
+    QCOMPARE(view->wordWrapMode(), QTextOption::WrapAtWordBoundaryOrAnywhere);
+    append_log_fragments(view.get(), {{.text = "w"}});
+    QCOMPARE(view->wordWrapMode(), QTextOption::WrapAnywhere);
+
+    const auto other = make_view(0);
+    append_log_fragments(other.get(), {{.text = QString(8191, ' ')}});
+    append_log_fragments(other.get(), {{.text = " "}});
+    QCOMPARE(other->document()->blockCount(), 1);
+    append_log_fragments(other.get(), {{.text = "x"}});
+    QCOMPARE(other->document()->blockCount(), 2);
+    QCOMPARE(other->document()->lastBlock().text(), QString("x"));
+}
+
+void LogTextTest::sixteen_lines_and_more_leave_beforehand_data()
+{
+    QTest::addColumn<int>("lines");
+    QTest::addColumn<int>("beforehand");
+    // The last excess line is the toolkit's to remove.
+    QTest::newRow("sixteen in all") << 16 << 0;
+    QTest::newRow("seventeen in all") << 17 << 16;
+}
+
+// The toolkit lays out each line that it removes by itself.
+void LogTextTest::sixteen_lines_and_more_leave_beforehand()
+{
+    QFETCH(int, lines);
+    QFETCH(int, beforehand);
+    const auto view = make_view(100);
+    append_log_fragments(view.get(), {{.text = QString("line\n").repeated(99)}});
+    QCOMPARE(view->document()->blockCount(), 100);
+    int fewest = 100;
+    connect(view->document(), &QTextDocument::blockCountChanged, view.get(),
+            [&fewest](int count) { fewest = std::min(fewest, count); });
+    append_log_fragments(view.get(), {{.text = QString("more\n").repeated(lines)}});
+    QCOMPARE(view->document()->blockCount(), 100);
+    QCOMPARE(fewest, 100 - beforehand);
+}
+
+void LogTextTest::a_view_for_which_nothing_is_left_keeps_its_turn()
+{
+    std::vector<std::unique_ptr<QPlainTextEdit>> views;
+    LogAppender appender;
+    for (int i = 0; i < 3; ++i) {
+        views.push_back(make_view(0));
+        appender.add(views.back().get(), false, "text");
+    }
+    appender.flush(LogAppender::VIEW_COST + 4); // what the first one costs
+    QCOMPARE(views[0]->toPlainText(), QString("text"));
+    appender.flush(1);
+    QCOMPARE(views[1]->toPlainText(), QString("t"));
+    QCOMPARE(views[2]->toPlainText(), QString());
+}
+
+void LogTextTest::a_slice_ends_with_a_fragment_that_takes_all_of_it()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    appender.add(view.get(), true, "text");
+    appender.add(view.get(), false, "more");
+    appender.flush(4);
+    QCOMPARE(view->toPlainText(), QString("text"));
+    appender.flush(1);
+    QCOMPARE(view->toPlainText(), QString("textm"));
+}
+
+void LogTextTest::a_burst_is_full_with_its_last_character()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    appender.add(view.get(), false, QString(32 * 1024 - 1, 'w'));
+    QVERIFY(!appender.is_full());
+    appender.add(view.get(), false, "w");
+    QVERIFY(appender.is_full());
 }
 
 void LogTextTest::no_view_and_no_text_are_harmless()

@@ -1,6 +1,7 @@
 // The property panel without a window around it.
 #include "gui/property_panel.h"
 #include "gui/row_caption.h"
+#include "gui/row_editors.h"
 #include "support/selected_rows.h"
 
 #include <QtTest>
@@ -55,6 +56,44 @@ private slots:
         QTRY_VERIFY(!alone.is_marked("ui/order")); // as both have it
         QVERIFY(alone.is_marked("ui/name"));
         QCOMPARE(alone.questions, 2);
+    }
+
+    // New editors join the order at its end: whatever step has made them sets it right by itself.
+    void each_step_that_makes_editors_leaves_them_in_order_data()
+    {
+        QTest::addColumn<QString>("step");
+        for (const char *step : {"one row", "needed rows", "all rows", "selection"})
+            QTest::newRow(step) << QString(step);
+    }
+    void each_step_that_makes_editors_leaves_them_in_order()
+    {
+        QFETCH(QString, step);
+        PanelAlone alone;
+        // Without the property the row has no editor, and gets a new one with it.
+        const PropertyDesc mute = alone.devices[0]->properties.at("dsp/mute");
+        for (const auto &device : alone.devices)
+            device->properties.erase("dsp/mute");
+        alone.panel.show_selection();
+        for (const auto &device : alone.devices)
+            device->properties["dsp/mute"] = mute;
+        if (step == "one row")
+            alone.panel.update_property("dsp/mute");
+        else if (step == "all rows")
+            alone.panel.refresh_all_rows();
+        else if (step == "selection")
+            alone.panel.show_selection();
+        alone.panel.mark("dsp/mute");
+        if (step == "needed rows")
+            alone.panel.refresh_needed_rows();
+        const auto input
+            = [&alone](const char *key) { return alone.panel.row_widgets(key)->editor->input(); };
+        QWidget *const first = input("dsp/mute");
+        QWidgetList ring;
+        for (QWidget *next = first->nextInFocusChain(); next != first;
+             next = next->nextInFocusChain())
+            ring.append(next);
+        QVERIFY(ring.indexOf(input("dsp/delay")) < ring.indexOf(input("ui/name")));
+        QVERIFY(ring.indexOf(input("ui/name")) < ring.indexOf(input("dsp/level")));
     }
 
     void an_edit_that_ends_before_its_frame_leaves_no_mark()

@@ -185,6 +185,23 @@ private slots:
         QVERIFY(!gui().link().is_open());
     }
 
+    void nothing_is_to_be_done_behind_the_close()
+    {
+        gui().discovery_timer().start(60000);
+        gui().panel_timer().start(60000);
+        QVERIFY(gui().meter_timer().isActive());
+        window->report("10.0.0.1", loudspeaker_report("a"));
+        QTRY_VERIFY(gui().status_refreshes() > 0);
+        window->report("10.0.0.1", loudspeaker_report("b")); // is to be counted soon
+        const int before = gui().status_refreshes();
+        gui().close();
+        for (const QTimer *timer :
+             {&gui().discovery_timer(), &gui().panel_timer(), &gui().meter_timer()})
+            QVERIFY(!timer->isActive());
+        QTest::qWait(2 * FrameThrottle::FRAME); // it would have come by now
+        QCOMPARE(gui().status_refreshes(), before);
+    }
+
     void no_late_timer_wipes_the_cache()
     {
         change_everything();

@@ -45,6 +45,14 @@ private slots:
         QTRY_COMPARE(counts(), QString("1 device, 0 online"));
     }
 
+    void the_bar_leaves_its_place_to_the_message()
+    {
+        const QProgressBar *bar = window->gui->widget().statusBar()->findChild<QProgressBar *>();
+        QCOMPARE(bar->minimumWidth(), 160);
+        QCOMPARE(bar->maximumWidth(), 160);
+        QVERIFY(bar->maximumHeight() <= label("status_counts")->height());
+    }
+
     // Many new devices are one count: at most one per painted frame.
     void a_burst_of_changes_is_counted_once()
     {
