@@ -295,6 +295,9 @@ void bench_program_stream(Program &program, int lines, int burst)
     const bool is_whole = device->log_pos == sent
         && !program.gui->log_view(device)->toPlainText().contains("[lost");
     std::printf("%d lines, %d at a time\n", lines, burst);
+    // Wanted are 100,000 from 16 messages a turn on. On today's machine the build that reached
+    // 105,000 on an earlier one makes as many as before in a run beside this one, and this one 1.2
+    // to 1.5 times as many: 44,000 to 71,000 while other programs run.
     const double least = burst < 4 ? 5000 : burst < 16 ? 20000 : burst < 48 ? 50000 : 80000;
     at_least("from the wire to the screen", lines / spent, "lines/s", least);
     at_most("longest turn", program.worst_turn, "ms", 12);
