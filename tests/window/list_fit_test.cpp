@@ -38,7 +38,7 @@ class ListFitTest : public QObject
     }
 
     // Widths are taken over once per painted frame, and narrower ones a little later.
-    void settle() { QTest::qWait(300); }
+    static void settle() { QTest::qWait(300); }
 
     bool is_whole(const char *id, const QModelIndex &index)
     {
@@ -58,10 +58,10 @@ class ListFitTest : public QObject
 
 private slots:
     // What a desktop without a theme has.
-    void init() { QApplication::setFont(QFont("Sans Serif", 9)); }
+    static void init() { QApplication::setFont(QFont("Sans Serif", 9)); }
     void cleanup() { window.reset(); }
 
-    void the_default_columns_are_in_sight_data()
+    static void the_default_columns_are_in_sight_data()
     {
         QTest::addColumn<QSize>("size");
         QTest::newRow("first window") << first_window_size(SMALL_SCREEN);
@@ -72,11 +72,11 @@ private slots:
     {
         QFETCH(QSize, size);
         open_site(size);
-        QVERIFY(view()->verticalScrollBar()->isVisible());
+        QTRY_VERIFY(view()->verticalScrollBar()->isVisible());
         QTRY_VERIFY(!view()->horizontalScrollBar()->isVisible());
         QTRY_VERIFY(is_whole("status", top()));
-        QVERIFY(is_whole("ip", top()));
-        QCOMPARE(view()->header()->length(), view()->viewport()->width());
+        QTRY_VERIFY(is_whole("ip", top()));
+        QTRY_COMPARE(view()->header()->length(), view()->viewport()->width());
     }
 
     // Only captions give way there: every text is whole.
@@ -103,7 +103,7 @@ private slots:
         const QModelIndex status = view()->model()->index(0, column("status"));
         QTRY_VERIFY(!view()->cut_text(status).isEmpty());
         QTRY_VERIFY(view()->viewport()->rect().contains(view()->visualRect(status)));
-        QVERIFY(!view()->horizontalScrollBar()->isVisible());
+        QTRY_VERIFY(!view()->horizontalScrollBar()->isVisible());
         window->gui->resize(1366, 748);
         QTRY_VERIFY(view()->cut_text(status).isEmpty());
     }
