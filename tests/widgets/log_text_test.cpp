@@ -293,7 +293,7 @@ void LogTextTest::a_burst_is_full_with_its_last_character()
 {
     const auto view = make_view(0);
     LogAppender appender;
-    appender.add(view.get(), false, QString(32 * 1024 - 1, 'w'));
+    appender.add(view.get(), false, QString(64 * 1024 - 1, 'w'));
     QVERIFY(!appender.is_full());
     appender.add(view.get(), false, "w");
     QVERIFY(appender.is_full());
