@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int INTERVAL = 100; // ms
+constexpr int LOOKING_INTERVAL = 100; // ms
 
 void press_default(QDialog *dialog)
 {
@@ -39,7 +39,7 @@ DialogAnswers::DialogAnswers(const QString &its_folder, uint64_t seed)
 {
     write_files();
     connect(&timer, &QTimer::timeout, this, &DialogAnswers::look);
-    timer.start(INTERVAL);
+    timer.start(LOOKING_INTERVAL);
 }
 
 // Good and bad images, and a place for backups, which is no backup before the first is saved.

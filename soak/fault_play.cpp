@@ -19,7 +19,7 @@ using namespace simulator;
 
 namespace {
 
-constexpr int INTERVAL = 100;       // ms from one fault to the next
+constexpr int FAULT_INTERVAL = 100; // ms from one fault to the next
 constexpr int SPARE_ADDRESSES = 60; // 10.71.200.1 and up, beside those of the fleet
 
 QString base64(const QByteArray &bytes)
@@ -154,7 +154,7 @@ FaultPlay::FaultPlay(FleetLine &its_fleet, QJsonArray states, const FaultPlan &i
 
 void FaultPlay::start()
 {
-    timer.start(INTERVAL);
+    timer.start(FAULT_INTERVAL);
 }
 
 void FaultPlay::stop()

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int INTERVAL = 120; // ms from one act to the next
+constexpr int ACT_INTERVAL = 120; // ms from one act to the next
 
 } // namespace
 
@@ -79,7 +79,7 @@ OperatorPlay::OperatorPlay(WindowCase &its_window, StallWatch &its_stalls, uint6
 
 void OperatorPlay::start()
 {
-    timer.start(INTERVAL);
+    timer.start(ACT_INTERVAL);
 }
 
 void OperatorPlay::stop()

@@ -70,11 +70,6 @@ int online_count(const WindowHandle &gui)
     return count;
 }
 
-void rest(int ms)
-{
-    await([] { return false; }, ms);
-}
-
 // Wake-ups and child processes of the toolkit come and go by the moment; a leak of them would add
 // up.
 QStringList lasting_files(QStringList files)

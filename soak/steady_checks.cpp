@@ -20,15 +20,10 @@ using namespace simulator;
 
 namespace {
 
-constexpr int PATIENCE = 30'000;           // ms until what must happen counts as failed
+constexpr int STEADY_PATIENCE = 30'000;    // ms until what must happen counts as failed
 constexpr double GROWTH_PER_DATAGRAM = 16; // bytes: a pointer kept for each would be seen
 constexpr double GROWTH_ANYHOW = 256 * 1024.0;
 constexpr const char *EDITED[] = {"ui/loc", "ui/memo"};
-
-void rest(int ms)
-{
-    await([] { return false; }, ms);
-}
 
 qint64 sent_by(FleetLine &fleet)
 {
@@ -111,7 +106,8 @@ void SteadyChecks::expect_told(const std::set<QString> &ids, const QString &text
             return device && device->value(EDITED[0]) == text && device->value(EDITED[1]) == text;
         });
     };
-    expect(await(have_all, PATIENCE), "an edit of several devices does not come back from all");
+    expect(await(have_all, STEADY_PATIENCE),
+           "an edit of several devices does not come back from all");
     std::map<QString, int> sent; // by address
     for (const QString &id : ids)
         if (const Device *device = window.gui->find_device(id))
@@ -139,7 +135,7 @@ void SteadyChecks::expect_cache()
         return agreement.is_up_to_date(window) && !window.gui->cache().is_pending()
             && !window.gui->cache().is_saving();
     };
-    expect(await(is_quiet, PATIENCE), "the cache never comes to rest");
+    expect(await(is_quiet, STEADY_PATIENCE), "the cache never comes to rest");
     agreement.check_cache_file(window.gui->cache().path());
     ++caches_read;
 }

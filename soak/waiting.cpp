@@ -25,3 +25,8 @@ bool await(const std::function<bool()> &condition, int timeout)
     loop.exec();
     return holds;
 }
+
+void rest(int ms)
+{
+    await([] { return false; }, ms);
+}

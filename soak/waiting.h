@@ -5,3 +5,6 @@
 
 // Runs the event loop until the condition holds or `timeout` ms have passed; whether it held.
 bool await(const std::function<bool()> &condition, int timeout);
+
+// Runs it for so long.
+void rest(int ms);

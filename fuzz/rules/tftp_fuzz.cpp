@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int MOST_STEPS = 200;
+constexpr int MOST_TRANSFER_STEPS = 200;
 
 uint8_t byte_at(const TftpPacket &packet, size_t place)
 {
@@ -47,7 +47,7 @@ QByteArray ack(int number)
     return QByteArray(bytes, sizeof bytes);
 }
 
-struct Play
+struct TransferPlay
 {
     FuzzBytes &bytes;
     TftpTransfer transfer = {};
@@ -163,12 +163,12 @@ void fuzz_tftp(const uint8_t *data, size_t size)
         check_packets(bytes);
         return;
     }
-    Play play{.bytes = bytes};
+    TransferPlay play{.bytes = bytes};
     play.transfer.filename = bytes.u8() % 16 == 0
         ? QString(QLatin1Char('x')).repeated(bytes.u16() % 600)
         : QString("firmware.bin");
     play.transfer.data = QByteArray(bytes.u16() % 6000, 'f') + bytes.bytes();
     play.follow(tftp_start(play.transfer, play.now));
-    for (int i = 0; i < MOST_STEPS && !bytes.is_empty(); ++i)
+    for (int i = 0; i < MOST_TRANSFER_STEPS && !bytes.is_empty(); ++i)
         play.step();
 }
