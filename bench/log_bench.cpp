@@ -6,6 +6,7 @@
 #include "meter/log_text.h"
 #include "meter/log_window.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFontDatabase>
 #include <QPlainTextEdit>

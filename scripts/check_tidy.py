@@ -7,7 +7,8 @@ time, are then read once for all of them. What was clean is not read again until
 a header of ours that it includes, or .clang-tidy changes.
 
 The checks that follow a function's paths stop at what is included, so the sources of the programs are
-copied into one; tests, benchmarks, fuzzers and soak go without these checks.
+copied into one; tests, benchmarks, fuzzers and soak have to keep only what their folder's .clang-tidy
+says.
 
 Each source of the programs also has to compile without a precompiled header: it includes what it
 uses.
@@ -50,7 +51,8 @@ class Digests:
 
     def __init__(self):
         self.texts = {path: read(path) for path in own_files()}
-        self.common = read(ROOT / ".clang-tidy")
+        self.common = "".join(read(path) for path in sorted(ROOT.glob("**/.clang-tidy"))
+                              if "build" not in path.parts)
 
     def included(self, path):
         for _, name in INCLUDE.findall(self.texts[path]):
@@ -137,7 +139,15 @@ def tidy(path, options, checks):
 
 
 DIAGNOSTIC = re.compile(r"^(?P<file>/[^:\n]*):(?P<line>\d+):\d+: (?:error|warning): (?P<text>.*)$")
+# What the toolkit calls by its name, on an object: the tests themselves.
+CAN_BE = re.compile(r"method '(\w+)' can be made (?:static|const)")
+SLOTS = re.compile(r"slots:\n(.*?)(?=^(?:public|protected|private)|^\};)", re.M | re.S)
 TOO_LARGE = re.compile(r"function '(?:\w+::)*([\w~]+)' exceeds recommended size")
+
+
+def is_slot(file, name):
+    declared = "".join(SLOTS.findall(read(pathlib.Path(file))))
+    return re.search(rf"\b{name}\(", declared) is not None
 
 
 def complaints(said, path, origins):
@@ -148,6 +158,8 @@ def complaints(said, path, origins):
         if match:
             too_large = TOO_LARGE.search(match["text"])
             keeps = not (too_large and too_large[1] in TABLES)
+            can_be = CAN_BE.search(match["text"])
+            keeps = keeps and not (can_be and is_slot(match["file"], can_be[1]))
             keeps = keeps and "[bugprone-suspicious-include" not in match["text"]
         elif re.match(r"^(\d+ warnings? (generated|treated)|\d+ (warnings?|errors?) and|Suppressed|Use -)", line):
             keeps = False
@@ -163,9 +175,15 @@ def complaints(said, path, origins):
     return "\n".join(found)
 
 
+def checks_of(unit):
+    """Those that the folder's own .clang-tidy sets, for editors too."""
+    folder = name_of(unit.sources[0]).split("/", 1)[0]
+    return re.search(r"^Checks: '(.*)'$", read(ROOT / folder / ".clang-tidy"), re.M)[1]
+
+
 def read_unit(number, unit):
     if not unit.is_program:
-        said = complaints(tidy(unit.path, unit.options, "-clang-analyzer-*"), unit.path, None)
+        said = complaints(tidy(unit.path, unit.options, checks_of(unit)), unit.path, None)
     elif len(unit.sources) == 1:
         said = complaints(tidy(unit.path, unit.options, ""), unit.path, None)
     else:

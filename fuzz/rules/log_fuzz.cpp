@@ -11,28 +11,31 @@ bool are_equal(const LogStream &left, const LogStream &right)
         && (!counts || left.log_escape_count == right.log_escape_count);
 }
 
+// Whether a terminal shows the byte.
+bool is_shown(LogStream &stream, char byte)
+{
+    switch (stream.log_escape_state) {
+    case 0:
+        stream.log_escape_state = byte == 0x1B ? 1 : 0;
+        return byte != 0x1B;
+    case 1:
+        stream.log_escape_state = byte == '[' ? 2 : 0;
+        stream.log_escape_count = 0;
+        return byte != '[';
+    default:
+        if ((byte >= 0x40 && byte <= 0x7E) || ++stream.log_escape_count == 64)
+            stream.log_escape_state = 0;
+        return false;
+    }
+}
+
 // Byte for byte, as a terminal would read it.
 QByteArray filtered_plainly(LogStream &stream, const QByteArray &bytes)
 {
     QByteArray kept;
-    for (const char byte : bytes) {
-        switch (stream.log_escape_state) {
-        case 0:
-            stream.log_escape_state = byte == 0x1B ? 1 : 0;
-            if (byte != 0x1B)
-                kept.append(byte);
-            break;
-        case 1:
-            stream.log_escape_state = byte == '[' ? 2 : 0;
-            stream.log_escape_count = 0;
-            if (byte != '[')
-                kept.append(byte);
-            break;
-        default:
-            if ((byte >= 0x40 && byte <= 0x7E) || ++stream.log_escape_count == 64)
-                stream.log_escape_state = 0;
-        }
-    }
+    for (const char byte : bytes)
+        if (is_shown(stream, byte))
+            kept.append(byte);
     return kept;
 }
 

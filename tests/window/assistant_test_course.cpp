@@ -3,6 +3,7 @@
 #include "support/dialog_probe.h"
 
 #include <QMessageBox>
+#include <QPlainTextEdit>
 
 class AssistantCourseTest : public AssistantCase
 {

@@ -9,6 +9,8 @@
 #include <QStyleFactory>
 
 #include <set>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -29,6 +31,19 @@ QImage marked_part(const QImage &cell)
             if (cell.pixelColor(x, y) == QColor(Qt::yellow))
                 place = place.united(QRect(x, y, 1, 1));
     return cell.copy(place);
+}
+
+// The row's editors that show a text, with it.
+std::vector<std::pair<QWidget *, QString>> editors_of(const PanelRow &row)
+{
+    std::vector<std::pair<QWidget *, QString>> editors;
+    if (row.line_edit)
+        editors.emplace_back(row.line_edit, row.line_edit->text());
+    if (row.spinner)
+        editors.emplace_back(row.spinner, row.spinner->text());
+    if (row.combo)
+        editors.emplace_back(row.combo, row.combo->currentText());
+    return editors;
 }
 
 } // namespace
@@ -179,14 +194,6 @@ private slots:
             if (!text.isEmpty() && seen.insert(kind + text).second)
                 expect_contrast(editor, READABLE);
         };
-        const auto expect_readable_row = [expect_readable](const PanelRow &row) {
-            if (row.line_edit)
-                expect_readable(row.line_edit, row.line_edit->text());
-            if (row.spinner)
-                expect_readable(row.spinner, row.spinner->text());
-            if (row.combo)
-                expect_readable(row.combo, row.combo->currentText());
-        };
         for (const ProductDesc &product : catalogue().product_table) {
             const int number = static_cast<int>(window->devices.size());
             window->add({}, product.product_id);
@@ -194,7 +201,8 @@ private slots:
             QCoreApplication::processEvents(); // lays the rows out
             for (const auto &[key, row] : window->gui->rows()) {
                 if (row.holder && row.holder->isVisible())
-                    expect_readable_row(row);
+                    for (const auto &[editor, text] : editors_of(row))
+                        expect_readable(editor, text);
             }
             if (QTest::currentTestFailed())
                 return;

@@ -5,6 +5,7 @@
 #include "support/panel_case.h"
 
 #include <QAbstractSpinBox>
+#include <QHBoxLayout>
 #include <QStyleFactory>
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 #include "support/panel_case.h"
 
 #include <QAbstractItemView>
+#include <QHBoxLayout>
 
 namespace {
 
