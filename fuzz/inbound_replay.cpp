@@ -63,9 +63,12 @@ struct Growth
 
 Growth growth_of(InboundPlay &inbound, const QList<QByteArray> &arrivals)
 {
+    constexpr int FIRST_PASSES
+        = 16; // the window is shown for one input in so many: for each of them
     constexpr int PASSES = 10;
-    for (const QByteArray &input : arrivals)
-        play(inbound, input);
+    for (int i = 0; i < FIRST_PASSES; ++i)
+        for (const QByteArray &input : arrivals)
+            play(inbound, input);
     const double before = tidy_holdings().heap;
     for (int i = 0; i < PASSES; ++i)
         for (const QByteArray &input : arrivals)
