@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr size_t FEW_MEMBERS = 12;
-
 struct Member
 {
     int object = 0; // number of its object in the text
@@ -108,22 +106,10 @@ bool is_repeated(const Member &one, const Member &next)
     return one.object == next.object && one.key == next.key;
 }
 
-bool has_repeated(const std::vector<Member> &members)
-{
-    for (size_t i = 1; i < members.size(); ++i)
-        for (size_t earlier = 0; earlier < i; ++earlier)
-            if (is_repeated(members[earlier], members[i]))
-                return true;
-    return false;
-}
-
 // Comparing numbers is enough for nearly every text. True is also said of different keys with one
-// hash. The few keys of a metering
-// frame or a log message are compared as they are: a frame costs 1.59 instead of 1.63 of its floor.
+// hash.
 bool may_repeat(const std::vector<Member> &members)
 {
-    if (members.size() <= FEW_MEMBERS)
-        return has_repeated(members);
     std::vector<uint64_t> numbers;
     numbers.reserve(members.size());
     for (const Member &member : members)
