@@ -37,15 +37,11 @@ void start_upload(SimulatedDevice &device)
 void Fleet::on_tftp_packets()
 {
     now = steady_time();
-    for (int i = 0; i < PacketSocket::BATCHES_PER_ROUND; ++i) {
-        const std::vector<ReceivedPacket> &packets = tftp_socket.receive();
-        for (const ReceivedPacket &packet : packets)
-            for (SimulatedDevice *device : devices_at(packet.to))
-                if (device->hears())
-                    handle_tftp(*device, packet);
-        if (packets.size() < PacketSocket::BATCH)
-            break;
-    }
+    tftp_socket.receive_round([this](const ReceivedPacket &packet) {
+        for (SimulatedDevice *device : devices_at(packet.to))
+            if (device->hears())
+                handle_tftp(*device, packet);
+    });
     finish_round();
 }
 

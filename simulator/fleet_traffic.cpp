@@ -41,13 +41,7 @@ void change_visible_value(SimulatedDevice &device)
 void Fleet::on_device_packets()
 {
     now = steady_time();
-    for (int i = 0; i < PacketSocket::BATCHES_PER_ROUND; ++i) {
-        const std::vector<ReceivedPacket> &packets = device_socket.receive();
-        for (const ReceivedPacket &packet : packets)
-            handle_packet(packet);
-        if (packets.size() < PacketSocket::BATCH)
-            break;
-    }
+    device_socket.receive_round([this](const ReceivedPacket &packet) { handle_packet(packet); });
     finish_round();
 }
 

@@ -46,11 +46,24 @@ public:
     int native_descriptor() const { return descriptor; }
 
     static constexpr size_t BATCH = 64;
-    static constexpr int BATCHES_PER_ROUND = 16;  // so that no flood keeps the clock from running
+    static constexpr int BATCHES_PER_ROUND = 16;
     static constexpr int LARGEST_PAYLOAD = 65507; // bytes that a UDP datagram over IPv4 carries
 
     // The next batch of waiting datagrams, at most BATCH; fewer when no more wait.
     const std::vector<ReceivedPacket> &receive();
+    // Hands the waiting datagrams on, so many batches at most that no flood keeps the clock from
+    // running.
+    template<typename Handle>
+    void receive_round(const Handle &handle)
+    {
+        for (int i = 0; i < BATCHES_PER_ROUND; ++i) {
+            const std::vector<ReceivedPacket> &packets = receive();
+            for (const ReceivedPacket &packet : packets)
+                handle(packet);
+            if (packets.size() < BATCH)
+                break;
+        }
+    }
     // Sends at the next flush().
     void queue(OutgoingPacket packet);
     // Sends all that is queued; waits for room in the send buffer. A datagram that the network
