@@ -31,6 +31,20 @@ protected:
     DeviceListView *view() { return table->view(); }
     QHeaderView *header() { return view()->header(); }
 
+    void open_table()
+    {
+        table = std::make_unique<DeviceTable>();
+        view()->resize(900, 500);
+        view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+    }
+
+    void close_table()
+    {
+        table.reset();
+        devices.clear();
+    }
+
     // A device that has reported; the next address each.
     Device &add(const QString &name, const QJsonObject &dsp = {}, int order = 0)
     {

@@ -15,6 +15,14 @@ protected:
     std::unique_ptr<PanelCase> window;
     std::vector<std::unique_ptr<Peer>> peers;
 
+    void open_window() { window = std::make_unique<PanelCase>(); }
+
+    void close_window()
+    {
+        window.reset();
+        peers.clear();
+    }
+
     WindowHandle &gui() { return *window->gui; }
     Device *device(int number) { return window->devices[size_t(number)]->record(); }
     Peer &peer(int number) { return *peers[size_t(number)]; }

@@ -21,19 +21,8 @@ class DeviceTableTest : public DeviceTableCase
 private slots:
     void initTestCase() { build_catalogue(); }
 
-    void init()
-    {
-        table = std::make_unique<DeviceTable>();
-        view()->resize(900, 500);
-        view()->show();
-        QVERIFY(QTest::qWaitForWindowExposed(view()));
-    }
-
-    void cleanup()
-    {
-        table.reset();
-        devices.clear();
-    }
+    void init() { open_table(); }
+    void cleanup() { close_table(); }
 
     // ---- rows
 

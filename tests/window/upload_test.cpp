@@ -22,13 +22,8 @@ class UploadTest : public UploadCase
     Q_OBJECT
 
 private slots:
-    void init() { window = std::make_unique<PanelCase>(); }
-
-    void cleanup()
-    {
-        window.reset();
-        peers.clear();
-    }
+    void init() { open_window(); }
+    void cleanup() { close_window(); }
 
     void update_sends_the_devices_section_under_its_fixed_name()
     {

@@ -11,13 +11,8 @@ class UploadCourseTest : public UploadCase
     Q_OBJECT
 
 private slots:
-    void init() { window = std::make_unique<PanelCase>(); }
-
-    void cleanup()
-    {
-        window.reset();
-        peers.clear();
-    }
+    void init() { open_window(); }
+    void cleanup() { close_window(); }
 
     void the_status_follows_the_transfer()
     {
