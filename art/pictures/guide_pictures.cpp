@@ -5,7 +5,6 @@
 #include "eq/filter.h"
 #include "firmware/deppen_ass.h"
 #include "firmware/tftp_uploader.h"
-#include "gui/input_guard.h"
 #include "meter/log_window.h"
 #include "meter/meter_object.h"
 #include "stage.h"
@@ -48,14 +47,6 @@ void click_marker(Stage &stage, int number)
                       {filter.marker_x, filter.marker_y});
 }
 
-// Chooses a file in the dialog that "Update" opens.
-void update_from(Stage &stage, const QString &file)
-{
-    DialogProbe probe;
-    probe.choose_file(file);
-    stage.press(stage.row("firmware_version").button);
-}
-
 void await_update_of(Stage &stage, const QString &name, int from_percent)
 {
     Device *device = stage.device(name);
@@ -75,14 +66,6 @@ DeppenAss *await_assistant(Stage &stage)
            }),
            "the assistant");
     return assistant;
-}
-
-void press_next(DeppenAss *assistant)
-{
-    assistant->findChild<InputGuard *>()->lift();
-    for (auto *button : assistant->findChildren<QPushButton *>())
-        if (button->text() == "Next")
-            QTest::mouseClick(button, Qt::LeftButton);
 }
 
 // ---- the pictures
@@ -181,21 +164,23 @@ void eq_hover(Stage &stage)
     stage.take(stage.gui.curve());
 }
 
-void eq_handles(Stage &stage)
+void edit_band(Stage &stage, int number)
 {
     show_eq(stage);
     stage.press(stage.gui.edit_button());
     Stage::settle(300);
-    click_marker(stage, 3);
+    click_marker(stage, number);
+}
+
+void eq_handles(Stage &stage)
+{
+    edit_band(stage, 3);
     stage.take(stage.gui.curve());
 }
 
 void eq_shelf(Stage &stage)
 {
-    show_eq(stage);
-    stage.press(stage.gui.edit_button());
-    Stage::settle(300);
-    click_marker(stage, 1);
+    edit_band(stage, 1);
     stage.take(stage.gui.curve());
 }
 
@@ -208,12 +193,12 @@ void updating(Stage &stage)
     stage.fleet.fault("Sub 3", "tftp", {{"refuse", "image signature is wrong"}});
     expect(runs_until([&stage] { return !stage.device("Sub 4")->online; }), "an offline device");
     stage.select({"Sub 3"});
-    update_from(stage, STAND_IN_IMAGE);
+    stage.update_from_image();
     expect(runs_until([&stage] { return !stage.device("Sub 3")->firmware_update_error.isEmpty(); }),
            "a refusal");
     stage.fleet.fault("all", "tftp", {{"ack_delay", 8}});
     stage.select({"Sub 1", "Main left", "Sub 4", "Recording bridge"});
-    update_from(stage, STAND_IN_IMAGE);
+    stage.update_from_image();
     await_update_of(stage, "Sub 1", 35);
     stage.take(&stage.gui.widget());
 }
@@ -226,7 +211,7 @@ void assistant_outdated(Stage &stage)
 void assistant_product(Stage &stage)
 {
     DeppenAss *assistant = await_assistant(stage);
-    press_next(assistant);
+    Stage::press_next(assistant);
     expect(runs_until([assistant] { return assistant->findChild<QComboBox *>() != nullptr; }),
            "the choice of the product");
     stage.take(assistant);
@@ -292,10 +277,7 @@ void dark(Stage &stage)
 {
     stage.gui.resize(1100, 600);
     stage.gui.property_splitter()->setSizes({700, 400});
-    show_eq(stage);
-    stage.press(stage.gui.edit_button());
-    Stage::settle(300);
-    click_marker(stage, 3);
+    edit_band(stage, 3);
     stage.take(&stage.gui.widget());
 }
 

@@ -1,6 +1,8 @@
 // The real window with the loudspeakers of a fleet file, and what pictures of it need.
 #pragma once
 
+#include "firmware/deppen_ass.h"
+#include "gui/input_guard.h"
 #include "gui/value_spinner.h"
 #include "support/dialog_probe.h"
 #include "support/fleet_window.h"
@@ -88,6 +90,23 @@ struct Stage
     }
 
     void press(QWidget *button) { QTest::mouseClick(button, Qt::LeftButton); }
+
+    // Chooses the image in the dialog that "Update" opens.
+    void update_from_image()
+    {
+        DialogProbe probe;
+        probe.choose_file(STAND_IN_IMAGE);
+        press(row("firmware_version").button);
+    }
+
+    // The assistant takes no click in its first moment, which is over here.
+    static void press_next(DeppenAss *assistant)
+    {
+        assistant->findChild<InputGuard *>()->lift();
+        for (auto *button : assistant->findChildren<QPushButton *>())
+            if (button->text() == "Next")
+                QTest::mouseClick(button, Qt::LeftButton);
+    }
 
     // As by the list head's menu, which learns what shows only when it opens.
     void show_column(const QString &caption, bool shown = true)

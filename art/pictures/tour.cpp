@@ -4,7 +4,6 @@
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "firmware/deppen_ass.h"
-#include "gui/input_guard.h"
 #include "gui/window_rules.h"
 #include "meter/log_window.h"
 #include "stage.h"
@@ -48,7 +47,7 @@ public:
     {
         take_assistant_page("assistant-firmware", [](DeppenAss *) {});
         take_assistant_page("assistant-product", [](DeppenAss *assistant) {
-            press_next(assistant);
+            Stage::press_next(assistant);
             expect(runs_until([assistant] { return assistant->findChild<QComboBox *>(); }),
                    "the choice of the product");
             Stage::settle(); // a list is as wide as its box, which has to find its width first
@@ -97,19 +96,12 @@ private:
         stage.press(gui.eq_button());
     }
 
-    void update_from_image()
-    {
-        DialogProbe probe;
-        probe.choose_file(STAND_IN_IMAGE);
-        stage.press(stage.row("firmware_version").button);
-    }
-
     void show_update()
     {
         stage.fleet.fault("all", "tftp", {{"ack_delay", 8}});
         stage.select({"Sub 1", "Sub 2", "Main left", "Recording bridge"});
         Stage::settle(300);
-        update_from_image();
+        stage.update_from_image();
         const Device *last = stage.device("Sub 1");
         expect(runs_until([last] { return last->upload && last->upload->percent >= 35; }),
                "an update");
@@ -118,7 +110,7 @@ private:
         stage.fleet.fault("Sub 3", "tftp",
                           {{"strike", "error"}, {"at_block", 5}, {"code", 1}, {"text", "full"}});
         stage.select({"Sub 3"});
-        update_from_image();
+        stage.update_from_image();
         expect(runs_until([last] { return !last->upload; }), "the end of the updates");
         Stage::settle(5000); // the devices restart
         take("updated");
@@ -181,14 +173,6 @@ private:
                "the assistant");
         step(assistant);
         take(name);
-    }
-
-    static void press_next(DeppenAss *assistant)
-    {
-        assistant->findChild<InputGuard *>()->lift();
-        for (auto *button : assistant->findChildren<QPushButton *>())
-            if (button->text() == "Next")
-                QTest::mouseClick(button, Qt::LeftButton);
     }
 
     Stage &stage;
