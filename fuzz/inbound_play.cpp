@@ -30,9 +30,6 @@
 namespace {
 
 constexpr int MOST_STEPS = 60;
-// The window is shown for one input in so many, and hidden, as a minimised one, for the others:
-// laying out and painting take most of the time.
-constexpr int PLAYED_PER_SHOWN = 16;
 
 void expect(bool claim, const char *what)
 {

@@ -17,6 +17,10 @@ struct Device;
 class InboundPlay
 {
 public:
+    // The window is shown for one input in so many, and hidden, as a minimised one, for the others:
+    // laying out and painting take most of the time.
+    static constexpr int PLAYED_PER_SHOWN = 16;
+
     // The window is shown. Call it in a private network.
     InboundPlay();
     ~InboundPlay();

@@ -63,10 +63,9 @@ struct Growth
 
 Growth growth_of(InboundPlay &inbound, const QList<QByteArray> &arrivals)
 {
-    constexpr int FIRST_PASSES
-        = 16; // the window is shown for one input in so many: for each of them
     constexpr int PASSES = 10;
-    for (int i = 0; i < FIRST_PASSES; ++i)
+    // Each has been played with the window shown.
+    for (int i = 0; i < InboundPlay::PLAYED_PER_SHOWN; ++i)
         for (const QByteArray &input : arrivals)
             play(inbound, input);
     const double before = tidy_holdings().heap;
