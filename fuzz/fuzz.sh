@@ -1,4 +1,4 @@
-#!/bin/sh
+#!/usr/bin/env bash
 # Fuzzes one parser, or the whole way in, under the sanitizers:
 #
 #   fuzz.sh NAME [SECONDS, default 300] [options of the engine]
@@ -8,54 +8,64 @@
 # into the committed corpus, as few inputs as reach the same. Needs clang with libFuzzer (Debian: clang
 # libclang-rt-14-dev). Findings and new inputs are kept in build/fuzz/NAME. To see a finding again:
 # build/fuzz/fuzz/NAME_fuzz FILE
-set -eu
+#
+# CHECKS=none builds without the sanitizers, in build/fuzz-quick: more executions, which only notice
+# claims that do not hold and crashes. What they find is played under the sanitizers by the next run
+# with them. Each run is noted in build/fuzz/runs.csv; scripts/measure_reliability.sh adds them up.
+set -euo pipefail
 cd "$(dirname "$0")/.."
 name=${1:?a row of the table in fuzz/CMakeLists.txt, or inbound}
 seconds=${2:-300}
-[ $# -lt 2 ] || shift
-shift
-build=build/fuzz
-own=$build/$name
-sanitizers=address,undefined,float-cast-overflow
+shift $(($# < 2 ? $# : 2))
+checks=${CHECKS:-sanitizers}
+own=build/fuzz/$name
+case $checks in
+sanitizers)
+    build=build/fuzz
+    instruments=fuzzer-no-link,address,undefined,float-cast-overflow
+    ;;
+none)
+    build=build/fuzz-quick
+    instruments=fuzzer-no-link
+    ;;
+*) echo "fuzz.sh: CHECKS is sanitizers or none" >&2 && exit 2 ;;
+esac
 # Comparisons are not traced: that took a third of the time, and most inputs are values already.
-[ -f "$build/build.ninja" ] || cmake -S . -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ \
-    -DCMAKE_BUILD_TYPE= -DVELMARK_FUZZ=ON -DVELMARK_WERROR=OFF -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld \
-    -DCMAKE_CXX_FLAGS="-O2 -gline-tables-only -fno-omit-frame-pointer -fsanitize=fuzzer-no-link,$sanitizers -fno-sanitize-recover=all -fno-sanitize-coverage=trace-cmp" \
-    >"$build.log" || { cat "$build.log"; exit 1; }
-cmake --build "$build" --parallel "${JOBS:-$(nproc)}" --target "${name}_fuzz"
 mkdir -p "$own/new" "$own/findings" "$own/merged"
+[[ -f $build/build.ninja ]] || cmake -S . -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ \
+    -DCMAKE_BUILD_TYPE= -DVELMARK_FUZZ=ON -DVELMARK_WERROR=OFF -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld \
+    -DCMAKE_CXX_FLAGS="-O2 -gline-tables-only -fno-omit-frame-pointer -fsanitize=$instruments -fno-sanitize-recover=all -fno-sanitize-coverage=trace-cmp" \
+    >"$build.log" || { cat "$build.log" && exit 1; }
+cmake --build "$build" --parallel "${JOBS:-$(nproc)}" --target "${name}_fuzz"
 
 # A short memory for what was freed, and none for where from, makes twice as many executions; with
 # ASAN_OPTIONS=malloc_context_size=30 a finding that is played again by itself is told in full.
 export ASAN_OPTIONS="${ASAN_OPTIONS:-quarantine_size_mb=1:thread_local_quarantine_size_kb=64:malloc_context_size=0:detect_leaks=0}"
-run() {
-    # shellcheck disable=SC2046 # several words
-    "$build/fuzz/${name}_fuzz" $(cat "$build/fuzz/${name}_fuzz.options") "$@"
-}
+read -ra options <"$build/fuzz/${name}_fuzz.options" || true
+run() { "$build/fuzz/${name}_fuzz" "${options[@]}" "$@"; }
 
 packed=fuzz/corpus/$name.base64
 corpus=fuzz/corpus/$name
-if [ ! -d "$corpus" ]; then
+if [[ ! -d $corpus ]]; then
     corpus=$own/corpus
     rm -rf "$corpus"
     mkdir -p "$corpus"
-    [ ! -f "$packed" ] || python3 fuzz/corpus.py unpack "$packed" "$corpus"
+    [[ ! -f $packed ]] || python3 fuzz/corpus.py unpack "$packed" "$corpus"
 fi
 
-if [ "$seconds" = merge ]; then
+if [[ $seconds == merge ]]; then
     rm -f "$own/merged"/*
     run "$@" -merge=1 "$own/merged" "$corpus" "$own/new"
     exec python3 fuzz/corpus.py pack "$packed" "$own/merged"
 fi
-# New inputs go to the first folder; the corpus is only read. What the engine tells at its end is added
-# up in build/fuzz/NAME/total.
+# New inputs go to the first folder; the corpus is only read.
+TIMEFORMAT='processor seconds: %U %S'
+outcome=0
 {
-    outcome=0
-    run -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2500 -detect_leaks=0 -entropic=0 -print_final_stats=1 \
-        -artifact_prefix="$own/findings/" "$@" "$own/new" "$corpus" || outcome=$?
-    echo "$outcome" >"$own/outcome"
-} 2>&1 | tee "$own/last.log"
+    time run -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2500 -detect_leaks=0 -entropic=0 -print_final_stats=1 \
+        -artifact_prefix="$own/findings/" "$@" "$own/new" "$corpus"
+} 2>&1 | tee "$own/last.log" || outcome=$?
 executed=$(sed -n 's/^stat::number_of_executed_units: *//p' "$own/last.log" | tail -n 1)
-before=$(cat "$own/total" 2>/dev/null || echo 0)
-echo $((before + ${executed:-0})) >"$own/total"
-exit "$(cat "$own/outcome")"
+spent=$(awk '/^processor seconds:/ { print $3 + $4 }' "$own/last.log" | tail -n 1)
+echo "$(date +%F),$(git rev-parse --short HEAD),$name,$checks,${executed:-0},$spent" >>build/fuzz/runs.csv
+exit "$outcome"

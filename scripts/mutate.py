@@ -125,7 +125,11 @@ def places_in(folder):
 
 # ---- running a test ---------------------------------------------------------------------------
 
+# A signal that is ignored stays so in whatever is started: a shell's "&" and nohup ignore some, which
+# the tests of these signals would take for a fault.
 def limits():
+    for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM):
+        signal.signal(number, signal.SIG_DFL)
     resource.setrlimit(resource.RLIMIT_AS, (6 << 30, 6 << 30))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 

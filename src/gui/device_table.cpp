@@ -127,7 +127,6 @@ void DeviceTable::add_columns()
             header_menu->addSeparator();
         add_column(columns[index]);
     }
-    device_model.setColumnCount(column_names.size());
     device_model.setHorizontalHeaderLabels(column_names);
     for (size_t index = 0; index < columns.size(); ++index)
         device_model.horizontalHeaderItem(static_cast<int>(index))

@@ -11,8 +11,9 @@ constexpr int FLOOD_FRAME = 2 * FrameThrottle::FRAME;
 
 } // namespace
 
-LogWindows::LogWindows(QWidget *its_parent)
+LogWindows::LogWindows(QWidget *its_parent, const FrameThrottle::Clock &clock)
     : parent(its_parent)
+    , throttle(clock)
 {
     turn.setSingleShot(true);
     connect(&turn, &QTimer::timeout, this, &LogWindows::open_next);
@@ -94,7 +95,6 @@ void LogWindows::drop(const Device *device)
 
 void LogWindows::stop()
 {
-    turn.stop();
     waiting.clear();
     throttle.cancel();
 }

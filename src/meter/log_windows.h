@@ -20,7 +20,9 @@ class LogWindows : public QObject
     Q_OBJECT
 
 public:
-    explicit LogWindows(QWidget *its_parent); // of the windows, which go with it at the latest
+    // `its_parent` is that of the windows, which go with it at the latest.
+    explicit LogWindows(QWidget *its_parent,
+                        const FrameThrottle::Clock &clock = FrameThrottle::steady_ms);
 
     // Opens the first at once and each of the others in a turn of the event loop: three hundred
     // take seconds. A window that is open comes to the front.

@@ -5,17 +5,6 @@
 
 #include <algorithm>
 
-namespace {
-
-qint64 steady_ms()
-{
-    QElapsedTimer now;
-    now.start();
-    return now.msecsSinceReference();
-}
-
-} // namespace
-
 FrameThrottle::FrameThrottle()
     : FrameThrottle(steady_ms)
 {
@@ -27,6 +16,13 @@ FrameThrottle::FrameThrottle(Clock its_clock)
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
     connect(&timer, &QTimer::timeout, this, &FrameThrottle::fire);
+}
+
+qint64 FrameThrottle::steady_ms()
+{
+    QElapsedTimer now;
+    now.start();
+    return now.msecsSinceReference();
 }
 
 // A timer that runs is left alone: work asked for without a pause would otherwise never be done.

@@ -18,6 +18,7 @@ public:
 
     FrameThrottle();
     explicit FrameThrottle(Clock its_clock);
+    static qint64 steady_ms(); // the clock that is used without another
 
     // `due` follows once, however often this is called until then: in a later turn of the event
     // loop, and a frame after the last one at the earliest.

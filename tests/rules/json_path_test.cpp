@@ -1,5 +1,6 @@
 // From descriptors to JSON and back.
 #include "model/json_path.h"
+#include "support/allocation_count.h"
 #include "support/vectors.h"
 
 #include <QtTest>
@@ -137,6 +138,22 @@ private slots:
         const QJsonObject rtp{{"en", true}, {"ip", "1.2.3.4"}};
         QCOMPARE(object.value("stream").toObject(), (QJsonObject{{"rtp", rtp}}));
         QCOMPARE(object.value("ui").toObject(), (QJsonObject{{"name", "x"}, {"loc", "y"}}));
+    }
+
+    // A step's name of more than fifteen letters has to be kept in memory of its own.
+    void what_two_paths_share_is_walked_once()
+    {
+        const std::vector<std::string> step = {"a step with a long name", "another of these names"};
+        const QJsonObject inner{{"one", 1}, {"two", 2}};
+        const QJsonObject object{{step[0].c_str(), QJsonObject{{step[1].c_str(), inner}}}};
+        JsonPathReader reader(object);
+        const std::vector<std::string> first = {step[0], step[1], "one"};
+        const std::vector<std::string> second = {step[0], step[1], "two"};
+        QCOMPARE(reader.read(first).toInt(), 1);
+        const size_t before = allocations;
+        const QJsonValue value = reader.read(second);
+        QCOMPARE(static_cast<size_t>(allocations) - before, size_t{0});
+        QCOMPARE(value.toInt(), 2);
     }
 };
 

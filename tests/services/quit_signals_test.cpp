@@ -23,6 +23,12 @@ class QuitSignalsTest : public QObject
     Q_OBJECT
 
 private slots:
+    // Who started the test may have ignored some, as nohup does.
+    void init()
+    {
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+            std::signal(signal, SIG_DFL);
+    }
     void cleanup() { std::signal(SIGHUP, SIG_DFL); }
 
     void signals_are_taken_and_given_back()

@@ -7,6 +7,7 @@
 #include "support/curve_picture.h"
 #include "support/vectors.h"
 
+#include <QPainter>
 #include <QtTest>
 
 #include <algorithm>
@@ -33,6 +34,17 @@ bool is_greenish(QColor color)
     return color.green() > color.red() + 25 && color.green() > color.blue() + 25;
 }
 
+// A marker alone, in white, without smooth edges.
+QImage marker_picture(Filter *band)
+{
+    QImage image(600, 300, QImage::Format_RGB32);
+    image.fill(Qt::black);
+    QPainter painter(&image);
+    painter.setPen(Qt::white);
+    band->draw_marker(&painter, false);
+    return image;
+}
+
 void save(CurveWidget &view, const QString &name)
 {
     const QString folder = qEnvironmentVariable("CURVE_PICTURES");
@@ -57,6 +69,8 @@ private slots:
     void narrow_views_lose_the_columns_under_the_labels();
     void the_font_follows_the_area();
     void a_markers_text_stops_growing_at_eight_points();
+    void a_markers_cross_is_level();
+    void a_markers_text_is_as_bright_as_the_pen();
     void a_hovered_band_is_filled_and_highlighted();
     void an_active_band_shows_its_handles_and_no_hover();
 
@@ -241,6 +255,37 @@ void CurvePaintTest::a_markers_text_stops_growing_at_eight_points()
     QCOMPARE(label_height({2000, 500}, 14), height);
     const int small = label_height({99, 101}, 6);
     QVERIFY(small > 3 && small < height);
+}
+
+void CurvePaintTest::a_markers_cross_is_level()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, {600, 300});
+    picture(view); // lays the view out
+    Filter *band = view.filters.at(1);
+    const QImage image = marker_picture(band);
+    const QPoint centre(band->marker_x, band->marker_y);
+    const int reach = marker_size(band->grid->font_size).quarter;
+    QVERIFY(reach > 1);
+    for (int step = 1; step <= reach; ++step)
+        for (const QPoint &way :
+             {QPoint(step, 0), QPoint(-step, 0), QPoint(0, step), QPoint(0, -step)})
+            QCOMPARE(image.pixelColor(centre + way), QColor(Qt::white));
+}
+
+void CurvePaintTest::a_markers_text_is_as_bright_as_the_pen()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    set_up(view, {600, 300});
+    picture(view);
+    Filter *band = view.filters.at(1);
+    const QImage image = marker_picture(band);
+    const int top = band->marker_y - marker_size(band->grid->font_size).half;
+    int brightest = 0;
+    for (int y = 0; y < top - 1; ++y)
+        for (int x = 0; x < image.width(); ++x)
+            brightest = std::max(brightest, image.pixelColor(x, y).red());
+    QVERIFY2(brightest > 180, qPrintable(QString::number(brightest)));
 }
 
 void CurvePaintTest::a_hovered_band_is_filled_and_highlighted()

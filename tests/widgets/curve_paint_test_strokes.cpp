@@ -1,4 +1,5 @@
 // The curve view's picture: lines drawn in slices, and what makes them anew.
+#include "eq/column_paint.h"
 #include "eq/curve_geometry.h"
 #include "eq/curve_grid.h"
 #include "eq/filter.h"
@@ -38,6 +39,7 @@ private slots:
     void slices_look_like_one_stroke_data();
     void slices_look_like_one_stroke();
     void slices_look_like_one_stroke_at_twice_the_pixels();
+    void a_clip_of_the_painter_holds_for_slices_too();
     void a_resize_renews_the_lines();
     void a_shelf_that_moves_takes_its_response_along();
 };
@@ -92,6 +94,26 @@ void CurveStrokesTest::slices_look_like_one_stroke_at_twice_the_pixels()
         view.grid->columns_per_stroke = std::numeric_limits<int>::max();
         QVERIFY(largest_difference(sliced, scaled()) <= 16);
     }
+}
+
+void CurveStrokesTest::a_clip_of_the_painter_holds_for_slices_too()
+{
+    std::vector<QPointF> line;
+    for (int column = 0; column < 400; ++column)
+        line.emplace_back(column, 20.0);
+    QImage image(400, 40, QImage::Format_RGB32);
+    image.fill(Qt::black);
+    QPainter painter(&image);
+    painter.setClipRect(0, 0, 100, 40);
+    painter.setPen(QPen(Qt::white, 2));
+    stroke_columns(&painter, line, 32);
+    painter.setBrush(Qt::white);
+    fill_columns(&painter, line, {{400.0, 20.0}, {400.0, 40.0}, {0.0, 40.0}}, 32);
+    QVERIFY(image.pixelColor(50, 20) == QColor(Qt::white));
+    QVERIFY(image.pixelColor(50, 35) == QColor(Qt::white));
+    for (const int column : {105, 200, 390})
+        for (const int row : {20, 35})
+            QCOMPARE(image.pixelColor(column, row), QColor(Qt::black));
 }
 
 void CurveStrokesTest::a_resize_renews_the_lines()

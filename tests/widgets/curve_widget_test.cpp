@@ -4,6 +4,7 @@
 #include "eq/filter.h"
 #include "eq/filter_list.h"
 
+#include <QMouseEvent>
 #include <QtTest>
 
 #include <cmath>
@@ -57,6 +58,7 @@ private slots:
     void a_view_without_a_size_draws_nothing();
     void it_has_no_size_hint();
     void the_mouse_is_tracked();
+    void a_drag_tells_where_the_mouse_points();
     void odd_settings_are_drawn_data();
     void odd_settings_are_drawn();
     void odd_sizes_are_drawn_data();
@@ -269,6 +271,26 @@ void CurveWidgetTest::other_products_bands_far_outside_are_drawn_quickly()
     timer.start();
     view.grab();
     QVERIFY2(timer.elapsed() < 5000, "painting hangs");
+}
+
+void CurveWidgetTest::a_drag_tells_where_the_mouse_points()
+{
+    CurveWidget view(nullptr, make_filters(BANDS));
+    view.resize(600, 300);
+    view.set_has_curve(true);
+    view.set_editable(true);
+    view.grab(); // places the markers
+    const QPoint marker(view.filters.at(2)->marker_x, view.filters.at(2)->marker_y);
+    QTest::mousePress(&view, Qt::LeftButton, {}, marker);
+    std::vector<std::pair<int, QPoint>> pointed;
+    connect(&view, &CurveWidget::on_band_pointed, this,
+            [&pointed](int number, const QPoint &place) { pointed.emplace_back(number, place); });
+    const QPoint place = marker + QPoint(20, -10);
+    QMouseEvent event(QEvent::MouseMove, place, Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&view, &event);
+    QCOMPARE(pointed.size(), size_t{1});
+    QCOMPARE(pointed.front().first, 3);
+    QCOMPARE(pointed.front().second, place);
 }
 
 QTEST_MAIN(CurveWidgetTest)

@@ -6,9 +6,63 @@
 #include "support/device_table_case.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QPointer>
+#include <QStandardItemModel>
+#include <QTimer>
 #include <QtTest>
 
 #include <algorithm>
+
+namespace {
+
+// How many events of a kind a widget has got.
+class EventCount : public QObject
+{
+public:
+    EventCount(QObject *watched, QEvent::Type its_type)
+        : type(its_type)
+    {
+        watched->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject * /*watched*/, QEvent *event) override
+    {
+        count += event->type() == type ? 1 : 0;
+        return false;
+    }
+
+    int count = 0;
+
+private:
+    QEvent::Type type;
+};
+
+// The timers that have fired since this was made.
+class TimersThatFired : public QObject
+{
+public:
+    TimersThatFired() { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        auto *timer = qobject_cast<QTimer *>(watched);
+        if (timer && event->type() == QEvent::Timer)
+            all.append(timer);
+        return false;
+    }
+
+    bool are_all_at_rest() const
+    {
+        return std::none_of(all.begin(), all.end(), [](const QPointer<QTimer> &timer) {
+            return timer && timer->isActive();
+        });
+    }
+
+    QList<QPointer<QTimer>> all = {};
+};
+
+} // namespace
 
 class DeviceTableColumnsTest : public DeviceTableCase
 {
@@ -144,6 +198,39 @@ private slots:
         QVERIFY(first != second);
         view()->setFocus();
         QVERIFY(header()->grab().toImage() != second);
+    }
+
+    // ---- the header's keys, and widths
+
+    void a_key_without_a_meaning_to_the_header_goes_on_to_the_list()
+    {
+        EventCount keys(view(), QEvent::KeyPress);
+        header()->setFocus();
+        QTest::keyClick(header(), Qt::Key_Right);
+        QCOMPARE(keys.count, 0);
+        QTest::keyClick(header(), Qt::Key_F7);
+        QCOMPARE(keys.count, 1);
+    }
+
+    void a_hidden_column_without_rows_needs_no_width()
+    {
+        QStandardItemModel model(0, 2);
+        DeviceListView list;
+        list.setModel(&model);
+        list.setColumnHidden(1, true);
+        QCOMPARE(list.sizeHintForColumn(1), 0);
+    }
+
+    void a_list_that_has_shown_a_change_rests()
+    {
+        Device &device = add("A name of some length");
+        QTRY_VERIFY(view()->measurements() > 0);
+        const int before = view()->measurements();
+        TimersThatFired timers;
+        tell(device, "Short");
+        QTRY_VERIFY(view()->measurements() > before);
+        QVERIFY(!timers.all.isEmpty());
+        QTRY_VERIFY(timers.are_all_at_rest());
     }
 };
 

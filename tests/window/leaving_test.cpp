@@ -55,6 +55,13 @@ class LeavingTest : public QObject
     }
 
 private slots:
+    // Who started the test may have ignored some, as nohup does; the program would leave them so.
+    void initTestCase()
+    {
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+            std::signal(signal, SIG_DFL);
+    }
+
     void init() { window = std::make_unique<WindowCase>(); }
     void cleanup() { window.reset(); }
 
