@@ -135,13 +135,18 @@ void DeviceListView::reset()
 void DeviceListView::dataChanged(const QModelIndex &top_left, const QModelIndex &bottom_right,
                                  const QVector<int> &roles)
 {
+    const bool is_one_row = top_left.row() == bottom_right.row();
+    // A row that the search hides shows nothing and asks for no width: once it shows again, all
+    // columns are measured.
+    if (is_one_row && isRowHidden(top_left.row(), top_left.parent()))
+        return;
     mark_dirty(top_left.column(), bottom_right.column());
-    if (top_left.row() == bottom_right.row())
+    if (is_one_row)
         widen_for_row(top_left.row());
     const QRect row = visualRect(top_left.siblingAtColumn(header()->logicalIndexAt(0)));
     // The topmost row decides the height of all, which the base class looks after.
     const bool is_top_row = !indexAbove(top_left).isValid();
-    if (top_left.row() != bottom_right.row() || is_top_row) {
+    if (!is_one_row || is_top_row) {
         QTreeView::dataChanged(top_left, bottom_right, roles);
         return;
     }

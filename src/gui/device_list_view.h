@@ -36,6 +36,9 @@ public:
     // How often columns have been measured since start.
     int measurements() const { return measure_count; }
 
+    // No column waits for being measured or for taking over its width.
+    bool has_settled() const { return !frame_timer.isActive() && !shrink_timer.isActive(); }
+
 signals:
     void copy_pressed();
 

@@ -38,7 +38,7 @@ class ListFitTest : public QObject
     }
 
     // Widths are taken over once per painted frame, and narrower ones a little later.
-    static void settle() { QTest::qWait(300); }
+    void settle() { QTRY_VERIFY(view()->has_settled()); }
 
     bool is_whole(const char *id, const QModelIndex &index)
     {
@@ -106,6 +106,25 @@ private slots:
         QTRY_VERIFY(!view()->horizontalScrollBar()->isVisible());
         window->gui->resize(1366, 748);
         QTRY_VERIFY(view()->cut_text(status).isEmpty());
+    }
+
+    // While a search runs, the columns would jump with each report of a device that it hides.
+    void a_hidden_row_widens_no_column()
+    {
+        open_site({1900, 700});
+        window->gui->search_box()->setEditText("horn 7");
+        QTRY_VERIFY(view()->isRowHidden(0, QModelIndex()));
+        settle();
+        const int name = column("ui/name");
+        const int before = view()->sizeHintForColumn(name);
+        Device *device = window->devices.front()->record();
+        device->values["ui/name"] = "A stand with a name of many letters";
+        window->gui->update(device);
+        QVERIFY(view()->isRowHidden(0, QModelIndex()));
+        QCOMPARE(view()->sizeHintForColumn(name), before);
+        QVERIFY(view()->has_settled());
+        window->gui->search_box()->setEditText({});
+        QTRY_VERIFY(view()->sizeHintForColumn(name) > before);
     }
 
     void a_wider_window_gives_the_texts_back_their_room()
