@@ -3,7 +3,6 @@
 // Wants a screen of its own with a window manager.
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
-#include "firmware/deppen_ass.h"
 #include "firmware/tftp_uploader.h"
 #include "meter/log_window.h"
 #include "meter/meter_object.h"
@@ -11,7 +10,6 @@
 #include "support/contrast.h"
 #include "tour.h"
 
-#include <QComboBox>
 #include <QHeaderView>
 #include <QPlainTextEdit>
 #include <QStyleFactory>
@@ -54,18 +52,6 @@ void await_update_of(Stage &stage, const QString &name, int from_percent)
                return device->upload && device->upload->percent >= from_percent;
            }),
            "an update");
-}
-
-DeppenAss *await_assistant(Stage &stage)
-{
-    DeppenAss *assistant = nullptr;
-    expect(runs_until([&stage, &assistant] {
-               for (const auto &[id, device] : stage.gui.all_devices())
-                   assistant = device->has_assistant ? stage.gui.assistant(device) : assistant;
-               return assistant != nullptr;
-           }),
-           "the assistant");
-    return assistant;
 }
 
 // ---- the pictures
@@ -205,15 +191,13 @@ void updating(Stage &stage)
 
 void assistant_outdated(Stage &stage)
 {
-    stage.take(await_assistant(stage));
+    stage.take(stage.await_assistant());
 }
 
 void assistant_product(Stage &stage)
 {
-    DeppenAss *assistant = await_assistant(stage);
-    Stage::press_next(assistant);
-    expect(runs_until([assistant] { return assistant->findChild<QComboBox *>() != nullptr; }),
-           "the choice of the product");
+    DeppenAss *assistant = stage.await_assistant();
+    Stage::await_product_choice(assistant);
     stage.take(assistant);
 }
 

@@ -8,6 +8,7 @@
 #include "support/fleet_window.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QMenu>
@@ -99,6 +100,19 @@ struct Stage
         press(row("firmware_version").button);
     }
 
+    // The first assistant that opens by itself.
+    DeppenAss *await_assistant()
+    {
+        DeppenAss *assistant = nullptr;
+        expect(runs_until([this, &assistant] {
+                   for (const auto &[id, device] : gui.all_devices())
+                       assistant = device->has_assistant ? gui.assistant(device) : assistant;
+                   return assistant != nullptr;
+               }),
+               "the assistant");
+        return assistant;
+    }
+
     // The assistant takes no click in its first moment, which is over here.
     static void press_next(DeppenAss *assistant)
     {
@@ -106,6 +120,14 @@ struct Stage
         for (auto *button : assistant->findChildren<QPushButton *>())
             if (button->text() == "Next")
                 QTest::mouseClick(button, Qt::LeftButton);
+    }
+
+    static QComboBox *await_product_choice(DeppenAss *assistant)
+    {
+        press_next(assistant);
+        expect(runs_until([assistant] { return assistant->findChild<QComboBox *>(); }),
+               "the choice of the product");
+        return assistant->findChild<QComboBox *>();
     }
 
     // As by the list head's menu, which learns what shows only when it opens.

@@ -4,6 +4,7 @@
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "firmware/deppen_ass.h"
+#include "gui/guide_link.h"
 #include "gui/window_rules.h"
 #include "meter/log_window.h"
 #include "stage.h"
@@ -11,6 +12,9 @@
 #include <QComboBox>
 #include <QPlainTextEdit>
 #include <QWindow>
+
+#include <future>
+#include <vector>
 
 namespace {
 
@@ -45,25 +49,28 @@ public:
 
     void show_assistant()
     {
-        take_assistant_page("assistant-firmware", [](DeppenAss *) {});
-        take_assistant_page("assistant-product", [](DeppenAss *assistant) {
-            Stage::press_next(assistant);
-            expect(runs_until([assistant] { return assistant->findChild<QComboBox *>(); }),
-                   "the choice of the product");
-            Stage::settle(); // a list is as wide as its box, which has to find its width first
-            assistant->findChild<QComboBox *>()->showPopup();
+        DeppenAss *assistant = stage.await_assistant();
+        take("assistant-firmware");
+        QComboBox *choice = Stage::await_product_choice(assistant);
+        Stage::settle(); // a list is as wide as its box, which has to find its width first
+        choice->showPopup();
+        take("assistant-product");
+    }
+
+    // Packing a large screen takes seconds. A window that stands still for two takes every device
+    // for silent, and what it says of an update then goes with the next report.
+    static std::future<void> save(const QString &file)
+    {
+        Stage::settle();
+        const QImage picture
+            = Stage::screen(QGuiApplication::primaryScreen()->geometry()).toImage();
+        return std::async(std::launch::async, [picture, file] {
+            expect(picture.save(file), "the saving of a picture");
         });
     }
 
-    static void save(const QString &file)
-    {
-        Stage::settle();
-        expect(Stage::screen(QGuiApplication::primaryScreen()->geometry()).save(file),
-               "the saving of a picture");
-    }
-
 private:
-    void take(const QString &name) { save(folder + '/' + name + ".png"); }
+    void take(const QString &name) { saving.push_back(save(folder + '/' + name + ".png")); }
 
     void show_edit()
     {
@@ -103,7 +110,8 @@ private:
         Stage::settle(300);
         stage.update_from_image();
         const Device *last = stage.device("Sub 1");
-        expect(runs_until([last] { return last->upload && last->upload->percent >= 35; }),
+        const int patience = 60000; // ms, for a busy machine
+        expect(runs_until([last] { return last->upload && last->upload->percent >= 35; }, patience),
                "an update");
         take("update");
         stage.fleet.fault("all", "tftp", {{"clear", true}});
@@ -111,8 +119,9 @@ private:
                           {{"strike", "error"}, {"at_block", 5}, {"code", 1}, {"text", "full"}});
         stage.select({"Sub 3"});
         stage.update_from_image();
-        expect(runs_until([last] { return !last->upload; }), "the end of the updates");
+        expect(runs_until([last] { return !last->upload; }, patience), "the end of the updates");
         Stage::settle(5000); // the devices restart
+        expect(!stage.device("Recording bridge")->upload_error.isEmpty(), "a refusal that stays");
         take("updated");
     }
 
@@ -120,6 +129,7 @@ private:
     {
         DialogProbe probe;
         probe.answer = [this](QDialog *dialog) {
+            expect(!find_guide(QCoreApplication::applicationDirPath()).isEmpty(), "the guide");
             take("about");
             DialogProbe::press_default(dialog);
         };
@@ -161,23 +171,10 @@ private:
         take("no-device");
     }
 
-    template<typename Step>
-    void take_assistant_page(const QString &name, Step step)
-    {
-        DeppenAss *assistant = nullptr;
-        expect(runs_until([this, &assistant] {
-                   for (const auto &[id, device] : gui.all_devices())
-                       assistant = device->has_assistant ? gui.assistant(device) : assistant;
-                   return assistant != nullptr;
-               }),
-               "the assistant");
-        step(assistant);
-        take(name);
-    }
-
     Stage &stage;
     WindowHandle &gui;
     QString folder;
+    std::vector<std::future<void>> saving = {}; // each ends by itself; going waits for all
 };
 
 } // namespace
