@@ -71,15 +71,16 @@ void StallWatch::on_beat()
     cpu_at_beat += cpu;
     const double queued = thread_queued_ms() - queued_at_beat;
     queued_at_beat += queued;
-    const Stall stall{
-        .wall = wall, .cpu = cpu, .own = qMax(cpu, wall - queued), .after = last_deed};
-    Stall &by_deed = longest_own[last_deed];
-    if (stall.own > by_deed.own)
-        by_deed = stall;
-    if (wall > longest_wall.wall)
-        longest_wall = stall;
-    if (cpu > longest_cpu.cpu)
-        longest_cpu = stall;
+    const Stall stall{.wall = wall, .cpu = cpu, .waited = wall - cpu - queued, .after = last_deed};
+    const auto keep = [&stall](Stall &longest, double Stall::*part) {
+        if (stall.*part > longest.*part)
+            longest = stall;
+    };
+    keep(longest_wall, &Stall::wall);
+    keep(longest_cpu, &Stall::cpu);
+    keep(longest_work[last_deed], &Stall::cpu);
+    keep(longest_wait, &Stall::waited);
+    waits += stall.waited > SHORT_WAIT + BEAT;
     for (size_t i = 0; i < LIMITS.size(); ++i)
         over_limit[i] += cpu > LIMITS[i];
 }

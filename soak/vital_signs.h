@@ -16,13 +16,13 @@ class StallWatch : public QObject
     Q_OBJECT
 
 public:
-    // In ms. A stall takes as long as the clock says; without the time in which other programs had
-    // the processor it is the window's own, be it that it worked or that it waited.
+    // In ms. A stall takes as long as the clock says. In it the window works, waits by itself, or
+    // has to wait since other programs have the processor.
     struct Stall
     {
         double wall = 0;
         double cpu = 0;
-        double own = 0;
+        double waited = 0;  // neither at work nor ready to
         QString after = {}; // what was done last
     };
 
@@ -31,9 +31,13 @@ public:
     // From now on stalls are put down to this.
     void note(const QString &deed) { last_deed = deed; }
 
+    static constexpr double SHORT_WAIT = 50; // ms
+
     Stall longest_wall = {};
     Stall longest_cpu = {};
-    std::map<QString, Stall> longest_own = {};                 // by deed
+    Stall longest_wait = {};
+    qint64 waits = 0;                                          // longer than a short one
+    std::map<QString, Stall> longest_work = {};                // by CPU time, of each deed
     static constexpr std::array LIMITS = {50, 100, 250, 1000}; // ms
     std::array<qint64, LIMITS.size()> over_limit = {};         // stalls longer than that, by CPU
 
