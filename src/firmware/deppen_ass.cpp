@@ -16,18 +16,33 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPixmapCache>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTextDocument>
+#include <QtMath>
 
 namespace {
 
 constexpr int PICTURE_SIZE = 32; // points
 
-// None for the entry that stands for no product.
-QIcon picture_of(int product_id)
+// None for the entry that stands for no product. Unpacking all takes a tenth of a second, and one
+// assistant comes after the other when a house is set up: they are remembered, as small as they are
+// painted.
+QIcon picture_of(int product_id, qreal device_pixel_ratio)
 {
-    return product_id == 0 ? QIcon() : QIcon(QString::fromStdString(find_product(product_id).icon));
+    if (product_id == 0)
+        return {};
+    const QString path = QString::fromStdString(find_product(product_id).icon);
+    const int pixels = qCeil(PICTURE_SIZE * device_pixel_ratio);
+    const QString key = QString("%1 %2").arg(path).arg(pixels);
+    QPixmap picture;
+    if (QPixmapCache::find(key, &picture) || !picture.load(path))
+        return picture;
+    picture = picture.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    picture.setDevicePixelRatio(device_pixel_ratio);
+    QPixmapCache::insert(key, picture);
+    return picture;
 }
 
 } // namespace
@@ -140,7 +155,7 @@ void DeppenAss::add_product_combo()
     product_combo->setAccessibleName("Product type");
     product_combo->setIconSize({PICTURE_SIZE, PICTURE_SIZE});
     for (const PropertyChoice &product : assistant_products(catalogue().product_table))
-        product_combo->addItem(picture_of(product.value.toInt()),
+        product_combo->addItem(picture_of(product.value.toInt(), devicePixelRatioF()),
                                QString::fromStdString(product.label), product.value);
     guard->watch(product_combo);
     product_combo->setCurrentIndex(0);
