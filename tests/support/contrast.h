@@ -7,17 +7,26 @@
 #include <QPalette>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+
+// Of each value of a channel, for pictures have many pixels.
+inline std::array<double, 256> make_linear_channels()
+{
+    std::array<double, 256> channels{};
+    for (size_t i = 0; i < channels.size(); ++i) {
+        const double value = static_cast<double>(i) / 255.0;
+        channels[i] = value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    }
+    return channels;
+}
 
 // Relative luminance from 0 to 1 (WCAG 2.1).
 inline double luminance(QRgb colour)
 {
-    const auto linear = [](int channel) {
-        const double value = channel / 255.0;
-        return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour))
-        + 0.0722 * linear(qBlue(colour));
+    static const std::array<double, 256> linear = make_linear_channels();
+    return 0.2126 * linear[size_t(qRed(colour))] + 0.7152 * linear[size_t(qGreen(colour))]
+        + 0.0722 * linear[size_t(qBlue(colour))];
 }
 
 // From 1, the same, to 21, black on white. WCAG asks for 4.5 for text.
