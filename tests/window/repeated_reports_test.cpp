@@ -76,8 +76,9 @@ QStringList picture_of(const WindowCase &window)
               << QString::number(device->session_list.size()) << bytes_of(device->last_report);
         for (const auto &[key, value] : device->values)
             facts << QString::fromStdString(key) + "=" + value.toString();
-        for (const std::string &column : window.gui->column_ids())
-            facts << window.cell(device, column);
+        const int row = window.gui->row_of(device);
+        for (int column = 0; column < window.gui->model().columnCount(); ++column)
+            facts << window.gui->model().item(row, column)->text();
         facts << QString::number(window.gui->is_selected(device));
         lines << facts.join("|");
     }
@@ -186,6 +187,8 @@ private slots:
             }
             perform(*quick, act);
             perform(*thorough, act);
+            // What has been replaced goes, or what goes later takes ever longer to find.
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             // This one knows no bytes, and so reads all that comes.
             for (const auto &[id, device] : thorough->gui->all_devices())
                 device->last_payload.clear();
