@@ -45,5 +45,10 @@ void InputGuard::start()
 
 bool InputGuard::eventFilter(QObject *watched, QEvent *event)
 {
-    return (is_on() && is_input(event->type())) || QObject::eventFilter(watched, event);
+    if (!is_on() || !is_input(event->type()))
+        return QObject::eventFilter(watched, event);
+    // Who goes on typing has not looked up yet.
+    if (event->type() == QEvent::KeyPress)
+        start();
+    return true;
 }

@@ -11,7 +11,7 @@ class InputGuard : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int DURATION = 700; // ms; who types has looked up by then
+    static constexpr int DURATION = 700; // ms, from the last key; who types has looked up by then
 
     explicit InputGuard(QObject *parent);
     // From now on the widget takes no keys and no mouse buttons while the guard is on.

@@ -324,6 +324,20 @@ private slots:
         QVERIFY(guard().rest() > 0 && guard().rest() <= 735);
     }
 
+    // Who types for another window has not looked up yet.
+    void each_key_begins_the_guarded_moment_anew()
+    {
+        reach(PAGE_OUTDATED);
+        guard().start();
+        QTest::qSleep(100); // no event passes meanwhile, so the guard stays on
+        const int before = guard().rest();
+        type(Qt::Key_V);
+        QVERIFY(guard().rest() > before);
+        QTRY_VERIFY(!guard().is_on());
+        type(Qt::Key_Tab);
+        QVERIFY(!guard().is_on());
+    }
+
     // A technician types into the panel when a device from the factory joins.
     void what_is_typed_in_the_panel_goes_on_harming_nobody()
     {
