@@ -386,7 +386,7 @@ void bench_hostile_messages(Program &program)
 int main(int argc, char **argv)
 {
     return bench_main(argc, argv, [](bool is_short, const QStringList &arguments) {
-        const int lines = is_short ? 40000 : 200000;
+        const int lines = is_short ? 10000 : 200000;
         if (arguments.contains("--stream")) {
             bench_program(lines);
             return;
