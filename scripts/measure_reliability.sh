@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # measure_reliability.sh [--short] [ITEM...]: the long runs, one after another, or those named; each
-# prints what it found and becomes a row of the table in docs/reliability.md, with its command, the
-# day and the commit. Rows of other items stay. Fails when a run does. --short tries every item for
-# some seconds and leaves the document alone. FOLDER=build/debug runs what is built there.
+# prints what it found and becomes a row of the table in docs/reliability.md as soon as it has ended,
+# with its command, the day and the commit. Rows of other items stay. Fails when a run does. --short
+# tries every item for some seconds and leaves the document alone. FOLDER=build/debug runs what is
+# built there.
 #   steady   1,000 devices for five minutes: nobody flickers, the memory stays
 #   typing   an operator types for a minute while 300 devices report
 #   kills    200 kills while the program may be writing its cache
@@ -11,13 +12,15 @@
 #   sleep    the computer sleeps for a minute
 #   late     the network comes 30 seconds after the program
 #   soak     an hour of every fault and an operator at random
-#   fuzz     what the fuzzers have executed, from their logs in build/fuzz
+#   rates    20 seconds of each fuzzer, with the sanitizers and without; then as fuzz
+#   fuzz     what the fuzzers have executed, and how fast: the runs that fuzz/fuzz.sh has noted in
+#            build/fuzz/runs.csv go into fuzz/executions.csv, which is added up in a table of its own
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
 short=0
 [[ ${1:-} == --short ]] && short=1 && shift
-(($#)) || set -- steady typing kills logs failing sleep late soak fuzz
+(($#)) || set -- steady typing kills logs failing sleep late soak rates
 build=${FOLDER:-build/release}
 document=docs/reliability.md
 folder=build/reliability
@@ -27,6 +30,7 @@ mkdir -p "$folder"
 export QTEST_FUNCTION_TIMEOUT=7200000
 export QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME=$PWD/build/reliability/settings
 failed=()
+measured=()
 
 # length SHORT LONG
 length() { ((short)) && echo "$1" || echo "$2"; }
@@ -86,14 +90,83 @@ soak_row() {
         "$2: $(grep -v '^\(FAILED\|warning\|  \)' "$folder/soak.log" | paste -sd ';' | sed 's/;/; /g')"
 }
 
-# Each log ends with the engine's own count: "stat::number_of_executed_units: N".
-fuzz() {
-    local log figures=''
-    for log in build/fuzz/*/total; do
-        [[ -f $log ]] || continue
-        figures+="; $(basename "$(dirname "$log")") $(<"$log")"
+# Fuzzers by name, in the order of their table.
+fuzzers() {
+    sed -n '/^set(RULE_FUZZERS/,/)/s/^ *\([a-z0-9]*\) [0-9]*)*$/\1/p' fuzz/CMakeLists.txt
+    echo inbound
+}
+
+rates() {
+    local name checks log
+    for name in $(fuzzers); do
+        for checks in none sanitizers; do
+            log=$folder/rate-$name-$checks.log
+            CHECKS=$checks fuzz/fuzz.sh "$name" "$(length 2 20)" >"$log" 2>&1 || {
+                failed+=("$name")
+                tail -n 20 "$log"
+            }
+        done
     done
-    row fuzz "Inputs that the fuzzers have executed" "fuzz/fuzz.sh NAME SECONDS" "${figures:2}"
+    fuzz
+}
+
+# Day, commit, fuzzer, what it is built with, executions, seconds of processor time (nothing where
+# they were not taken).
+fuzz() {
+    local runs=build/fuzz/runs.csv all=fuzz/executions.csv
+    if ((short)); then
+        cp "$all" "$folder/executions.csv"
+        all=$folder/executions.csv
+        [[ ! -f $runs ]] || cat "$runs" >>"$all"
+    elif [[ -f $runs ]]; then
+        cat "$runs" >>"$all" && rm "$runs"
+    fi
+    fuzz_table "$all" >"$folder/fuzzers.md"
+    cat "$folder/fuzzers.md"
+    ((short)) || replace_section fuzzers "$folder/fuzzers.md"
+}
+
+# Executions of all runs, and their number in a second of processor time in the newest run that took
+# a second of it at least.
+fuzz_table() {
+    echo "| Fuzzer | Executions with the sanitizers | without | In a second of processor time with them | without | Newest run |"
+    echo "|---|---|---|---|---|---|"
+    awk -F, -v names="$(fuzzers | paste -sd ' ')" '
+        function figure(number, digits, groups) {
+            digits = sprintf("%d", number)
+            for (groups = ""; length(digits) > 3; digits = substr(digits, 1, length(digits) - 3))
+                groups = "," substr(digits, length(digits) - 2) groups
+            return digits groups
+        }
+        function rate(key) { return key in rates ? figure(rates[key]) " (" days[key] ")" : "" }
+        NR > 1 {
+            key = $3 "," $4
+            sum[key] += $5
+            if ($6 >= 1) { rates[key] = $5 / $6; days[key] = $1 }
+            newest[$3] = $1 ", " $2
+        }
+        END {
+            count = split(names, order, " ")
+            for (i = 1; i <= count; ++i) {
+                name = order[i]
+                printf "| %s | %s | %s | %s | %s | %s |\n", name, figure(sum[name ",sanitizers"]),
+                    figure(sum[name ",none"]), rate(name ",sanitizers"), rate(name ",none"), newest[name]
+            }
+        }' "$1"
+}
+
+# replace_section NAME FILE: what stands in the document from its mark to the next end.
+replace_section() {
+    awk -v mark="<!-- measured: $1 -->" -v file="$2" '
+        $0 == mark {
+            print; print ""
+            while ((getline line < file) > 0) print line
+            print ""; skips = 1
+            next
+        }
+        $0 == "<!-- end -->" { skips = 0 }
+        !skips' "$document" >"$folder/document"
+    cat "$folder/document" >"$document"
 }
 
 # Rows of items that were not measured now are those of the document: another checkout may have
@@ -101,8 +174,9 @@ fuzz() {
 keep_rows() {
     local item mark line
     while read -r item mark; do
-        [[ " $* " != *" $item "* ]] || continue
-        line=$(grep '^| ' "$document" | grep -F -m 1 -- "$mark") || continue
+        [[ " ${measured[*]} " != *" $item "* ]] || continue
+        rm -f "$folder/$item.row"
+        line=$(sed -n '/^<!-- measured: long runs -->/,/^<!-- end -->/p' "$document" | grep -F -m 1 -- "$mark") || continue
         printf '%s\n' "$line" >"$folder/$item.row"
     done <<'END'
 steady fleet_steadiness_test
@@ -113,40 +187,33 @@ failing one_that_fails_among_all
 sleep a_program_that_slept
 late a_network_that_comes_late
 soak | `soak
-fuzz fuzz/fuzz.sh NAME SECONDS`
 END
 }
 
 write_table() {
+    keep_rows
     {
         echo "| What | Found | Command | Day, commit |"
         echo "|---|---|---|---|"
-        for item in steady typing kills logs failing sleep late soak fuzz; do
+        for item in steady typing kills logs failing sleep late soak; do
             [[ ! -f $folder/$item.row ]] || cat "$folder/$item.row"
         done
     } >"$folder/table.md"
-    awk -v file="$folder/table.md" '
-        $0 == "<!-- measured: long runs -->" {
-            print; print ""
-            while ((getline line < file) > 0) print line
-            print ""; skips = 1
-        }
-        $0 == "<!-- end -->" { skips = 0 }
-        !skips && $0 != "<!-- measured: long runs -->"' "$document" >"$folder/document"
-    cat "$folder/document" >"$document"
+    replace_section "long runs" "$folder/table.md"
 }
 
-if [[ -z ${FOLDER:-} ]]; then
+if [[ -z ${FOLDER:-} && $* != fuzz && $* != rates ]]; then
     scripts/setup.sh build network check
     scripts/build.sh release fleet_steadiness_test fleet_editing_test cache_kill_test fleet_logs_test \
         fleet_upload_test fleet_recovery_test soak loudspeaker-simulator velmark-network-manager >&2 || exit
 fi
 for item; do
+    measured+=("$item")
     case $item in
     sleep) sleep_item ;;
-    steady | typing | kills | logs | failing | late | soak | fuzz) "$item" ;;
+    steady | typing | kills | logs | failing | late | soak | rates | fuzz) "$item" ;;
     *) echo "measure_reliability: unknown item $item" >&2 && exit 2 ;;
     esac
+    ((short)) || write_table
 done
-((short)) || { keep_rows "$@" && write_table; }
 ((${#failed[@]} == 0)) || { echo "failed: ${failed[*]}" && exit 1; }
