@@ -84,10 +84,13 @@ soak() {
     [[ $outcome == passed ]] || { failed+=(soak); grep -m 5 '^FAILED' "$log"; }
     soak_row "$seconds" "$outcome"
 }
-# What the soak prints, "name: figures" a line, as one text.
+# What the soak prints, "name: figures" a line, as one text: without what happened by name, the state
+# while it ran, and what the toolkit says.
 soak_row() {
-    row soak "Every fault, and an operator at random" "soak $1 20 $(length 40 300)" \
-        "$2: $(grep -v '^\(FAILED\|warning\|  \)' "$folder/soak.log" | paste -sd ';' | sed 's/;/; /g')"
+    local lines
+    lines=$(grep -v '^\(FAILED\|warning\|  \|QStandardPaths\|after [0-9]* s\|dialogs:\|events at\|requests to\|at work:\)' \
+        "$folder/soak.log" | sed 's/ (.*)$//' | paste -sd ';' | sed 's/;/; /g')
+    row soak "Every fault, and an operator at random" "soak $1 20 $(length 40 300)" "$2: $lines"
 }
 
 # Fuzzers by name, in the order of their table.

@@ -2,6 +2,7 @@
 // changes.
 #include "gui/device_list_view.h"
 #include "link/datagram.h"
+#include "support/allocation_count.h"
 #include "support/window_main.h"
 
 #include <QJsonArray>
@@ -241,6 +242,20 @@ private slots:
         QVERIFY(device->stale);
         window->gui->cancel_button()->click();
         QVERIFY(!device->stale);
+    }
+
+    // A merge allocates a dozen times, even when nothing comes of it.
+    void the_same_bytes_are_merged_once()
+    {
+        const std::unique_ptr<WindowCase> window = make_window();
+        const QHostAddress address("10.0.0.1");
+        const QByteArray report = bytes_of(loudspeaker_report("a"));
+        for (int i = 0; i < 2; ++i)
+            window->gui->deliver(address, report);
+        const size_t before = allocations;
+        window->gui->deliver(address, report);
+        const size_t made = static_cast<size_t>(allocations) - before;
+        QVERIFY2(made <= 4, qPrintable(QString::number(made)));
     }
 
     void a_moved_device_leaves_no_address_behind()
