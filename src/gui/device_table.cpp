@@ -2,16 +2,13 @@
 // it.
 #include "gui/device_table.h"
 
-#include "gui/column_menu.h"
 #include "gui/device_cell.h"
 #include "gui/empty_note.h"
 #include "gui/list_clipboard.h"
-#include "gui/list_header.h"
 #include "meter/meter_item_delegate.h"
-#include "support/fatal_assert.h"
 
-#include <QAction>
 #include <QApplication>
+#include <QHeaderView>
 #include <QItemSelectionModel>
 
 #include <algorithm>
@@ -33,18 +30,13 @@ DeviceTable::Batch::~Batch()
 
 DeviceTable::DeviceTable()
     : device_list(new DeviceListView)
-    , header(new ListHeader(device_list))
-    , header_menu(new ColumnMenu(device_list))
+    , columns(device_list, device_model)
 {
-    device_list->setHeader(header);
-    // Before the view looks: it would measure its header again at each caption.
-    add_columns();
     device_list->setModel(&device_model);
-    show_default_columns();
+    columns.show_default();
     device_model.setSortRole(DeviceCell::SORT_ROLE);
     set_up_view();
-    connect(header, &QHeaderView::customContextMenuRequested, this, &DeviceTable::show_column_menu);
-    connect(header, &ListHeader::menu_wanted, this, &DeviceTable::show_column_menu);
+    connect(&columns, &ColumnChoice::toggled, this, &DeviceTable::write_all_rows);
     connect(device_list, &DeviceListView::copy_pressed, this,
             [this] { put_on_clipboard(selected_cells(*device_list, device_model)); });
     connect(device_list->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
@@ -91,15 +83,14 @@ void DeviceTable::set_up_view()
     device_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     device_list->setSelectionBehavior(QAbstractItemView::SelectRows);
     device_list->setUniformRowHeights(true);
-    header->setSortIndicator(0, Qt::AscendingOrder);
+    device_list->header()->setSortIndicator(0, Qt::AscendingOrder);
     device_list->setSortingEnabled(true);
     // KEPT: points that grow with the scale, and are scaled once more when they are drawn.
     const int icon_size = static_cast<int>(qApp->devicePixelRatio() * 32);
     device_list->setIconSize({icon_size, icon_size});
     device_list->setIndentation(0);
     device_list->setAccessibleName("Devices");
-    header->setContextMenuPolicy(Qt::CustomContextMenu);
-    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    device_list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     device_list->setItemDelegate(&highlight_delegate);
     const int meter_column = column_of("meter");
     if (meter_column >= 0)
@@ -115,106 +106,6 @@ void DeviceTable::set_dark_theme(bool is_dark)
                                        : "QTreeView { selection-background-color: #cce8ff; }");
     if (empty_note)
         empty_note->set_dark_theme(is_dark);
-}
-
-// ---- columns ------------------------------------------------------------------------------------
-
-void DeviceTable::add_columns()
-{
-    const std::vector<ListColumn> columns = list_columns();
-    for (size_t index = 0; index < columns.size(); ++index) {
-        if (index > 0 && columns[index].group != columns[index - 1].group)
-            header_menu->addSeparator();
-        add_column(columns[index]);
-    }
-    device_model.setHorizontalHeaderLabels(column_names);
-    for (size_t index = 0; index < columns.size(); ++index)
-        device_model.horizontalHeaderItem(static_cast<int>(index))
-            ->setToolTip(columns[index].title);
-}
-
-void DeviceTable::add_column(const ListColumn &column)
-{
-    const size_t index = column_ids.size();
-    column_names.append(column.name);
-    column_ids.push_back(column.id);
-    auto *action = new QAction(column.name, this);
-    action->setToolTip(column.title);
-    action->setCheckable(true);
-    connect(action, &QAction::toggled, this, [this, index] { toggle_column(index); });
-    column_actions.push_back(action);
-    header_menu->addAction(action);
-// The toolkit's lists count in int, the library's in size_t.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wsign-compare"
-    FATAL_ASSERT("gui.cpp", column_names.size() == column_actions.size());
-    FATAL_ASSERT("gui.cpp", column_names.size() == column_ids.size());
-#pragma GCC diagnostic pop
-}
-
-QMenu *DeviceTable::menu() const
-{
-    return header_menu;
-}
-
-int DeviceTable::column_of(const std::string &id) const
-{
-    const auto found = std::find(column_ids.begin(), column_ids.end(), id);
-    return found == column_ids.end() ? -1 : static_cast<int>(found - column_ids.begin());
-}
-
-std::vector<int> DeviceTable::shown_columns() const
-{
-    std::vector<int> columns;
-    for (int column = 0; column < device_model.columnCount(); ++column)
-        if (!device_list->isColumnHidden(column))
-            columns.push_back(column);
-    return columns;
-}
-
-void DeviceTable::show_default_columns()
-{
-    for (int column = 0; column < column_names.size(); ++column)
-        device_list->setColumnHidden(column, true);
-    for (const int column : default_columns(column_names))
-        device_list->setColumnHidden(column, false);
-}
-
-void DeviceTable::toggle_column(size_t index)
-{
-    FATAL_ASSERT("gui.cpp", index < column_actions.size());
-    const int column = static_cast<int>(index);
-    const bool is_wanted = column_actions[index]->isChecked();
-    if (is_wanted != device_list->isColumnHidden(column))
-        return;
-    device_list->setColumnHidden(column, !is_wanted);
-    {
-        // Hidden columns are not kept up to date. One of them may be the one that the list is
-        // sorted by.
-        const Batch batch(*this);
-        for (int row = 0; row < device_model.rowCount(); ++row)
-            if (Device *device = device_at(row))
-                show(*device);
-    }
-    emit column_toggled();
-}
-
-void DeviceTable::show_column_menu(const QPoint &position)
-{
-    for (size_t column = 0; column < column_actions.size(); ++column)
-        column_actions[column]->setChecked(!device_list->isColumnHidden(static_cast<int>(column)));
-    header_menu->popup(header->viewport()->mapToGlobal(position));
-}
-
-QByteArray DeviceTable::save_state() const
-{
-    return header->saveState();
-}
-
-void DeviceTable::restore_state(const QByteArray &state)
-{
-    header->restoreState(state);
-    header->setStretchLastSection(false); // states of before say otherwise
 }
 
 // ---- rows ---------------------------------------------------------------------------------------
@@ -237,7 +128,7 @@ void DeviceTable::refresh_row(Device &device, int row)
         if (device_list->isColumnHidden(column))
             continue;
         const CellChange change
-            = writer.write(device, column_ids[static_cast<size_t>(column)],
+            = writer.write(device, columns.ids()[static_cast<size_t>(column)],
                            *static_cast<DeviceCell *>(device_model.item(row, column)));
         is_changed |= change.is_seen;
         sort_pending |= change.is_key && column == sorted_by().column;
@@ -250,6 +141,18 @@ void DeviceTable::refresh_row(Device &device, int row)
     count_online(*row_head(device_model, row), device.online);
 }
 
+// Hidden columns are not kept up to date. One of them may be the one that the list is sorted by.
+void DeviceTable::write_all_rows()
+{
+    {
+        const Batch batch(*this);
+        for (int row = 0; row < device_model.rowCount(); ++row)
+            if (Device *device = device_at(row))
+                show(*device);
+    }
+    emit column_toggled();
+}
+
 // The row is filled before the model knows it and goes straight to its place: the list looks as if
 // it had been sorted again, at the price of one insertion.
 void DeviceTable::insert_row(Device &device)
@@ -257,11 +160,11 @@ void DeviceTable::insert_row(Device &device)
     auto *head = new RowHead(&device);
     head->store(DeviceCell::ID_ROLE, device.device_id);
     QList<QStandardItem *> items;
-    for (size_t column = 0; column < column_ids.size(); ++column) {
+    for (size_t column = 0; column < columns.ids().size(); ++column) {
         DeviceCell *cell = column == 0 ? head : new DeviceCell;
         items.append(cell);
         if (!device_list->isColumnHidden(static_cast<int>(column)))
-            writer.write(device, column_ids[column], *cell);
+            writer.write(device, columns.ids()[column], *cell);
     }
     const SortedBy sorted = sorted_by();
     const bool is_sorted_by_column = sorted.column >= 0 && sorted.column < items.size();
@@ -308,7 +211,7 @@ void DeviceTable::remove(const std::vector<Device *> &leaving)
     device_list->selectionModel()->select(selection, QItemSelectionModel::Deselect);
     leave_rows(*device_list, rows);
     remove_rows(device_model, rows);
-    note_row_hints();
+    note_row_hints(device_model);
     if (device_model.rowCount() == 0)
         empty_note->begin_patience();
     emit counts_changed();
@@ -330,27 +233,6 @@ void DeviceTable::forget_devices()
             static_cast<DeviceCell *>(device_model.item(row, meter_column))
                 ->store(DeviceCell::METER_ROLE, QVariant());
     }
-}
-
-Device *DeviceTable::device_at(int row) const
-{
-    const RowHead *head = row_head(device_model, row);
-    return head ? head->device : nullptr;
-}
-
-// A hint saves the walk, but is never believed unseen; rows that came or went have shifted others
-// by little.
-int DeviceTable::row_of(const Device &device) const
-{
-    if (device.row_hint < 0)
-        return -1;
-    const int rows = device_model.rowCount();
-    const int hint = std::min(device.row_hint, rows);
-    for (int distance = 0; distance <= rows; ++distance)
-        for (const int row : {hint - distance, hint + distance})
-            if (row >= 0 && row < rows && device_at(row) == &device)
-                return device.row_hint = row;
-    return -1;
 }
 
 bool DeviceTable::is_selected(const Device &device) const
@@ -399,7 +281,8 @@ void DeviceTable::repaint_meters()
 
 SortedBy DeviceTable::sorted_by() const
 {
-    return {.column = header->sortIndicatorSection(), .order = header->sortIndicatorOrder()};
+    return {.column = device_list->header()->sortIndicatorSection(),
+            .order = device_list->header()->sortIndicatorOrder()};
 }
 
 void DeviceTable::sort_by(int column, Qt::SortOrder order)
@@ -423,12 +306,5 @@ void DeviceTable::sort_if_needed()
         return;
     device_list->sortByColumn(-1, Qt::AscendingOrder);
     device_list->sortByColumn(sorted.column, sorted.order);
-    note_row_hints();
-}
-
-void DeviceTable::note_row_hints()
-{
-    for (int row = 0; row < device_model.rowCount(); ++row)
-        if (Device *device = device_at(row))
-            device->row_hint = row;
+    note_row_hints(device_model);
 }

@@ -2,7 +2,7 @@
 // it. Knows nothing of the window around it.
 #pragma once
 
-#include "gui/column_rules.h"
+#include "gui/column_choice.h"
 #include "gui/device_list_view.h"
 #include "gui/empty_note.h"
 #include "gui/highlight_delegate.h"
@@ -17,11 +17,6 @@
 
 #include <string>
 #include <vector>
-
-class ColumnMenu;
-class ListHeader;
-class QAction;
-class QMenu;
 
 class DeviceTable : public QObject
 {
@@ -59,8 +54,8 @@ public:
     void remove(const std::vector<Device *> &leaving);
     // Before devices go whose rows stay, as in a window that has closed.
     void forget_devices();
-    int row_of(const Device &device) const; // -1: none
-    Device *device_at(int row) const;       // null: none
+    int row_of(const Device &device) const { return ::row_of(device_model, device); } // -1: none
+    Device *device_at(int row) const { return ::device_at(device_model, row); }       // null: none
     bool is_selected(const Device &device) const;
     // The devices of the selected rows that the search does not hide, in the selection's order.
     std::vector<Device *> selected() const;
@@ -73,20 +68,18 @@ public:
     bool is_sorted() const;
 
     // ---- columns, in parallel lists
-    const QStringList &captions() const { return column_names; }
-    const std::vector<std::string> &ids() const { return column_ids; }
-    const std::vector<QAction *> &actions() const { return column_actions; }
-    QMenu *menu() const;
-    int column_of(const std::string &id) const; // -1: none
-    std::vector<int> shown_columns() const;
-    void show_default_columns();
-    // Follows the column's action.
-    void toggle_column(size_t index);
-    void show_column_menu(const QPoint &position);
-    // Another set of columns makes the saved state of the old one worthless.
-    QString column_signature() const { return column_names.join(":"); }
-    QByteArray save_state() const;
-    void restore_state(const QByteArray &state);
+    const QStringList &captions() const { return columns.captions(); }
+    const std::vector<std::string> &ids() const { return columns.ids(); }
+    const std::vector<QAction *> &actions() const { return columns.actions(); }
+    QMenu *menu() const { return columns.menu(); }
+    int column_of(const std::string &id) const { return columns.column_of(id); } // -1: none
+    std::vector<int> shown_columns() const { return columns.shown(); }
+    void show_default_columns() { columns.show_default(); }
+    void toggle_column(size_t index) { columns.toggle_column(index); }
+    void show_column_menu(const QPoint &position) { columns.open_menu(position); }
+    QString column_signature() const { return columns.signature(); }
+    QByteArray save_state() const { return columns.save_state(); }
+    void restore_state(const QByteArray &state) { columns.restore_state(state); }
 
     // ---- what an empty list says
     void set_network(const QString &name) { empty_note->set_network(name); }
@@ -112,18 +105,17 @@ signals:
 private:
     void set_up_view();
     void connect_search();
-    void add_columns();
-    void add_column(const ListColumn &column);
     int last_column() const;
+    void write_all_rows();
     void refresh_row(Device &device, int row);
     void insert_row(Device &device);
     void count_online(RowHead &head, bool is_online);
     SortedBy sorted_by() const;
     void sort_if_needed();
-    void note_row_hints();
 
     QStandardItemModel device_model;
     QPointer<DeviceListView> device_list;
+    ColumnChoice columns;
     HighlightDelegate highlight_delegate;
     RowWriter writer;
     int batches = 0;
@@ -131,10 +123,4 @@ private:
     int births = 0;            // rows so far
     ListSearch list_search{device_model, highlight_delegate};
     EmptyNote *empty_note = nullptr; // inside the view
-
-    QStringList column_names;
-    std::vector<std::string> column_ids;
-    std::vector<QAction *> column_actions;
-    ListHeader *header = nullptr;
-    ColumnMenu *header_menu = nullptr;
 };

@@ -2,25 +2,20 @@
 #pragma once
 
 #include "gui/panel_rows.h"
-#include "gui/row_widgets.h"
+#include "gui/panel_sheet.h"
 #include "support/frame_throttle.h"
 
-#include <QPalette>
 #include <QVariant>
 #include <QWidget>
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-class QGridLayout;
-class QPushButton;
-class QScrollArea;
-class QToolButton;
+class PanelHead;
 
 // The selected devices in their order, asked for whenever rows are refreshed: sorting the list
 // changes who leads without another selection.
@@ -67,15 +62,14 @@ public:
 
     // Scrolls up or down until these rows are in sight, the first before the others. The focus
     // stays where it is.
-    void bring_into_sight(const std::vector<std::string> &keys);
+    void bring_into_sight(const std::vector<std::string> &keys) { sheet->bring_into_sight(keys); }
 
     const Property *row(const std::string &key) const { return rows.row(key); }
-    const RowWidgets *row_widgets(const std::string &key) const; // null when the key has none
+    // Null when the key has none.
+    const RowWidgets *row_widgets(const std::string &key) const { return sheet->row(key); }
 
     // Black or white, as the desktop is.
-    void set_ground(bool is_dark);
-
-    bool eventFilter(QObject *watched, QEvent *event) override;
+    void set_ground(bool is_dark) { sheet->set_ground(is_dark); }
 
 signals:
     // Between the change of mode and the refresh of the rows: what was held back is merged now.
@@ -93,13 +87,10 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    void build_head();
-    void build_rows();
     void add_shortcuts();
-    void make_row_widgets(RowWidgets &row, const std::string &key);
-    void rebuild_editor(const std::string &key, RowWidgets &row);
     void update_row(const std::string &key, const std::vector<Device *> &selected);
-    void show_row(const std::string &key, RowWidgets &row, const std::vector<Device *> &selected);
+    void rebuild_editor(const std::string &key);
+    void show_row(const std::string &key, const std::vector<Device *> &selected);
     void show_value(const std::string &key, const RowWidgets &shown) const;
     void mark_changes(const std::string &key, const std::vector<Device *> &selected);
     void mark_later(const std::string &key);
@@ -108,22 +99,12 @@ private:
     void begin_edit_in_sight();
     bool has_focus_inside() const;
     void update_edit_buttons();
-    void order_tab_stops();
-    void fit_width();
-    bool is_in_sight(const QWidget *widget) const;
 
     SelectionSource selection;
     PanelRows rows = {};
-    std::map<std::string, RowWidgets> widgets = {};
     bool editing = false;
     FrameThrottle mark_pace = {};
     std::set<std::string> keys_to_mark = {}; // edited since the last frame
-    bool has_new_editors = false;            // the tab order does not know them yet
-    QPalette row_colours = {};
-    QPushButton *edit_button = nullptr;
-    QToolButton *confirm_button = nullptr;
-    QToolButton *cancel_button = nullptr;
-    QScrollArea *property_scroll = nullptr;
-    QWidget *content = nullptr;  // of the scroll area
-    QGridLayout *grid = nullptr; // one row of cells per property, by order of the keys
+    PanelHead *head = nullptr;
+    PanelSheet *sheet = nullptr;
 };

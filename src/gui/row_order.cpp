@@ -2,6 +2,7 @@
 #include "gui/row_order.h"
 
 #include "gui/device_cell.h"
+#include "model/device.h"
 
 #include <QItemSelectionModel>
 #include <QTreeView>
@@ -48,6 +49,34 @@ void arrange(QStandardItemModel &model, const std::vector<Row> &order)
 RowHead *row_head(const QStandardItemModel &model, int row)
 {
     return static_cast<RowHead *>(model.item(row, 0));
+}
+
+Device *device_at(const QStandardItemModel &model, int row)
+{
+    const RowHead *head = row_head(model, row);
+    return head ? head->device : nullptr;
+}
+
+// A hint saves the walk, but is never believed unseen; rows that came or went have shifted others
+// by little.
+int row_of(const QStandardItemModel &model, const Device &device)
+{
+    if (device.row_hint < 0)
+        return -1;
+    const int rows = model.rowCount();
+    const int hint = std::min(device.row_hint, rows);
+    for (int distance = 0; distance <= rows; ++distance)
+        for (const int row : {hint - distance, hint + distance})
+            if (row >= 0 && row < rows && device_at(model, row) == &device)
+                return device.row_hint = row;
+    return -1;
+}
+
+void note_row_hints(const QStandardItemModel &model)
+{
+    for (int row = 0; row < model.rowCount(); ++row)
+        if (Device *device = device_at(model, row))
+            device->row_hint = row;
 }
 
 bool is_in_order(const QStandardItemModel &model, const SortedBy &sorted)

@@ -8,6 +8,7 @@
 
 class QTreeView;
 class RowHead;
+struct Device;
 
 // What the list is sorted by; nothing while `column` is none of the model's.
 struct SortedBy
@@ -16,7 +17,11 @@ struct SortedBy
     Qt::SortOrder order = Qt::AscendingOrder;
 };
 
-RowHead *row_head(const QStandardItemModel &model, int row); // null when there is no such row
+RowHead *row_head(const QStandardItemModel &model, int row);       // null when there is no such row
+Device *device_at(const QStandardItemModel &model, int row);       // null: none
+int row_of(const QStandardItemModel &model, const Device &device); // -1: none
+// Tells each device in which row it stands, after many have moved: row_of looks there first.
+void note_row_hints(const QStandardItemModel &model);
 
 bool is_in_order(const QStandardItemModel &model, const SortedBy &sorted);
 

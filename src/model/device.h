@@ -47,7 +47,7 @@ struct Device
     MeterObject meter;
 
     SavedText saved = {};      // this device's part of the cache file
-    mutable int row_hint = -1; // where the list row was last seen; DeviceTable checks it first
+    mutable int row_hint = -1; // where the list row was last seen; row_of checks it first
 
     Device() = default;
     Device(const Device &) = delete;
