@@ -8,6 +8,8 @@ struct ColumnNeed
 {
     int caption = 0;
     int contents = 0; // of its widest cell
+
+    bool operator==(const ColumnNeed &) const = default;
 };
 
 // What a column keeps when there is little room, in pixels.

@@ -13,6 +13,7 @@
 #include <QToolTip>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -64,8 +65,7 @@ DeviceListView::DeviceListView(QWidget *parent)
 void DeviceListView::setModel(QAbstractItemModel *new_model)
 {
     QTreeView::setModel(new_model);
-    disconnect(new_model, SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)), header(),
-               nullptr);
+    disconnect(new_model, &QAbstractItemModel::dataChanged, header(), nullptr);
     connect(header(), &QHeaderView::sectionMoved, this, &DeviceListView::apply_widths);
 }
 
@@ -73,7 +73,10 @@ int DeviceListView::sizeHintForColumn(int column) const
 {
     if (!model() || column < 0)
         return -1;
+    if (isColumnHidden(column))
+        return contents_width(column);
     std::vector<ColumnNeed> needs;
+    needs.reserve(shares.needs.size());
     size_t place = 0;
     for (int i = 0; i < header()->count(); ++i) {
         const int shown = header()->logicalIndex(i);
@@ -83,13 +86,24 @@ int DeviceListView::sizeHintForColumn(int column) const
             place = needs.size();
         needs.push_back({.caption = caption_width(shown), .contents = contents_width(shown)});
     }
-    if (isColumnHidden(column))
-        return contents_width(column);
+    share_out(std::move(needs));
+    return shares.widths[place];
+}
+
+// The header asks for one column after the other, of which all have changed or none.
+void DeviceListView::share_out(std::vector<ColumnNeed> needs) const
+{
+    const int room = viewport()->width();
     const int letter = fontMetrics().averageCharWidth();
+    if (needs == shares.needs && room == shares.room && letter == shares.letter)
+        return;
     const LeastWidths least{.caption = FEWEST_OF_CAPTION * letter,
                             .contents = FEWEST_OF_CONTENTS * letter,
                             .last = FEWEST_OF_LAST * letter};
-    return share_width(needs, viewport()->width(), least)[place];
+    shares.widths = share_width(needs, room, least);
+    shares.needs = std::move(needs);
+    shares.room = room;
+    shares.letter = letter;
 }
 
 int DeviceListView::contents_width(int column) const
@@ -105,14 +119,7 @@ int DeviceListView::contents_width(int column) const
 int DeviceListView::caption_width(int column) const
 {
     const auto *captions = qobject_cast<const ListHeader *>(header());
-    if (!captions)
-        return 0; // another header asks for its captions itself
-    if (at(column) >= caption_widths.size())
-        caption_widths.resize(at(column) + 1, -1);
-    int &width = caption_widths[at(column)];
-    if (width < 0)
-        width = captions->caption_width(column);
-    return width;
+    return captions ? captions->caption_width(column) : 0; // another header asks for its own
 }
 
 // A layout follows any change of which rows exist or show, so all widths may have changed.
@@ -159,7 +166,6 @@ void DeviceListView::changeEvent(QEvent *event)
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
         text_widths.clear();
         std::fill(widths.begin(), widths.end(), -1);
-        caption_widths.clear();
     }
     QTreeView::changeEvent(event);
 }

@@ -56,20 +56,31 @@ private:
         int letters = 0;                 // of all these texts
     };
 
+    // The widths of the columns that show, in the order in which they are seen, and what they were
+    // worked out from.
+    struct Shares
+    {
+        std::vector<ColumnNeed> needs = {};
+        int room = 0;
+        int letter = 0; // the width of one
+        std::vector<int> widths = {};
+    };
+
     void mark_dirty(int first_column, int last_column);
     void widen_for_row(int row);
     void apply_widths();
     void measure_dirty_columns();
+    void share_out(std::vector<ColumnNeed> needs) const;
     int contents_width(int column) const; // of its widest cell
     int caption_width(int column) const;
     int measured_width(int column) const;
     int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
 
-    QTimer frame_timer;                          // a column has become wider
-    QTimer shrink_timer;                         // all rows are to be measured again
-    mutable std::vector<int> widths;             // by column, -1: never measured
+    QTimer frame_timer;              // a column has become wider
+    QTimer shrink_timer;             // all rows are to be measured again
+    mutable std::vector<int> widths; // by column, -1: never measured
+    mutable Shares shares = {};
     mutable std::vector<KeptWidths> text_widths; // by column
-    mutable std::vector<int> caption_widths;     // by column, -1: never measured
     std::vector<bool> dirty;                     // by column
     mutable int measure_count = 0;
 };

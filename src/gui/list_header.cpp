@@ -26,7 +26,26 @@ QSize ListHeader::sizeHint() const
 
 int ListHeader::caption_width(int section) const
 {
-    return QHeaderView::sectionSizeFromContents(section).width();
+    const auto place = static_cast<size_t>(section);
+    if (place >= caption_widths.size())
+        caption_widths.resize(place + 1, -1);
+    int &width = caption_widths[place];
+    if (width < 0)
+        width = QHeaderView::sectionSizeFromContents(section).width();
+    return width;
+}
+
+void ListHeader::setModel(QAbstractItemModel *new_model)
+{
+    caption_widths.clear();
+    QHeaderView::setModel(new_model);
+}
+
+void ListHeader::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        caption_widths.clear();
+    QHeaderView::changeEvent(event);
 }
 
 QSize ListHeader::sectionSizeFromContents(int section) const

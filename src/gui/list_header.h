@@ -3,6 +3,8 @@
 
 #include <QHeaderView>
 
+#include <vector>
+
 class ListHeader : public QHeaderView
 {
     Q_OBJECT
@@ -13,8 +15,9 @@ public:
     // As high as captions are, also while no column shows: the column menu must stay in reach.
     QSize sizeHint() const override;
 
-    // What a caption takes to be read in full.
+    // What a caption takes to be read in full. Captions don't change once the list has a model.
     int caption_width(int section) const;
+    void setModel(QAbstractItemModel *new_model) override;
 
 signals:
     void menu_wanted(const QPoint &position); // by keyboard, in the viewport
@@ -24,6 +27,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
+    void changeEvent(QEvent *event) override;
     // No width of its own: the list says how wide a column is, and knows the captions.
     QSize sectionSizeFromContents(int section) const override;
     void paintEvent(QPaintEvent *event) override;
@@ -35,5 +39,6 @@ private:
     void sort_by_choice();
     int chosen_section() const; // -1: none shows
 
-    int chosen = 0; // logical index
+    int chosen = 0;                          // logical index
+    mutable std::vector<int> caption_widths; // by section, -1: never measured
 };
