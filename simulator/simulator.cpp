@@ -37,7 +37,7 @@ void connect_console(Console &console, Fleet &fleet, bool exit_with_stdin)
     QObject::connect(&console, &Console::asked, &fleet, [&fleet](const QJsonObject &request) {
         Console::print(fleet.answer(request));
     });
-    QObject::connect(&fleet, &Fleet::happened, &Console::print);
+    QObject::connect(&fleet, &Fleet::happened, &console, &Console::print);
     if (exit_with_stdin)
         QObject::connect(&console, &Console::ended, QCoreApplication::instance(),
                          &QCoreApplication::quit, Qt::QueuedConnection);
