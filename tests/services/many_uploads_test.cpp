@@ -57,15 +57,7 @@ private slots:
     void initTestCase() { QVERIFY2(problem.empty(), problem.c_str()); }
     void cleanup() { uploaders.clear(); }
 
-    // The second row lowers the hard limit for good.
-    void what_cannot_start_fails_at_once_and_the_rest_arrives_data()
-    {
-        QTest::addColumn<int>("soft");
-        QTest::addColumn<int>("hard");
-        QTest::addColumn<int>("least");
-        QTest::newRow("room above the soft limit") << 1024 << 4096 << DEVICES;
-        QTest::newRow("no room") << 256 << 256 << 200;
-    }
+    void what_cannot_start_fails_at_once_and_the_rest_arrives_data() { add_limit_rows(200); }
 
     void what_cannot_start_fails_at_once_and_the_rest_arrives()
     {

@@ -3,6 +3,8 @@
 
 #include "support/tftp_peer.h"
 
+#include <QtTest>
+
 #include <arpa/inet.h>
 #include <csignal>
 #include <poll.h>
@@ -19,6 +21,17 @@ inline bool set_limit(rlim_t soft, rlim_t hard)
 {
     const rlimit limit{.rlim_cur = soft, .rlim_max = hard};
     return setrlimit(RLIMIT_NOFILE, &limit) == 0;
+}
+
+// How many files the program may hold open, and how many of MANY_DEVICES can be served at least. To
+// be gone through in this order: the second row lowers the hard limit for good.
+inline void add_limit_rows(int least_without_room)
+{
+    QTest::addColumn<int>("soft");
+    QTest::addColumn<int>("hard");
+    QTest::addColumn<int>("least");
+    QTest::newRow("room above the soft limit") << 1024 << 4096 << MANY_DEVICES;
+    QTest::newRow("no room") << 256 << 256 << least_without_room;
 }
 
 inline int open_device(int number)

@@ -63,15 +63,7 @@ class ManyUpdatesTest : public QObject
     }
 
 private slots:
-    // The second row lowers the hard limit for good.
-    void what_cannot_start_fails_at_once_and_is_told_data()
-    {
-        QTest::addColumn<int>("soft");
-        QTest::addColumn<int>("hard");
-        QTest::addColumn<int>("least");
-        QTest::newRow("room above the soft limit") << 1024 << 4096 << MANY_DEVICES;
-        QTest::newRow("no room") << 256 << 256 << 150;
-    }
+    void what_cannot_start_fails_at_once_and_is_told_data() { add_limit_rows(150); }
     void what_cannot_start_fails_at_once_and_is_told()
     {
         QFETCH(const int, soft);
