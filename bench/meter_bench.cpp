@@ -352,11 +352,13 @@ void bench_bars(int repeats)
     QImage image(60, 30, QImage::Format_ARGB32_Premultiplied);
     QPainter painter(&image);
     const QRect rect(5, 5, 50, 20);
-    print("the bars of 8 channels",
-          compare(
-              repeats * 10, [&] { paint_meter(meter, &painter, &widget, rect); },
-              [&] { paint_plainly(meter, &painter, &widget, rect); }),
-          1.1);
+    print(
+        "the bars of 8 channels",
+        compare(
+            repeats * 10,
+            [&meter, &painter, &widget, &rect] { paint_meter(meter, &painter, &widget, rect); },
+            [&meter, &painter, &widget, &rect] { paint_plainly(meter, &painter, &widget, rect); }),
+        1.1);
 }
 
 } // namespace

@@ -93,8 +93,10 @@ void bench_write(const QString &path)
     for (const int megabytes : {4, 8}) {
         const QByteArray text(megabytes * 1000000, 'x');
         QFile::remove(path);
-        const double fresh = cpu_microseconds(1, [&] { replace_saved_file(path, text); });
-        const double over = cpu_microseconds(10, [&] { replace_saved_file(path, text); });
+        const double fresh
+            = cpu_microseconds(1, [&path, &text] { replace_saved_file(path, text); });
+        const double over
+            = cpu_microseconds(10, [&path, &text] { replace_saved_file(path, text); });
         std::printf("%d MB written\n", megabytes);
         at_most("to a fresh file", fresh / 1e3, "ms", 16);
         at_most("over an old text", over / 1e3, "ms", 16);
@@ -141,13 +143,14 @@ void bench_word(WindowHandle &gui, const std::vector<QString> &texts, const QStr
     for (int round = 0; round < rounds; ++round) {
         box->clear();
         QApplication::processEvents();
-        cold += cpu_microseconds(1, [&] { hits = bare_loop(texts, search); });
+        cold += cpu_microseconds(1, [&hits, &texts, &search] { hits = bare_loop(texts, search); });
         gui.view()->viewport()->repaint();
         QApplication::processEvents();
-        typed += cpu_microseconds(1, [&] { box->setText(search); });
+        typed += cpu_microseconds(1, [box, &search] { box->setText(search); });
         painted += cpu_microseconds(1, [] { QApplication::processEvents(); });
     }
-    const double warm = cpu_microseconds(50, [&] { hits = bare_loop(texts, search); });
+    const double warm
+        = cpu_microseconds(50, [&hits, &texts, &search] { hits = bare_loop(texts, search); });
     const double again = cpu_microseconds(50, [&gui] { gui.refresh_search(); });
     std::printf("'%s' in %d cells\n", qPrintable(search), hits);
     at_most_times("typed", typed / rounds, "us", cold / rounds, "a bare loop over the texts", 6);

@@ -37,7 +37,7 @@ void expect_equal(const Frame &left, const Frame &right, const char *what)
 
 void check_parts(const QByteArray &datagram, const Frame &frame)
 {
-    if (frame.verdict != FrameVerdict::Ok) {
+    if (frame.verdict != FrameVerdict::OK) {
         expect(frame.object.isEmpty() && frame.attachment.isEmpty(), "what is dropped is empty");
         return;
     }
@@ -50,12 +50,12 @@ void check_parts(const QByteArray &datagram, const Frame &frame)
 
 void check_written(const Frame &frame)
 {
-    if (frame.verdict != FrameVerdict::Ok)
+    if (frame.verdict != FrameVerdict::OK)
         return;
     QJsonObject sent = frame.object;
     const Frame again = read_frame(write_frame(sent));
     sent.insert("api_version", API_VERSION);
-    expect(again.verdict == FrameVerdict::Ok && again.object == sent,
+    expect(again.verdict == FrameVerdict::OK && again.object == sent,
            "what is written is read back the same");
 }
 
@@ -66,24 +66,24 @@ void check_sealed(const QByteArray &datagram, const Frame &frame)
     const uint32_t checksum = checksum_of(datagram);
     const QByteArray sealed = datagram + trailer(checksum);
     expect_equal(read_frame(sealed), frame, "a right trailer changes nothing");
-    expect(read_frame(datagram + trailer(checksum + 1)).verdict == FrameVerdict::BadChecksum,
+    expect(read_frame(datagram + trailer(checksum + 1)).verdict == FrameVerdict::BAD_CHECKSUM,
            "a wrong trailer is told");
     if (datagram.isEmpty())
         return;
     QByteArray damaged = sealed;
     const int place = static_cast<int>(checksum % static_cast<uint32_t>(datagram.size()));
     damaged[place] = static_cast<char>(damaged.at(place) ^ 1 << (checksum >> 29U));
-    expect(read_frame(damaged).verdict == FrameVerdict::BadChecksum, "one turned bit is told");
+    expect(read_frame(damaged).verdict == FrameVerdict::BAD_CHECKSUM, "one turned bit is told");
 }
 
 void check_kind(const QJsonObject &object)
 {
     const PacketKind kind = packet_kind(object);
     const QString command = object.value("command").toString();
-    expect((kind == PacketKind::LogStream) == (command == "raw_log"), "log messages by name");
-    expect((kind == PacketKind::Metering) == (command == "broadcast_info"), "frames by name");
-    if (kind == PacketKind::Report || kind == PacketKind::Reply)
-        expect(is_report(object) == (kind == PacketKind::Report), "the rest by what it holds");
+    expect((kind == PacketKind::LOG_STREAM) == (command == "raw_log"), "log messages by name");
+    expect((kind == PacketKind::METERING) == (command == "broadcast_info"), "frames by name");
+    if (kind == PacketKind::REPORT || kind == PacketKind::REPLY)
+        expect(is_report(object) == (kind == PacketKind::REPORT), "the rest by what it holds");
     fw_magic_of(object);
     dsp_error_of(object);
     is_logging(object);

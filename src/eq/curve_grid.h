@@ -16,7 +16,7 @@ struct CurveGrid
     int32_t font_size = 0;     // points, chosen by the last paint; filters size themselves by it
     // 2 * points entries each: the upper half lies beyond the right edge of the view.
     std::vector<float> freqs = {};
-    std::vector<float> phi = {}; // 4 * sin(w/2)^2; KEPT although nothing reads it
+    std::vector<float> phi = {}; // 4 * sin(w/2)^2. KEPT: nothing reads it
     std::vector<float> sin_w = {};
     std::vector<float> cos_w = {};
     int32_t points = 0; // visible points, one per pixel column

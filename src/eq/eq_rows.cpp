@@ -9,8 +9,6 @@
 #include <cmath>
 #include <limits>
 
-const char *const EQ_ENABLE_KEY = "dsp/eq_en";
-
 namespace {
 
 // The model's limits. KEPT: the lower one lies above the row's own minimum.

@@ -32,7 +32,7 @@ struct EqBand
 using RowValues = std::function<std::optional<QVariant>(const std::string &key)>;
 
 // The switch of the whole equaliser.
-extern const char *const EQ_ENABLE_KEY;
+constexpr auto EQ_ENABLE_KEY = "dsp/eq_en";
 
 // "dsp/eq0/freq" for index 0 and the name "freq".
 std::string eq_row_key(int index, const char *name);

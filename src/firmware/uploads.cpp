@@ -57,7 +57,7 @@ void Uploads::fail(Device *device, const QString &reason)
 {
     leave(device);
     entry_of(device) = {.device = device,
-                        .fate = Fate::Failed,
+                        .fate = Fate::FAILED,
                         .failure = {.device = label_of(*device), .reason = reason}};
     emit changed(device);
     emit summary_changed();
@@ -68,7 +68,7 @@ void Uploads::refuse(const Device *device, const QString &reason)
     if (transfer(device))
         return;
     entry_of(device) = {.device = device,
-                        .fate = Fate::Failed,
+                        .fate = Fate::FAILED,
                         .was_refused = true,
                         .failure = {.device = label_of(*device), .reason = reason}};
     emit summary_changed();
@@ -93,14 +93,14 @@ UploadSummary Uploads::summary() const
     int transferred = 0;
     int percents = 0;
     for (const Entry &entry : round) {
-        summary.running += entry.fate == Fate::Running;
-        summary.succeeded += entry.fate == Fate::Succeeded;
-        if (entry.fate == Fate::Failed)
+        summary.running += entry.fate == Fate::RUNNING;
+        summary.succeeded += entry.fate == Fate::SUCCEEDED;
+        if (entry.fate == Fate::FAILED)
             summary.failures.push_back(entry.failure);
         if (entry.was_refused)
             continue;
         ++transferred;
-        percents += entry.fate == Fate::Running ? transfer(entry.device)->percent() : 100;
+        percents += entry.fate == Fate::RUNNING ? transfer(entry.device)->percent() : 100;
     }
     if (transferred > 0)
         summary.percent = percents / transferred;
@@ -127,7 +127,7 @@ void Uploads::finish(Device *device, bool success)
 {
     QTFTPFileUploader *const uploader = transfer(device);
     Entry &entry = entry_of(device);
-    entry.fate = success ? Fate::Succeeded : Fate::Failed;
+    entry.fate = success ? Fate::SUCCEEDED : Fate::FAILED;
     if (!success)
         entry.failure = {.device = label_of(*device), .reason = reason_of(*uploader)};
     uploader->deleteLater();

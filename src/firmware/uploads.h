@@ -43,14 +43,14 @@ signals:
 private:
     enum class Fate
     {
-        Running,
-        Succeeded,
-        Failed, // its transfer came to no good end, or never began
+        RUNNING,
+        SUCCEEDED,
+        FAILED, // its transfer came to no good end, or never began
     };
     struct Entry
     {
         const Device *device = nullptr;
-        Fate fate = Fate::Running;
+        Fate fate = Fate::RUNNING;
         bool was_refused = false; // it had no transfer
         UploadFailure failure = {};
     };

@@ -34,8 +34,8 @@ std::vector<PropertyChoice> preset_choices(const QVariant &product, const QVaria
 
     // KEPT: without a known bank the first one's names show.
     const std::vector<std::vector<std::string>> &banks = find_product(*product_id).preset_names;
-    const std::size_t number = static_cast<std::size_t>(std::max(int_of(bank).value_or(1), 1));
-    const std::size_t index = number <= banks.size() ? number - 1 : 0;
+    const size_t number = static_cast<size_t>(std::max(int_of(bank).value_or(1), 1));
+    const size_t index = number <= banks.size() ? number - 1 : 0;
     if (index >= banks.size())
         return {};
 

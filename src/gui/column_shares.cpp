@@ -22,7 +22,7 @@ std::vector<int> shrunk(std::vector<int> wanted, const std::vector<int> &least, 
 {
     const int64_t shortage = sum(wanted) - room;
     const int64_t spare = std::max(1, sum(wanted) - sum(least));
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
+    for (size_t i = 0; i < wanted.size(); ++i) {
         const int64_t part = (wanted[i] - least[i]) * shortage;
         wanted[i] -= static_cast<int>((part + spare - 1) / spare);
     }

@@ -136,7 +136,8 @@ std::optional<QJsonObject> PanelRows::changes_for(const Device &device) const
 bool PanelRows::changes_any(const std::string &key, const std::vector<Device *> &selection) const
 {
     const Property *edited = row(key);
-    return edited && std::any_of(selection.begin(), selection.end(), [&](const Device *device) {
+    return edited
+        && std::any_of(selection.begin(), selection.end(), [edited, &key](const Device *device) {
                return changes_device(*edited, key, *device);
            });
 }

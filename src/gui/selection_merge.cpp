@@ -9,7 +9,7 @@
 namespace {
 
 // Entries of the same label and value multiply with each device, see below.
-constexpr std::size_t MOST_SHARED_CHOICES = 1024;
+constexpr size_t MOST_SHARED_CHOICES = 1024;
 
 enum class Agreement
 {
@@ -44,11 +44,11 @@ struct LabelOrder
 };
 
 // How often each of `choices` occurs in `other`, by label and value; `data` is not compared.
-std::vector<std::size_t> count_matches(const std::vector<PropertyChoice> &choices,
-                                       const std::vector<PropertyChoice> &other)
+std::vector<size_t> count_matches(const std::vector<PropertyChoice> &choices,
+                                  const std::vector<PropertyChoice> &other)
 {
     const std::vector<const PropertyChoice *> sorted = sorted_by_label(other);
-    std::vector<std::size_t> counts;
+    std::vector<size_t> counts;
     counts.reserve(choices.size());
     for (const PropertyChoice &choice : choices) {
         const auto [first, last]
@@ -56,7 +56,7 @@ std::vector<std::size_t> count_matches(const std::vector<PropertyChoice> &choice
         const auto count = std::count_if(first, last, [&choice](const PropertyChoice *entry) {
             return entry->value == choice.value;
         });
-        counts.push_back(static_cast<std::size_t>(count));
+        counts.push_back(static_cast<size_t>(count));
     }
     return counts;
 }
@@ -66,15 +66,15 @@ std::vector<std::size_t> count_matches(const std::vector<PropertyChoice> &choice
 void keep_shared_choices(std::vector<PropertyChoice> &choices,
                          const std::vector<PropertyChoice> &other)
 {
-    const std::vector<std::size_t> counts = count_matches(choices, other);
-    if (std::all_of(counts.begin(), counts.end(), [](std::size_t count) { return count == 1; }))
+    const std::vector<size_t> counts = count_matches(choices, other);
+    if (std::all_of(counts.begin(), counts.end(), [](size_t count) { return count == 1; }))
         return;
 
-    const std::size_t total = std::accumulate(counts.begin(), counts.end(), std::size_t{0});
+    const size_t total = std::accumulate(counts.begin(), counts.end(), size_t{0});
     const bool too_many = total > std::max(MOST_SHARED_CHOICES, choices.size());
     std::vector<PropertyChoice> shared;
-    for (std::size_t i = 0; i < choices.size(); ++i)
-        shared.insert(shared.end(), too_many ? std::min<std::size_t>(counts[i], 1) : counts[i],
+    for (size_t i = 0; i < choices.size(); ++i)
+        shared.insert(shared.end(), too_many ? std::min<size_t>(counts[i], 1) : counts[i],
                       choices[i]);
     choices = std::move(shared);
 }

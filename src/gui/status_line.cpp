@@ -57,19 +57,19 @@ void StatusLine::show_counts(const DeviceCounts &counts)
 
 void StatusLine::show_editing(int devices, int unshared)
 {
-    messages.put(MessageKind::Editing, editing_text(devices, unshared));
+    messages.put(MessageKind::EDITING, editing_text(devices, unshared));
     refresh();
 }
 
 void StatusLine::end_editing()
 {
-    messages.put(MessageKind::Editing, QString());
+    messages.put(MessageKind::EDITING, QString());
     refresh();
 }
 
 void StatusLine::show_command(const QString &text)
 {
-    messages.put(MessageKind::Command, text);
+    messages.put(MessageKind::COMMAND, text);
     if (!text.isEmpty())
         command_timer.start();
     refresh();
@@ -85,7 +85,7 @@ void StatusLine::show_uploads(const UploadSummary &summary)
 {
     const bool has_changed_state = is_uploading != (summary.running > 0);
     is_uploading = summary.running > 0;
-    messages.put(MessageKind::Uploads, upload_message(summary), upload_failure_list(summary),
+    messages.put(MessageKind::UPLOADS, upload_message(summary), upload_failure_list(summary),
                  has_changed_state || !is_uploading);
     progress->setVisible(is_uploading);
     progress->setValue(summary.percent);
@@ -94,22 +94,22 @@ void StatusLine::show_uploads(const UploadSummary &summary)
 
 void StatusLine::show_troubles(const QStringList &troubles)
 {
-    messages.put(MessageKind::BindTrouble, troubles.join(" "), troubles.join('\n'), false);
+    messages.put(MessageKind::BIND_TROUBLE, troubles.join(" "), troubles.join('\n'), false);
     refresh();
 }
 
 void StatusLine::show_second_copy()
 {
-    messages.put(MessageKind::SecondCopy, second_copy_text());
+    messages.put(MessageKind::SECOND_COPY, second_copy_text());
     refresh();
 }
 
 // A click on what came of the uploads says that it was read.
 void StatusLine::forget_result()
 {
-    if (is_uploading || !messages.is_shown(MessageKind::Uploads))
+    if (is_uploading || !messages.is_shown(MessageKind::UPLOADS))
         return;
-    messages.put(MessageKind::Uploads, QString());
+    messages.put(MessageKind::UPLOADS, QString());
     refresh();
 }
 

@@ -17,7 +17,7 @@ void StatusMessages::put(MessageKind kind, const QString &text, const QString &t
 
 const StatusMessage &StatusMessages::shown() const
 {
-    const StatusMessage &editing = of(MessageKind::Editing);
+    const StatusMessage &editing = of(MessageKind::EDITING);
     if (!editing.text.isEmpty())
         return editing;
     return *std::max_element(messages.begin(), messages.end(),

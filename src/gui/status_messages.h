@@ -7,11 +7,11 @@
 
 enum class MessageKind
 {
-    SecondCopy,
-    BindTrouble,
-    Command, // what was sent last; goes by itself
-    Uploads,
-    Editing, // before all others, as long as there is one
+    SECOND_COPY,
+    BIND_TROUBLE,
+    COMMAND, // what was sent last; goes by itself
+    UPLOADS,
+    EDITING, // before all others, as long as there is one
 };
 
 struct StatusMessage

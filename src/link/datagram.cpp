@@ -55,7 +55,7 @@ Frame read_frame(const QByteArray &datagram)
         frame.carried_checksum = carried_checksum(datagram);
         const auto *bytes = reinterpret_cast<const uint8_t *>(datagram.constData());
         if (crc32(0, bytes, static_cast<size_t>(size)) != frame.carried_checksum) {
-            frame.verdict = FrameVerdict::BadChecksum;
+            frame.verdict = FrameVerdict::BAD_CHECKSUM;
             return frame;
         }
     }
@@ -67,7 +67,7 @@ Frame read_frame(const QByteArray &datagram)
     if (!document.isObject())
         return frame;
 
-    frame.verdict = FrameVerdict::Ok;
+    frame.verdict = FrameVerdict::OK;
     frame.object = document.object();
     if (separator >= 0)
         frame.attachment = datagram.mid(separator + 1, size - separator - 1);

@@ -13,14 +13,14 @@ constexpr int API_VERSION = 6;
 
 enum class FrameVerdict
 {
-    Ok,
-    BadChecksum, // dropped, worth a debug line
-    NoObject,    // dropped without a word
+    OK,
+    BAD_CHECKSUM, // dropped, worth a debug line
+    NO_OBJECT,    // dropped without a word
 };
 
 struct Frame
 {
-    FrameVerdict verdict = FrameVerdict::NoObject;
+    FrameVerdict verdict = FrameVerdict::NO_OBJECT;
     uint32_t carried_checksum = 0; // what the trailer said, 0 without one
     QJsonObject object = {};
     QByteArray attachment = {}; // bytes behind the first 00, without the trailer

@@ -66,9 +66,9 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
         return;
     }
     const Frame frame = read_frame(payload);
-    if (frame.verdict == FrameVerdict::BadChecksum)
+    if (frame.verdict == FrameVerdict::BAD_CHECKSUM)
         log_remote_text(remote_texts, from, "invalid CRC", QString::number(frame.carried_checksum));
-    if (frame.verdict != FrameVerdict::Ok)
+    if (frame.verdict != FrameVerdict::OK)
         return;
 
     for (const char *label : {"warning", "error"})
@@ -78,21 +78,21 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
         return registry.find_near(sender, text_of(frame.object, "device_id"));
     };
     switch (packet_kind(frame.object)) {
-    case PacketKind::LogStream:
+    case PacketKind::LOG_STREAM:
         if (Device *device = speaker(); device && log_windows.is_open(device) && !device->log_paused
             && is_log_attachment(frame.attachment))
             if (const std::optional<QString> text = take_raw_log(*device, frame))
                 append_log(device, false, *text);
         break;
-    case PacketKind::Metering:
+    case PacketKind::METERING:
         // The shortest way: neither the record nor the row changes, the next tick repaints.
         if (Device *device = speaker())
             take_metering(*device, frame.object);
         break;
-    case PacketKind::Report:
+    case PacketKind::REPORT:
         handle_live_report(from, payload, frame.object);
         break;
-    case PacketKind::Reply:
+    case PacketKind::REPLY:
         handle_reply(from, frame.object, current_network);
         break;
     }

@@ -13,11 +13,11 @@ PacketKind packet_kind(const QJsonObject &object)
 {
     const QString command = object.value(QLatin1String("command")).toString();
     if (command == QLatin1String("raw_log"))
-        return PacketKind::LogStream;
+        return PacketKind::LOG_STREAM;
     if (command == QLatin1String("broadcast_info"))
-        return PacketKind::Metering;
+        return PacketKind::METERING;
 
-    return is_report(object) ? PacketKind::Report : PacketKind::Reply;
+    return is_report(object) ? PacketKind::REPORT : PacketKind::REPLY;
 }
 
 uint32_t fw_magic_of(const QJsonObject &report)

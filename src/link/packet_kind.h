@@ -8,10 +8,10 @@
 
 enum class PacketKind
 {
-    LogStream, // "raw_log"
-    Metering,  // "broadcast_info"
-    Report,    // a device's whole state
-    Reply,     // all else: only says that the device still answers
+    LOG_STREAM, // "raw_log"
+    METERING,   // "broadcast_info"
+    REPORT,     // a device's whole state
+    REPLY,      // all else: only says that the device still answers
 };
 
 // The `product` of every report, whatever the model: what its devices have in common.

@@ -67,7 +67,7 @@ void DeviceCache::stop()
 {
     delay.stop();
     slices.stop();
-    step = Step::Idle;
+    step = Step::IDLE;
     text = QByteArray();
 }
 
@@ -76,7 +76,7 @@ void DeviceCache::begin_save()
 {
     slices.stop();
     const bool recalls = !is_recalled && !first_reports.empty();
-    step = is_read_only ? Step::Idle : recalls ? Step::Recalling : Step::Renewing;
+    step = is_read_only ? Step::IDLE : recalls ? Step::RECALLING : Step::RENEWING;
     position = QString();
     text = QByteArray();
     first_size = 0;
@@ -105,29 +105,29 @@ void DeviceCache::continue_slices()
 void DeviceCache::continue_save(qint64 milliseconds)
 {
     switch (step) {
-    case Step::Idle:
+    case Step::IDLE:
         break;
-    case Step::Recalling:
+    case Step::RECALLING:
         if (walk_on(milliseconds, [this](Device &device) { recall(device); })) {
             is_recalled = true;
             position = QString();
-            step = Step::Renewing;
+            step = Step::RENEWING;
         }
         break;
-    case Step::Renewing:
+    case Step::RENEWING:
         if (walk_on(milliseconds, [this](Device &device) { renew(device); }))
             choose_parts();
         break;
-    case Step::Adding:
+    case Step::ADDING:
         if (walk_on(milliseconds, [this](const Device &device) {
                 if (device.saved.arrival <= last_arrival)
                     add_to_cache_text(text, device.saved);
             })) {
             end_cache_text(text);
-            step = Step::Writing;
+            step = Step::WRITING;
         }
         break;
-    case Step::Writing:
+    case Step::WRITING:
         write();
         break;
     }
@@ -191,15 +191,15 @@ void DeviceCache::choose_parts()
     text.reserve(static_cast<int>(std::min<qint64>(size, ROOM)) + 1024);
     begin_cache_text(text);
     position = QString();
-    step = Step::Adding;
+    step = Step::ADDING;
 }
 
 void DeviceCache::write()
 {
-    if (make_room(file_path, text.size()) == Room::NotYet)
+    if (make_room(file_path, text.size()) == Room::NOT_YET)
         return;
     slices.stop();
-    step = Step::Idle;
+    step = Step::IDLE;
     // A failure is silent: the next change tries again.
     replace_saved_file(file_path, text);
     text = QByteArray();

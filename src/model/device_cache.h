@@ -39,7 +39,7 @@ public:
     void stop(); // whatever is pending or under way
 
     bool is_pending() const { return delay.isActive(); }
-    bool is_saving() const { return step != Step::Idle; } // in slices
+    bool is_saving() const { return step != Step::IDLE; } // in slices
     void set_delay(int ms) { delay.setInterval(ms); }
 
     // What the clock calls when a save is due, and in each turn until it is done.
@@ -51,11 +51,11 @@ private:
     // someone drags a curve. So a save is cut into slices, each in a turn of its own.
     enum class Step
     {
-        Idle,
-        Recalling, // what the file said at the start, lest it be lost when there is no room
-        Renewing,  // each device's part of the text
-        Adding,    // the parts to the text
-        Writing,
+        IDLE,
+        RECALLING, // what the file said at the start, lest it be lost when there is no room
+        RENEWING,  // each device's part of the text
+        ADDING,    // the parts to the text
+        WRITING,
     };
 
     void begin_save();
@@ -80,7 +80,7 @@ private:
     int arrivals = 0;         // of devices since the start
 
     // The save that is under way.
-    Step step = Step::Idle;
+    Step step = Step::IDLE;
     QByteArray text;
     QString position;      // id of the device looked at last; null before the first
     qint64 first_size = 0; // bytes of the parts of the devices of the start

@@ -96,20 +96,20 @@ Room make_room(const QString &path, int size)
     const OpenFile file(path);
     const off_t old_size = file.size();
     if (old_size < 0)
-        return Room::Refused;
+        return Room::REFUSED;
     if (old_size >= size)
-        return Room::Made;
+        return Room::MADE;
     const off_t growth = std::min(size - old_size, LARGEST_GROWTH);
     const bool is_made = !is_disk_full(file.descriptor, size)
         && lseek(file.descriptor, 0, SEEK_END) >= 0
         && write_all(file.descriptor, QByteArray(static_cast<int>(growth), '\n'));
     if (is_made)
-        return old_size + growth >= size ? Room::Made : Room::NotYet;
+        return old_size + growth >= size ? Room::MADE : Room::NOT_YET;
     // Gives back what was set aside behind the old text.
     const int error = errno;
     [[maybe_unused]] const int result = ftruncate(file.descriptor, old_size);
     errno = error;
-    return Room::Refused;
+    return Room::REFUSED;
 }
 
 WriteResult write_saved_file(const QString &path, const QByteArray &text)
@@ -119,10 +119,10 @@ WriteResult write_saved_file(const QString &path, const QByteArray &text)
     const OpenFile file(path);
     if (file.descriptor < 0)
         return {};
-    Room room = file.size() < 0 ? Room::Refused : Room::NotYet;
-    while (room == Room::NotYet)
+    Room room = file.size() < 0 ? Room::REFUSED : Room::NOT_YET;
+    while (room == Room::NOT_YET)
         room = make_room(path, text.size());
-    if (room == Room::Made && write_all(file.descriptor, text)
+    if (room == Room::MADE && write_all(file.descriptor, text)
         && ftruncate(file.descriptor, text.size()) == 0)
         return {.is_opened = true};
     const int error = errno == 0 ? EINVAL : errno; // what is no file says nothing itself

@@ -19,9 +19,9 @@ void set_aside_if_larger(const QString &path, int most);
 
 enum class Room
 {
-    Made,    // the file is long enough
-    NotYet,  // longer than it was, but call again
-    Refused, // a full disk, or no file that could be written; the old text stays
+    MADE,    // the file is long enough
+    NOT_YET, // longer than it was, but call again
+    REFUSED, // a full disk, or no file that could be written; the old text stays
 };
 
 // Makes the file as long as a text of `size` bytes will be, up to a megabyte per call: new pages

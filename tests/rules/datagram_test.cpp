@@ -35,9 +35,9 @@ private slots:
         const Frame frame
             = read_frame(QByteArray::fromBase64(input.value("datagram").toString().toLatin1()));
         const QString verdict = expect.value("verdict").toString();
-        QCOMPARE(frame.verdict == FrameVerdict::Ok, verdict == "ok");
-        QCOMPARE(frame.verdict == FrameVerdict::BadChecksum, verdict == "bad_crc");
-        QCOMPARE(frame.verdict == FrameVerdict::NoObject, verdict == "no_object");
+        QCOMPARE(frame.verdict == FrameVerdict::OK, verdict == "ok");
+        QCOMPARE(frame.verdict == FrameVerdict::BAD_CHECKSUM, verdict == "bad_crc");
+        QCOMPARE(frame.verdict == FrameVerdict::NO_OBJECT, verdict == "no_object");
         if (verdict == "bad_crc")
             QCOMPARE(frame.carried_checksum,
                      static_cast<uint32_t>(expect.value("carried").toDouble()));
@@ -50,20 +50,20 @@ private slots:
 
     void a_missing_trailer_is_accepted()
     {
-        QVERIFY(read_frame("{\"a\":1}").verdict == FrameVerdict::Ok);
+        QVERIFY(read_frame("{\"a\":1}").verdict == FrameVerdict::OK);
     }
 
     void a_trailer_in_upper_case_is_accepted()
     {
         QByteArray datagram = with_trailer("{\"a\":1}");
         datagram = datagram.left(datagram.size() - 8) + datagram.right(8).toUpper();
-        QVERIFY(read_frame(datagram).verdict == FrameVerdict::Ok);
+        QVERIFY(read_frame(datagram).verdict == FrameVerdict::OK);
     }
 
     void a_wrong_trailer_is_told_with_what_it_carried()
     {
         const Frame frame = read_frame("{\"a\":1}\n//#00000001");
-        QVERIFY(frame.verdict == FrameVerdict::BadChecksum);
+        QVERIFY(frame.verdict == FrameVerdict::BAD_CHECKSUM);
         QCOMPARE(frame.carried_checksum, 1U);
     }
 
@@ -71,27 +71,27 @@ private slots:
     {
         const QByteArray bytes = QByteArray("{\"a\":1}") + '\0' + "at\n//#tached";
         const Frame frame = read_frame(with_trailer(bytes));
-        QVERIFY(frame.verdict == FrameVerdict::Ok);
+        QVERIFY(frame.verdict == FrameVerdict::OK);
         QCOMPARE(frame.attachment, QByteArray("at\n//#tached"));
         QByteArray broken = with_trailer(bytes);
         broken[10] = 'x';
-        QVERIFY(read_frame(broken).verdict == FrameVerdict::BadChecksum);
+        QVERIFY(read_frame(broken).verdict == FrameVerdict::BAD_CHECKSUM);
     }
 
     void eight_letters_that_are_no_digits_read_as_zero()
     {
         const Frame frame = read_frame("{\"a\":1}\n//#zzzzzzzz");
-        QVERIFY(frame.verdict == FrameVerdict::BadChecksum);
+        QVERIFY(frame.verdict == FrameVerdict::BAD_CHECKSUM);
         QCOMPARE(frame.carried_checksum, 0U);
         // The checksum of nothing is 0: it passes, and dies for want of an object.
-        QVERIFY(read_frame("\n//#zzzzzzzz").verdict == FrameVerdict::NoObject);
-        QVERIFY(read_frame("\n//#00000000").verdict == FrameVerdict::NoObject);
+        QVERIFY(read_frame("\n//#zzzzzzzz").verdict == FrameVerdict::NO_OBJECT);
+        QVERIFY(read_frame("\n//#00000000").verdict == FrameVerdict::NO_OBJECT);
     }
 
     void an_array_is_no_object()
     {
-        QVERIFY(read_frame("[1,2]").verdict == FrameVerdict::NoObject);
-        QVERIFY(read_frame(with_trailer("[]")).verdict == FrameVerdict::NoObject);
+        QVERIFY(read_frame("[1,2]").verdict == FrameVerdict::NO_OBJECT);
+        QVERIFY(read_frame(with_trailer("[]")).verdict == FrameVerdict::NO_OBJECT);
     }
 
     void no_truncation_of_a_good_datagram_is_taken_for_good()
@@ -102,7 +102,7 @@ private slots:
             const Frame frame = read_frame(datagram.left(size));
             // Past the object's end a cut leaves a whole object behind, without its trailer.
             const bool has_whole_object = size >= 25;
-            QCOMPARE(frame.verdict == FrameVerdict::Ok, has_whole_object);
+            QCOMPARE(frame.verdict == FrameVerdict::OK, has_whole_object);
         }
     }
 
@@ -121,7 +121,7 @@ private slots:
     void hostile_bytes_are_dropped()
     {
         QFETCH(QByteArray, datagram);
-        QVERIFY(read_frame(datagram).verdict == FrameVerdict::NoObject);
+        QVERIFY(read_frame(datagram).verdict == FrameVerdict::NO_OBJECT);
     }
 
     void an_outbound_object_gets_our_version_over_any_other()

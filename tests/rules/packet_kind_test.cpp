@@ -22,10 +22,10 @@ private slots:
     {
         QTest::addColumn<QByteArray>("json");
         QTest::addColumn<int>("kind");
-        const int log = static_cast<int>(PacketKind::LogStream);
-        const int metering = static_cast<int>(PacketKind::Metering);
-        const int report = static_cast<int>(PacketKind::Report);
-        const int reply = static_cast<int>(PacketKind::Reply);
+        const int log = static_cast<int>(PacketKind::LOG_STREAM);
+        const int metering = static_cast<int>(PacketKind::METERING);
+        const int report = static_cast<int>(PacketKind::REPORT);
+        const int reply = static_cast<int>(PacketKind::REPLY);
         QTest::newRow("log") << QByteArray(R"({"command":"raw_log"})") << log;
         QTest::newRow("metering") << QByteArray(R"({"command":"broadcast_info"})") << metering;
         QTest::newRow("case counts") << QByteArray(R"({"command":"Raw_Log"})") << reply;

@@ -13,44 +13,44 @@ private slots:
     void the_newest_is_shown()
     {
         StatusMessages messages;
-        messages.put(MessageKind::Uploads, "uploads");
-        messages.put(MessageKind::Command, "command", "tip");
+        messages.put(MessageKind::UPLOADS, "uploads");
+        messages.put(MessageKind::COMMAND, "command", "tip");
         QCOMPARE(messages.shown().text, QString("command"));
         QCOMPARE(messages.shown().tip, QString("tip"));
-        messages.put(MessageKind::SecondCopy, "copy");
-        QVERIFY(messages.is_shown(MessageKind::SecondCopy));
+        messages.put(MessageKind::SECOND_COPY, "copy");
+        QVERIFY(messages.is_shown(MessageKind::SECOND_COPY));
     }
 
     void what_stood_before_comes_back()
     {
         StatusMessages messages;
-        messages.put(MessageKind::SecondCopy, "copy");
-        messages.put(MessageKind::Uploads, "uploads");
-        messages.put(MessageKind::Command, "command");
-        messages.put(MessageKind::Command, QString());
+        messages.put(MessageKind::SECOND_COPY, "copy");
+        messages.put(MessageKind::UPLOADS, "uploads");
+        messages.put(MessageKind::COMMAND, "command");
+        messages.put(MessageKind::COMMAND, QString());
         QCOMPARE(messages.shown().text, QString("uploads"));
-        messages.put(MessageKind::Uploads, QString());
+        messages.put(MessageKind::UPLOADS, QString());
         QCOMPARE(messages.shown().text, QString("copy"));
     }
 
     void an_edit_stands_before_newer_ones()
     {
         StatusMessages messages;
-        messages.put(MessageKind::Editing, "edit");
-        messages.put(MessageKind::Command, "command");
+        messages.put(MessageKind::EDITING, "edit");
+        messages.put(MessageKind::COMMAND, "command");
         QCOMPARE(messages.shown().text, QString("edit"));
-        messages.put(MessageKind::Editing, QString());
+        messages.put(MessageKind::EDITING, QString());
         QCOMPARE(messages.shown().text, QString("command"));
     }
 
     void a_message_that_counts_up_is_no_news()
     {
         StatusMessages messages;
-        messages.put(MessageKind::Uploads, "1 %", QString(), false);
-        messages.put(MessageKind::Command, "command");
-        messages.put(MessageKind::Uploads, "2 %", QString(), false);
+        messages.put(MessageKind::UPLOADS, "1 %", QString(), false);
+        messages.put(MessageKind::COMMAND, "command");
+        messages.put(MessageKind::UPLOADS, "2 %", QString(), false);
         QCOMPARE(messages.shown().text, QString("command"));
-        messages.put(MessageKind::Uploads, "done");
+        messages.put(MessageKind::UPLOADS, "done");
         QCOMPARE(messages.shown().text, QString("done"));
     }
 };

@@ -172,7 +172,7 @@ private slots:
         QSize picture;
         bool is_fixed = false;
         int first_row = -1;
-        probe.answer = [&](QDialog *dialog) {
+        probe.answer = [&is_fixed, &first_row, &picture, &text](QDialog *dialog) {
             auto *grid = qobject_cast<QGridLayout *>(dialog->layout());
             is_fixed = grid->sizeConstraint() == QLayout::SetFixedSize;
             for (int row = grid->rowCount() - 1; row >= 0; --row)
