@@ -197,6 +197,7 @@ void assistant_outdated(Stage &stage)
 void assistant_product(Stage &stage)
 {
     DeppenAss *assistant = stage.await_assistant();
+    stage.take(assistant); // pressed before it has its frame, it would never hear of one
     Stage::await_product_choice(assistant);
     stage.take(assistant);
 }
@@ -259,6 +260,9 @@ void columns(Stage &stage)
 
 void dark(Stage &stage)
 {
+    // At twice the pixels the products' pictures leave the other texts little room.
+    for (const char *caption : {"Location", "AES67 Clock Status"})
+        stage.show_column(caption, false);
     stage.gui.resize(1100, 600);
     stage.gui.property_splitter()->setSizes({700, 400});
     edit_band(stage, 3);
