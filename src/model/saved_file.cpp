@@ -76,8 +76,11 @@ std::optional<QByteArray> read_saved_file(const QString &path, int most)
         return std::nullopt;
     if (file.size() > most)
         return QByteArray();
-    // Some files are larger than they say.
-    const QByteArray text = file.read(qint64{most} + 1);
+    // Room is made for what the file says that it has: it is made before anything is read, and the
+    // most that is allowed can be a hundred megabytes. Some files are larger than they say.
+    QByteArray text = file.read(file.size() + 1);
+    if (text.size() > file.size())
+        text += file.read(qint64{most} + 1 - text.size());
     return text.size() > most ? QByteArray() : text;
 }
 

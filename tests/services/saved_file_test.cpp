@@ -7,8 +7,15 @@
 #include <cerrno>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ADDRESS_IS_WATCHED
+#endif
+#endif
 
 namespace {
 
@@ -110,6 +117,25 @@ private slots:
         QVERIFY(bytes_read() - before < 1024 * 1024);
         QVERIFY(QFile::resize(path, 64LL * 1024 * 1024));
         QCOMPARE(read_saved_file(path)->size(), 64 * 1024 * 1024);
+    }
+
+    // With room for 64 MB beside what is taken already.
+    void a_small_file_takes_no_room_for_the_largest()
+    {
+#if defined(__SANITIZE_ADDRESS__) || defined(ADDRESS_IS_WATCHED)
+        QSKIP("the sanitizers' maps are larger than any limit");
+#else
+        put(path, "small");
+        const qint64 pages = contents("/proc/self/statm").split(' ').constFirst().toLongLong();
+        rlimit before{};
+        QCOMPARE(getrlimit(RLIMIT_AS, &before), 0);
+        rlimit tight = before;
+        tight.rlim_cur = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE) + (64LL << 20));
+        QCOMPARE(setrlimit(RLIMIT_AS, &tight), 0);
+        const std::optional<QByteArray> text = read_saved_file(path, 1 << 30);
+        setrlimit(RLIMIT_AS, &before);
+        QCOMPARE(text.value_or("nothing"), QByteArray("small"));
+#endif
     }
 
     void a_file_that_tells_no_size_is_read_whole()
