@@ -89,13 +89,18 @@ void Gui::connect_panel()
 
 // Takes up the reports that came during the edit, before the rows are shown again. The search has
 // left the edited rows as they were.
+// A whole site may have reported since the edit began: a list that is sorted by what changed would
+// be sorted for each device.
 void Gui::on_edit_ended()
 {
-    for (const auto &[id, device] : registry.all()) {
-        if (!device->stale)
-            continue;
-        device->stale = false;
-        apply_device_state(device, QJsonObject(device->last_report));
+    {
+        const DeviceTable::Batch batch(table);
+        for (const auto &[id, device] : registry.all()) {
+            if (!device->stale)
+                continue;
+            device->stale = false;
+            apply_device_state(device, QJsonObject(device->last_report));
+        }
     }
     table.hold_selected_rows(false);
     curve_widget->set_editable(false);

@@ -289,6 +289,25 @@ private slots:
         QCOMPARE(window->cell(gui.find_device("10"), "status"), QString("Offline"));
     }
 
+    void what_was_held_back_during_an_edit_is_sorted_once()
+    {
+        WindowHandle &gui = *window->gui;
+        gui.discovery_timer().stop();
+        gui.view()->sortByColumn(window->column("ui/name"), Qt::AscendingOrder);
+        report_many(40);
+        gui.view()->selectAll();
+        gui.set_edit_mode(true);
+        for (int i = 0; i < 40; ++i) // the last becomes the first, one after the other
+            window->report(QString("10.0.0.%1").arg(i + 1),
+                           loudspeaker_report(QString("%1").arg(i, 2, 10, QChar('0')), 3,
+                                              QString::number(999 - i)));
+        QSignalSpy sortings(&gui.model(), &QAbstractItemModel::layoutChanged);
+        gui.set_edit_mode(false);
+        QVERIFY2(sortings.count() <= 2, qPrintable(QString::number(sortings.count())));
+        QVERIFY(gui.is_sorted());
+        QCOMPARE(window->cell(gui.find_device("39"), "ui/name"), QString("960"));
+    }
+
     // Each change of the selection shows all that is left of it in the panel.
     void deleting_many_changes_the_selection_a_few_times_at_most_data()
     {
