@@ -88,7 +88,7 @@ soak() {
 # while it ran, and what the toolkit says.
 soak_row() {
     local lines
-    lines=$(grep -v '^\(FAILED\|warning\|  \|QStandardPaths\|after [0-9]* s\|dialogs:\|events at\|requests to\|at work:\)' \
+    lines=$(grep -v '^\(FAILED\|act$\|warning\|  \|QStandardPaths\|after [0-9]* s\|dialogs:\|events at\|requests to\|at work:\)' \
         "$folder/soak.log" | sed 's/ (.*)$//' | paste -sd ';' | sed 's/;/; /g')
     row soak "Every fault, and an operator at random" "soak $1 20 $(length 40 300)" "$2: $lines"
 }
