@@ -12,7 +12,7 @@ says.
 
 Each source of the programs also has to compile by itself, without the others and the precompiled
 headers of its library: it includes what it uses of ours. The toolkit's headers are precompiled, once
-for all: they take six sevenths of the time.
+for all: they take most of the time.
 """
 import concurrent.futures
 import hashlib

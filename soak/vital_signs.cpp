@@ -1,6 +1,8 @@
 // How the program is while it runs.
 #include "soak/vital_signs.h"
 
+#include "tests/support/sanitized.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -12,15 +14,7 @@
 #include <unistd.h>
 
 // The sanitizers' allocator tells by a function of its own.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define SANITIZED_HEAP
-#endif
-#endif
-#ifdef __SANITIZE_ADDRESS__
-#define SANITIZED_HEAP
-#endif
-#ifdef SANITIZED_HEAP
+#ifdef ADDRESS_SANITIZED
 extern "C" size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
@@ -105,7 +99,7 @@ QStringList open_files()
 
 Holdings holdings()
 {
-#ifdef SANITIZED_HEAP
+#ifdef ADDRESS_SANITIZED
     const auto handed_out = static_cast<double>(__sanitizer_get_current_allocated_bytes());
 #else
     const struct mallinfo2 heap = mallinfo2();

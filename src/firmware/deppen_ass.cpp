@@ -26,9 +26,9 @@ namespace {
 
 constexpr int PICTURE_SIZE = 32; // points
 
-// None for the entry that stands for no product. Unpacking all takes a tenth of a second, and one
-// assistant comes after the other when a house is set up: they are remembered, as small as they are
-// painted.
+// None for the entry that stands for no product. Unpacking all is nearly all of what going to their
+// page takes, and one assistant comes after the other when a house is set up: they are remembered,
+// as small as they are painted.
 QIcon picture_of(int product_id, qreal device_pixel_ratio)
 {
     if (product_id == 0)

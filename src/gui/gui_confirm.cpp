@@ -88,9 +88,8 @@ void Gui::connect_panel()
 }
 
 // Takes up the reports that came during the edit, before the rows are shown again. The search has
-// left the edited rows as they were.
-// A whole site may have reported since the edit began: a list that is sorted by what changed would
-// be sorted for each device.
+// left the edited rows as they were. A whole site may have reported since: a list that is sorted by
+// what changed would be sorted for each device.
 void Gui::on_edit_ended()
 {
     {

@@ -1,6 +1,7 @@
 // JSON texts in which an object says a key more than once.
 #include "link/datagram.h"
 #include "link/repeated_keys.h"
+#include "support/sanitized.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,10 +10,7 @@
 #include <malloc.h>
 #include <random>
 
-#ifndef __has_feature
-#define __has_feature(feature) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+#ifdef ADDRESS_SANITIZED
 #define READING_LEAKS // the toolkit's own, of a text that repeats keys
 #endif
 

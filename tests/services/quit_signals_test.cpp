@@ -1,5 +1,6 @@
 // Signals that end the program: taken while the object lives, and given back as they were.
 #include "gui/quit_signals.h"
+#include "support/default_signals.h"
 
 #include <QtTest>
 
@@ -23,12 +24,7 @@ class QuitSignalsTest : public QObject
     Q_OBJECT
 
 private slots:
-    // Who started the test may have ignored some, as nohup does.
-    void init()
-    {
-        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-            std::signal(signal, SIG_DFL);
-    }
+    void init() { restore_default_signals(); }
     void cleanup() { std::signal(SIGHUP, SIG_DFL); }
 
     void signals_are_taken_and_given_back()

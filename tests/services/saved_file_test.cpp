@@ -1,6 +1,7 @@
 // Files are replaced without losing the old text, whatever stands at their path.
 #include "model/saved_file.h"
 #include "support/files.h"
+#include "support/sanitized.h"
 
 #include <QtTest>
 
@@ -10,12 +11,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ADDRESS_IS_WATCHED
-#endif
-#endif
 
 namespace {
 
@@ -122,7 +117,7 @@ private slots:
     // With room for 64 MB beside what is taken already.
     void a_small_file_takes_no_room_for_the_largest()
     {
-#if defined(__SANITIZE_ADDRESS__) || defined(ADDRESS_IS_WATCHED)
+#ifdef ADDRESS_SANITIZED
         QSKIP("the sanitizers' maps are larger than any limit");
 #else
         put(path, "small");

@@ -38,11 +38,16 @@ class DeviceListTest : public QObject
     std::unique_ptr<WindowCase> window;
 
     // Devices "00", "01"... at 10.0.0.1 and up.
+    void report_one(int number, const QString &name)
+    {
+        window->report(QString("10.0.0.%1").arg(number + 1),
+                       loudspeaker_report(QString("%1").arg(number, 2, 10, QChar('0')), 3, name));
+    }
+
     void report_many(int count)
     {
         for (int i = 0; i < count; ++i)
-            window->report(QString("10.0.0.%1").arg(i + 1),
-                           loudspeaker_report(QString("%1").arg(i, 2, 10, QChar('0'))));
+            report_one(i, "Left");
     }
 
 private slots:
@@ -298,9 +303,7 @@ private slots:
         gui.view()->selectAll();
         gui.set_edit_mode(true);
         for (int i = 0; i < 40; ++i) // the last becomes the first, one after the other
-            window->report(QString("10.0.0.%1").arg(i + 1),
-                           loudspeaker_report(QString("%1").arg(i, 2, 10, QChar('0')), 3,
-                                              QString::number(999 - i)));
+            report_one(i, QString::number(999 - i));
         QSignalSpy sortings(&gui.model(), &QAbstractItemModel::layoutChanged);
         gui.set_edit_mode(false);
         QVERIFY2(sortings.count() <= 2, qPrintable(QString::number(sortings.count())));

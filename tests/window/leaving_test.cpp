@@ -1,6 +1,7 @@
 // What is kept when the program ends by a signal or a kill, and by which copy of several.
 #include "gui/device_list_view.h"
 #include "gui/settings_file.h"
+#include "support/default_signals.h"
 #include "support/window_main.h"
 
 #include <QHeaderView>
@@ -55,12 +56,7 @@ class LeavingTest : public QObject
     }
 
 private slots:
-    // Who started the test may have ignored some, as nohup does; the program would leave them so.
-    void initTestCase()
-    {
-        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-            std::signal(signal, SIG_DFL);
-    }
+    void initTestCase() { restore_default_signals(); }
 
     void init() { window = std::make_unique<WindowCase>(); }
     void cleanup() { window.reset(); }

@@ -2,6 +2,7 @@
 // go.
 #include "meter/log_window.h"
 #include "support/panel_case.h"
+#include "support/sanitized.h"
 
 #include <QBackingStore>
 #include <QFontDatabase>
@@ -264,7 +265,7 @@ private slots:
     // Each window is painted on 2.8 MB, which it gives back while nothing in it changes.
     void an_empty_log_costs_at_most_half_a_megabyte()
     {
-#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+#ifdef ADDRESS_SANITIZED
         QSKIP("The sanitizers keep freed memory, and guards around each piece.");
 #endif
         constexpr int COUNT = 60;
