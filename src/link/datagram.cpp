@@ -46,18 +46,29 @@ uint32_t carried_checksum(const QByteArray &datagram)
 
 } // namespace
 
+int covered_size(const QByteArray &datagram)
+{
+    return has_trailer(datagram) ? datagram.size() - TRAILER_SIZE : datagram.size();
+}
+
+bool has_fair_checksum(const QByteArray &datagram)
+{
+    if (!has_trailer(datagram))
+        return true;
+    const auto *bytes = reinterpret_cast<const uint8_t *>(datagram.constData());
+    const auto size = static_cast<size_t>(covered_size(datagram));
+    return crc32(0, bytes, size) == carried_checksum(datagram);
+}
+
 Frame read_frame(const QByteArray &datagram)
 {
     Frame frame;
-    int size = datagram.size();
-    if (has_trailer(datagram)) {
-        size -= TRAILER_SIZE;
+    const int size = covered_size(datagram);
+    if (has_trailer(datagram))
         frame.carried_checksum = carried_checksum(datagram);
-        const auto *bytes = reinterpret_cast<const uint8_t *>(datagram.constData());
-        if (crc32(0, bytes, static_cast<size_t>(size)) != frame.carried_checksum) {
-            frame.verdict = FrameVerdict::BAD_CHECKSUM;
-            return frame;
-        }
+    if (!has_fair_checksum(datagram)) {
+        frame.verdict = FrameVerdict::BAD_CHECKSUM;
+        return frame;
     }
 
     const int separator = QByteArray::fromRawData(datagram.constData(), size).indexOf('\0');

@@ -26,6 +26,11 @@ struct Frame
     QByteArray attachment = {}; // bytes behind the first 00, without the trailer
 };
 
+// How many bytes stand before the trailer; all without one.
+int covered_size(const QByteArray &datagram);
+// Whether the trailer carries their checksum; true without one.
+bool has_fair_checksum(const QByteArray &datagram);
+
 // Takes a datagram of any length apart. A trailer is checked when there is one, but need not be
 // there; it is looked for before the 00 that ends the JSON text, so that it covers an attachment.
 Frame read_frame(const QByteArray &datagram);

@@ -4,6 +4,7 @@
 #include "link/datagram.h"
 #include "link/packet_kind.h"
 #include "meter/log_stream.h"
+#include "meter/meter_frame.h"
 #include "meter/meter_report.h"
 #include "model/presence.h"
 
@@ -50,10 +51,11 @@ std::optional<QString> take_raw_log(Device &device, const Frame &frame)
     return text;
 }
 
-void take_metering(Device &device, const QJsonObject &message)
+// The shortest way: neither the record nor the row changes, the next tick repaints.
+void take_metering(Device *device, const MeterReport &report)
 {
-    const MeterReport report = read_meter_report(message);
-    device.meter.set_levels(report.peaks, report.overdrive);
+    if (device)
+        device->meter.set_levels(report.peaks, report.overdrive);
 }
 
 } // namespace
@@ -63,6 +65,10 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
     Device *sender = registry.last_heard_from(from);
     if (sender && repeats_its_report(*sender, from, payload)) {
         handle_repeated_report(sender);
+        return;
+    }
+    if (const std::optional<MeterFrame> levels = read_usual_meter_frame(payload)) {
+        take_metering(registry.find_near(sender, levels->device_id), levels->report);
         return;
     }
     const Frame frame = read_frame(payload);
@@ -85,9 +91,7 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
                 append_log(device, false, *text);
         break;
     case PacketKind::METERING:
-        // The shortest way: neither the record nor the row changes, the next tick repaints.
-        if (Device *device = speaker())
-            take_metering(*device, frame.object);
+        take_metering(speaker(), read_meter_report(frame.object));
         break;
     case PacketKind::REPORT:
         handle_live_report(from, payload, frame.object);

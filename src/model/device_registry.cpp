@@ -17,6 +17,11 @@ Device *DeviceRegistry::find_near(Device *guess, const QString &device_id) const
     return guess && guess->device_id == device_id ? guess : find(device_id);
 }
 
+Device *DeviceRegistry::find_near(Device *guess, QLatin1String device_id) const
+{
+    return guess && guess->device_id == device_id ? guess : find(QString(device_id));
+}
+
 Device *DeviceRegistry::find_or_create(const QHostAddress &from, const QString &device_id)
 {
     Device *device = find_near(senders.find(from), device_id);

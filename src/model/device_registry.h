@@ -25,6 +25,7 @@ public:
     Device *last_heard_from(const QHostAddress &from) const { return senders.find(from); }
     // The device of this id, which mostly is `guess`: that compares one id, not one in ten.
     Device *find_near(Device *guess, const QString &device_id) const;
+    Device *find_near(Device *guess, QLatin1String device_id) const;
 
     // As find, with a look first at who was last heard from the address. A new device gets its
     // record here; null for one device too many.
