@@ -38,7 +38,9 @@ std::vector<int> widths_for(const std::vector<ColumnNeed> &needs, int room,
     for (const ColumnNeed &need : needs) {
         whole.push_back(std::max(need.caption, need.contents));
         short_captions.push_back(std::max(std::min(need.caption, least.caption), need.contents));
-        short_contents.push_back(std::min(short_captions.back(), least.contents));
+        const int readable
+            = std::max(least.contents, need.picture > 0 ? need.picture + least.caption : 0);
+        short_contents.push_back(std::min(short_captions.back(), readable));
     }
     if (sum(whole) <= room)
         return whole;

@@ -8,11 +8,13 @@ struct ColumnNeed
 {
     int caption = 0;
     int contents = 0; // of its widest cell
+    int picture = 0;  // of that, what stands beside the text
 
     bool operator==(const ColumnNeed &) const = default;
 };
 
-// What a column keeps when there is little room, in pixels.
+// What a column keeps when there is little room, in pixels. Beside a picture a text keeps as much as
+// a caption does.
 struct LeastWidths
 {
     int caption = 0;

@@ -10,6 +10,7 @@
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QStyle>
 #include <QToolTip>
 
 #include <algorithm>
@@ -84,7 +85,9 @@ int DeviceListView::sizeHintForColumn(int column) const
             continue;
         if (shown == column)
             place = needs.size();
-        needs.push_back({.caption = caption_width(shown), .contents = contents_width(shown)});
+        needs.push_back({.caption = caption_width(shown),
+                         .contents = contents_width(shown),
+                         .picture = picture_width(shown)});
     }
     share_out(std::move(needs));
     return shares.widths[place];
@@ -120,6 +123,15 @@ int DeviceListView::caption_width(int column) const
 {
     const auto *captions = qobject_cast<const ListHeader *>(header());
     return captions ? captions->caption_width(column) : 0; // another header asks for its own
+}
+
+// Where one cell has a picture, all have one of the same size.
+int DeviceListView::picture_width(int column) const
+{
+    if (!model()->index(0, column).data(Qt::DecorationRole).isValid())
+        return 0;
+    const int margin = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
+    return iconSize().width() + 4 * margin; // the text has its own two
 }
 
 // A layout follows any change of which rows exist or show, so all widths may have changed.

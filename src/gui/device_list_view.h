@@ -73,6 +73,7 @@ private:
     void share_out(std::vector<ColumnNeed> needs) const;
     int contents_width(int column) const; // of its widest cell
     int caption_width(int column) const;
+    int picture_width(int column) const; // with its margins; 0 without
     int measured_width(int column) const;
     int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
 

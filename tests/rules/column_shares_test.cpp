@@ -64,6 +64,19 @@ private slots:
         QCOMPARE(share_width(failing, 465, LEAST), (std::vector<int>{230, 180, 170, 94, 304}));
     }
 
+    // Pictures grow with the screen's scale: without this one their texts would be a letter long.
+    void beside_a_picture_a_text_can_still_be_read()
+    {
+        std::vector<ColumnNeed> pictured = SITE;
+        pictured.back().contents = 300;
+        pictured[0].picture = 72;
+        QCOMPARE(share_width(pictured, 494, LEAST), (std::vector<int>{128, 100, 60, 62, 144}));
+        pictured[0].picture = 30; // both fit into the least that any contents keep
+        QCOMPARE(share_width(pictured, 466, LEAST), (std::vector<int>{100, 100, 60, 62, 144}));
+        pictured[0] = {.caption = 80, .contents = 90, .picture = 72}; // more than it needs
+        QCOMPARE(share_width(pictured, 456, LEAST)[0], 90);
+    }
+
     void what_can_not_fit_is_whole()
     {
         QCOMPARE(sum(share_width(SITE, 300, LEAST)) >= 772, true);

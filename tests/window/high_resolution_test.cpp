@@ -61,6 +61,24 @@ private slots:
         QCOMPARE(window->gui->view()->iconSize(), QSize(64, 64));
     }
 
+    // Where dots stand for the middle of a name, most of it is still there.
+    void beside_their_pictures_names_of_products_can_be_read()
+    {
+        const DeviceListView *view = window->gui->view();
+        const QModelIndex product = window->gui->model().index(0, window->column("product_id"));
+        const int least = view->iconSize().width()
+            + view->fontMetrics().horizontalAdvance(QString(10, QChar('n')));
+        int narrowest = view->sizeHintForIndex(product).width();
+        for (int width = 1700; width > 1100; width -= 20) {
+            window->gui->resize(width, 600);
+            window->gui->property_splitter()->setSizes({1, 0});
+            QTRY_VERIFY(view->has_settled());
+            narrowest = std::min(narrowest, view->columnWidth(product.column()));
+        }
+        QVERIFY2(narrowest >= least, qPrintable(QString::number(narrowest)));
+        QVERIFY(narrowest < view->sizeHintForIndex(product).width()); // dots were seen
+    }
+
     void no_caption_and_no_button_is_cut()
     {
         window->gui->property_splitter()->setSizes({800, 700});
