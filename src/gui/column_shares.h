@@ -13,8 +13,8 @@ struct ColumnNeed
     bool operator==(const ColumnNeed &) const = default;
 };
 
-// What a column keeps when there is little room, in pixels. Beside a picture a text keeps as much as
-// a caption does.
+// What a column keeps when there is little room, in pixels. Beside a picture a text keeps as much
+// as a caption does.
 struct LeastWidths
 {
     int caption = 0;

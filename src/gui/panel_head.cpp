@@ -3,17 +3,35 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QStyle>
 #include <QToolButton>
 
 namespace {
 
+// Switched off, a picture has the colour of switched off texts. The style's own way leaves a bright
+// picture brighter than the texts of what is on, where the ground is dark.
+QIcon with_quiet_picture(QIcon icon, const QColor &quiet)
+{
+    for (const QSize &size : icon.availableSizes()) {
+        QPixmap picture = icon.pixmap(size);
+        QPainter painter(&picture);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(picture.rect(), quiet);
+        painter.end();
+        icon.addPixmap(picture, QIcon::Disabled);
+    }
+    return icon;
+}
+
 // Accessible names equal the tool tips: a picture alone says nothing to a screen reader.
 QToolButton *make_tool_button(QStyle *style, QStyle::StandardPixmap picture, const QString &tip)
 {
     auto *button = new QToolButton;
-    button->setIcon(style->standardIcon(picture));
+    button->setIcon(
+        with_quiet_picture(style->standardIcon(picture),
+                           button->palette().color(QPalette::Disabled, QPalette::ButtonText)));
     button->setToolTip(tip);
     button->setAccessibleName(tip);
     return button;

@@ -8,6 +8,7 @@
 #include <QPlainTextEdit>
 #include <QStyleFactory>
 
+#include <array>
 #include <set>
 #include <utility>
 #include <vector>
@@ -20,6 +21,22 @@ constexpr double VISIBLE = 2.0;  // for what is switched off, or only a hint
 QImage picture_of(QWidget *widget)
 {
     return widget->grab().toImage();
+}
+
+// The inside of a button, without its frame.
+QImage button_part(QWidget *button)
+{
+    const int frame = 4;
+    return button->grab(button->rect().adjusted(frame, frame, -frame, -frame)).toImage();
+}
+
+bool has_colour(const QImage &image)
+{
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixelColor(x, y).hsvSaturation() > 90)
+                return true;
+    return false;
 }
 
 // What lies inside the yellow of a search's mark.
@@ -241,6 +258,27 @@ private slots:
         expect_contrast(window->gui->search_box(), VISIBLE); // holds a hint only
         window->gui->search_box()->setEditText("stage");
         expect_contrast(window->gui->search_box(), READABLE);
+    }
+
+    void what_is_switched_off_is_quieter_than_what_is_on_data() { desktop_rows(); }
+    void what_is_switched_off_is_quieter_than_what_is_on()
+    {
+        open_window();
+        const std::array pictures{window->gui->confirm_button(), window->gui->cancel_button()};
+        std::vector<double> off;
+        for (QToolButton *button : pictures) {
+            expect_contrast(button, VISIBLE);
+            off.push_back(text_contrast(button_part(button)));
+            QVERIFY(!has_colour(button_part(button)));
+        }
+        window->press_edit();
+        // Not stronger than a text that is switched off.
+        const double most = 1.15 * text_contrast(button_part(window->gui->edit_button()));
+        for (size_t i = 0; i < pictures.size(); ++i) {
+            const QString found = QString("%1: %2").arg(pictures[i]->accessibleName()).arg(off[i]);
+            QVERIFY2(off[i] <= most, qPrintable(QString("%1 of %2").arg(found).arg(most)));
+            QVERIFY(has_colour(button_part(pictures[i])));
+        }
     }
 
     void a_log_can_be_read_in_black_and_in_red_data() { desktop_rows(); }
