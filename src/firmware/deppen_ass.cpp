@@ -3,11 +3,13 @@
 
 #include "firmware/assistant_rules.h"
 #include "firmware/upload_rules.h"
+#include "gui/desktop_colours.h"
 #include "gui/input_guard.h"
 #include "model/device.h"
 #include "model/device_state.h"
 #include "support/fatal_assert.h"
 
+#include <QAbstractItemView>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -157,6 +159,7 @@ void DeppenAss::add_product_combo()
     for (const PropertyChoice &product : assistant_products(catalogue().product_table))
         product_combo->addItem(picture_of(product.value.toInt(), devicePixelRatioF()),
                                QString::fromStdString(product.label), product.value);
+    colour_selection(product_combo->view(), is_theme_dark());
     guard->watch(product_combo);
     product_combo->setCurrentIndex(0);
     chosen_product_id = 0;

@@ -2,6 +2,7 @@
 // it.
 #include "gui/device_table.h"
 
+#include "gui/desktop_colours.h"
 #include "gui/device_cell.h"
 #include "gui/empty_note.h"
 #include "gui/list_clipboard.h"
@@ -102,8 +103,8 @@ void DeviceTable::set_up_view()
 void DeviceTable::set_dark_theme(bool is_dark)
 {
     highlight_delegate.dark_theme = is_dark;
-    device_list->setStyleSheet(is_dark ? "QTreeView { selection-background-color: #005499; }"
-                                       : "QTreeView { selection-background-color: #cce8ff; }");
+    device_list->setStyleSheet(
+        "QTreeView { selection-background-color: " + selection_colour(is_dark) + "; }");
     if (empty_note)
         empty_note->set_dark_theme(is_dark);
 }

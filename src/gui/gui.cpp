@@ -2,6 +2,7 @@
 #include "gui/gui.h"
 
 #include "eq/curve_widget.h"
+#include "gui/desktop_colours.h"
 #include "gui/device_list_view.h"
 #include "gui/network_combo.h"
 #include "gui/program_pictures.h"
@@ -15,7 +16,6 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
-#include <QLabel>
 #include <QMenu>
 #include <QScreen>
 
@@ -24,21 +24,13 @@ namespace {
 constexpr int FIRST_DISCOVERY_DELAY = 10; // ms: just after the event loop has started
 constexpr int METER_INTERVAL = 85;        // ms: a fall of 50 dB per second
 
-// By the colours of a label that nobody has styled.
-bool is_theme_dark()
-{
-    const QLabel probe("");
-    const QPalette palette = probe.palette();
-    return palette.color(QPalette::Current, QPalette::WindowText).value()
-        > palette.color(QPalette::Current, QPalette::Window).value();
-}
-
 } // namespace
 
 Gui::Gui()
 {
     register_session_item();
     dark_theme = is_theme_dark();
+    keep_desktop_colours(this);
     setWindowTitle(QCoreApplication::applicationName());
     QApplication::setWindowIcon(program_icon());
     resize(first_window_size(QApplication::primaryScreen()->geometry().size()));

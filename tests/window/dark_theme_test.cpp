@@ -1,8 +1,11 @@
 // Everything in the window can be read on a light and on a dark desktop.
+#include "firmware/deppen_ass.h"
+#include "gui/input_guard.h"
 #include "meter/log_window.h"
 #include "support/contrast.h"
 #include "support/panel_case.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QComboBox>
 #include <QPlainTextEdit>
@@ -279,6 +282,55 @@ private slots:
             QVERIFY2(off[i] <= most, qPrintable(QString("%1 of %2").arg(found).arg(most)));
             QVERIFY(has_colour(button_part(pictures[i])));
         }
+    }
+
+    // By a key, as the pointer does it too.
+    void the_assistants_list_shows_what_is_selected_as_the_device_list_does_data()
+    {
+        desktop_rows();
+    }
+    void the_assistants_list_shows_what_is_selected_as_the_device_list_does()
+    {
+        open_window();
+        QFETCH(bool, is_dark);
+        const int no_product_yet = 0;
+        const Device *fresh = window->add({}, no_product_yet).record();
+        DeppenAss *assistant = window->gui->assistant(fresh);
+        QVERIFY(assistant);
+        assistant->findChild<InputGuard *>()->lift();
+        auto *choice = assistant->findChild<QComboBox *>();
+        choice->showPopup();
+        QTest::keyClick(choice->view(), Qt::Key_Down);
+        const QRect entry = choice->view()->visualRect(choice->view()->currentIndex());
+        QVERIFY(choice->view()->currentIndex().row() > 0 && !entry.isEmpty());
+        const int behind_picture = 60;
+        const QImage text
+            = choice->view()->viewport()->grab(entry.adjusted(behind_picture, 2, -4, -2)).toImage();
+        QCOMPARE(QColor(ground_of(text)), QColor(is_dark ? "#005499" : "#cce8ff"));
+        QVERIFY2(text_contrast(text) >= READABLE, qPrintable(QString::number(text_contrast(text))));
+        choice->hidePopup();
+        assistant->close();
+    }
+
+    // The program keeps the grounds that it began with: the other theme's texts would stand on
+    // them, white on white.
+    void a_desktop_that_changes_its_theme_leaves_everything_readable_data() { desktop_rows(); }
+    void a_desktop_that_changes_its_theme_leaves_everything_readable()
+    {
+        open_window();
+        QFETCH(bool, is_dark);
+        const QPalette before = QApplication::palette();
+        QApplication::setPalette(desktop_palette(!is_dark));
+        QTRY_COMPARE(QApplication::palette(), before);
+        expect_readable_cells();
+        expect_readable_captions();
+        for (QWidget *widget : std::initializer_list<QWidget *>{
+                 window->gui->edit_button(), window->gui->identify_button(),
+                 window->row("ui/name").line_edit, window->row("dsp/level").combo})
+            expect_contrast(widget, READABLE);
+        // Whatever a theme may say from now on is already said.
+        QCOMPARE(QApplication::palette().resolve(desktop_palette(!is_dark)), before);
+        QCOMPARE(window->gui->is_dark(), is_dark);
     }
 
     void a_log_can_be_read_in_black_and_in_red_data() { desktop_rows(); }
