@@ -6,8 +6,6 @@
 #include <QApplication>
 #include <QPainter>
 #include <QStyle>
-#include <QTextDocument>
-#include <QTextOption>
 
 #include <algorithm>
 
@@ -19,22 +17,55 @@ bool HighlightDelegate::matches_search(const QString &text) const
 void HighlightDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
                               const QModelIndex &index) const
 {
-    picture = index.data(Qt::DecorationRole).value<QIcon>();
+    const QVariant decoration = index.data(Qt::DecorationRole);
+    picture = decoration.value<QIcon>();
+    const QString whole = index.data(Qt::DisplayRole).toString();
+    const bool has_icon_at_most
+        = !decoration.isValid() || decoration.userType() == QMetaType::QIcon;
+    const bool is_simple = has_icon_at_most && is_plain_text(whole) && shown_part(whole) == whole;
+    if (is_simple && option.showDecorationSelected) {
+        paint_plain(painter, option, index, whole);
+        return;
+    }
     const QModelIndex shown = shown_index(index);
     const QString text = shown.data(Qt::DisplayRole).toString();
-    const QString fitting = fitting_text(option, text, !picture.isNull());
+    const QString fitting = fitting_text(option, text);
     QItemDelegate::paint(painter, option, fitting == text ? shown : cell_with(fitting, shown));
+}
+
+// As the base class paints, which lays the text out to learn how large it is, and then gives it all
+// the room that the picture leaves.
+void HighlightDelegate::paint_plain(QPainter *painter, const QStyleOptionViewItem &option,
+                                    const QModelIndex &index, const QString &text) const
+{
+    const QStyleOptionViewItem cell = setOptions(index, option);
+    const QString shown = fitting_text(cell, text);
+    QRect check_rect;
+    QRect picture_rect;
+    if (!picture.isNull())
+        picture_rect = QRect(QPoint(0, 0), picture.actualSize(cell.decorationSize));
+    QRect text_rect(0, 0, 1, 1);
+    doLayout(cell, &check_rect, &picture_rect, &text_rect, false);
+    painter->save();
+    painter->setClipRect(cell.rect);
+    drawBackground(painter, cell, index);
+    drawDecoration(painter, cell, picture_rect, {});
+    drawDisplay(painter, cell, text_rect, shown);
+    drawFocus(painter, cell, text_rect);
+    painter->restore();
 }
 
 // In a column that is narrower than its contents dots stand for the middle: names of one site begin
 // alike, and their ends tell them apart.
-QString HighlightDelegate::fitting_text(const QStyleOptionViewItem &option, const QString &text,
-                                        bool has_picture)
+QString HighlightDelegate::fitting_text(const QStyleOptionViewItem &option,
+                                        const QString &text) const
 {
     const QStyle *style = option.widget ? option.widget->style() : QApplication::style();
     const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, option.widget) + 1;
-    const int beside = has_picture ? option.decorationSize.width() + 2 * margin : 0;
+    const int beside = picture.isNull() ? 0 : option.decorationSize.width() + 2 * margin;
     const int room = option.rect.width() - beside - 2 * margin;
+    if (is_plain_text(text))
+        return texts.fitting(option.font, option.fontMetrics, text, room);
     if (text.contains(QChar('\n')) || option.fontMetrics.horizontalAdvance(text) <= room)
         return text;
     return option.fontMetrics.elidedText(text, Qt::ElideMiddle, std::max(room, 0));
@@ -81,24 +112,6 @@ QModelIndex HighlightDelegate::cell_with(const QString &text, const QModelIndex 
 void HighlightDelegate::drawDisplay(QPainter *painter, const QStyleOptionViewItem &option,
                                     const QRect &rect, const QString &text) const
 {
-    QTextDocument document;
-    document.setDocumentMargin(0);
-    document.setDefaultFont(option.font);
-    QTextOption text_option = document.defaultTextOption();
-    text_option.setAlignment(Qt::AlignVCenter);
-    text_option.setWrapMode(QTextOption::ManualWrap);
-    document.setDefaultTextOption(text_option);
-    document.setPageSize(rect.size());
-    document.setTextWidth(rect.width());
-    if (dark_theme)
-        document.setDefaultStyleSheet("span { color: #000000; }");
-    document.setHtml(highlight_html(text, search_text));
-
-    const int half_height = rect.height() / 2; // halved in whole pixels
-    const int above = static_cast<int>(half_height - 0.5 * document.size().height());
-    painter->save();
-    painter->translate(rect.left(), above + rect.top());
-    painter->setClipRect(QRect(QPoint(0, 0), rect.size()), Qt::ReplaceClip);
-    document.drawContents(painter, QRectF());
-    painter->restore();
+    texts.draw(painter, {.font = option.font, .search = search_text, .dark_theme = dark_theme},
+               rect, text);
 }

@@ -1,6 +1,8 @@
 // Draws cell texts with the search hits marked.
 #pragma once
 
+#include "gui/cell_texts.h"
+
 #include <QIcon>
 #include <QItemDelegate>
 #include <QStandardItemModel>
@@ -34,9 +36,11 @@ private:
     QModelIndex shown_index(const QModelIndex &index) const;
     // Another text in this cell's place.
     QModelIndex cell_with(const QString &text, const QModelIndex &index) const;
-    static QString fitting_text(const QStyleOptionViewItem &option, const QString &text,
-                                bool has_picture);
+    void paint_plain(QPainter *painter, const QStyleOptionViewItem &option,
+                     const QModelIndex &index, const QString &text) const;
+    QString fitting_text(const QStyleOptionViewItem &option, const QString &text) const;
 
+    mutable CellTexts texts;
     mutable QStandardItemModel short_cell{1, 1}; // stands in for a cell whose text is too long
     mutable QIcon picture;                       // of the cell that is being painted
 };

@@ -18,6 +18,9 @@ private slots:
     void half_a_character_is_matched_afresh_in_the_rest();
     void right_to_left_text_is_marked();
     void the_first_512_characters_show();
+    void hits_are_where_marks_begin();
+    void a_plain_text_has_nothing_for_markup_or_scripts_data();
+    void a_plain_text_has_nothing_for_markup_or_scripts();
 };
 
 namespace {
@@ -87,6 +90,33 @@ void HighlightTest::the_first_512_characters_show()
     const QString half = longest.left(511); // the next character takes two places
     QCOMPARE(shown_part(half + "😀"), half);
     QCOMPARE(shown_part(longest.left(510) + "😀" + "b"), longest.left(510) + "😀");
+}
+
+void HighlightTest::hits_are_where_marks_begin()
+{
+    QCOMPARE(search_hits("xABabx", "ab"), (std::vector<int>{1, 3}));
+    QCOMPARE(search_hits("aaaaa", "aa"), (std::vector<int>{0, 2}));
+    QCOMPARE(search_hits("abc", ""), std::vector<int>());
+    QCOMPARE(search_hits("abc", "d"), std::vector<int>());
+}
+
+void HighlightTest::a_plain_text_has_nothing_for_markup_or_scripts_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("is_plain");
+    for (const char *text : {"a", "Hall 1", "<b> & \"c\"", "Bühne ÿ Łódź", "No…17", "~"})
+        QTest::addRow("%s", text) << QString::fromUtf8(text) << true;
+    for (const char *text :
+         {"", " ", " a", "a ", "a  b", "a\tb", "a\nb", "a\u00a0b", "so\u00adft", "e\u0301", "אולם",
+          "\u200b", "ẞ", "\x7f", "\u0085", "\U0001F5F8", "\u2028", "ɐ"})
+        QTest::addRow("not %s", text) << QString::fromUtf8(text) << false;
+}
+
+void HighlightTest::a_plain_text_has_nothing_for_markup_or_scripts()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, is_plain);
+    QCOMPARE(is_plain_text(text), is_plain);
 }
 
 QTEST_GUILESS_MAIN(HighlightTest)

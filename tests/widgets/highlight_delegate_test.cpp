@@ -3,6 +3,7 @@
 #include "gui/highlight_delegate.h"
 
 #include <QPainter>
+#include <QRandomGenerator>
 #include <QStandardItemModel>
 #include <QTextDocument>
 #include <QTextOption>
@@ -16,6 +17,10 @@ private slots:
     void empty_search_matches_everything();
     void cell_is_drawn_as_the_plain_way_draws_it_data();
     void cell_is_drawn_as_the_plain_way_draws_it();
+    void texts_drawn_before_change_no_text_data();
+    void texts_drawn_before_change_no_text();
+    void a_cell_lies_where_the_base_class_puts_it_data();
+    void a_cell_lies_where_the_base_class_puts_it();
     void mark_is_yellow_and_the_rest_is_not();
     void marked_text_is_black_in_a_dark_palette();
     void text_stays_inside_its_cell();
@@ -42,35 +47,94 @@ QImage blank_image(QColor ground)
     return image;
 }
 
-QImage drawn(const ShownDelegate &delegate, const QString &text, QColor ground = Qt::white)
+QImage drawn(const ShownDelegate &delegate, const QString &text, QColor ground = Qt::white,
+             const QFont &font = QApplication::font())
 {
     QImage image = blank_image(ground);
     QPainter painter(&image);
     QStyleOptionViewItem option;
-    option.font = QApplication::font();
+    option.font = font;
     delegate.drawDisplay(&painter, option, cell, text);
     return image;
 }
 
 // Every step through a document of HTML, with no short cut.
-QImage drawn_plainly(const QString &text, const QString &search)
+void draw_plainly(QPainter &painter, const QRect &rect, const QFont &font, const QString &text,
+                  const QString &search, const QString &style_sheet)
 {
-    QImage image = blank_image(Qt::white);
-    QPainter painter(&image);
     QTextDocument document;
     document.setDocumentMargin(0);
-    document.setDefaultFont(QApplication::font());
+    document.setDefaultFont(font);
     QTextOption option = document.defaultTextOption();
     option.setAlignment(Qt::AlignVCenter);
     option.setWrapMode(QTextOption::ManualWrap);
     document.setDefaultTextOption(option);
-    document.setPageSize(cell.size());
-    document.setTextWidth(cell.width());
+    document.setPageSize(rect.size());
+    document.setTextWidth(rect.width());
+    document.setDefaultStyleSheet(style_sheet);
     document.setHtml(highlight_html(text, search));
-    const double above = std::trunc(cell.height() / 2 - 0.5 * document.size().height());
-    painter.translate(cell.left(), above + cell.top());
-    painter.setClipRect(QRect(QPoint(0, 0), cell.size()), Qt::ReplaceClip);
+    const double above = std::trunc(rect.height() / 2 - 0.5 * document.size().height());
+    painter.save();
+    painter.translate(rect.left(), above + rect.top());
+    painter.setClipRect(QRect(QPoint(0, 0), rect.size()), Qt::ReplaceClip);
     document.drawContents(&painter, QRectF());
+    painter.restore();
+}
+
+QImage drawn_plainly(const QString &text, const QString &search,
+                     const QFont &font = QApplication::font(), const QString &style_sheet = {})
+{
+    QImage image = blank_image(Qt::white);
+    QPainter painter(&image);
+    draw_plainly(painter, cell, font, text, search, style_sheet);
+    return image;
+}
+
+// All of a cell as the base class paints it, but for its text and for icons, which are the same in
+// a selected row.
+class PlainDelegate : public QItemDelegate
+{
+public:
+    QIcon icon = {};
+
+protected:
+    void drawDecoration(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
+                        const QPixmap &pixmap) const override
+    {
+        QStyleOptionViewItem plain = option;
+        plain.state &= ~QStyle::State_Selected;
+        if (icon.isNull())
+            QItemDelegate::drawDecoration(painter, plain, rect, pixmap);
+        else
+            icon.paint(painter, rect, option.decorationAlignment);
+    }
+    void drawDisplay(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
+                     const QString &text) const override
+    {
+        draw_plainly(*painter, rect, option.font, text, {}, {});
+    }
+};
+
+QIcon red_icon()
+{
+    QPixmap picture(16, 12);
+    picture.fill(Qt::red);
+    return QIcon(picture);
+}
+
+QImage painted_by(const QAbstractItemDelegate &delegate, const QModelIndex &index,
+                  QStyle::State state)
+{
+    QStyleOptionViewItem option;
+    option.font = QApplication::font();
+    option.fontMetrics = QFontMetrics(option.font);
+    option.decorationSize = {24, 16};
+    option.showDecorationSelected = true;
+    option.state = state;
+    option.rect = cell;
+    QImage image = blank_image(Qt::white);
+    QPainter painter(&image);
+    delegate.paint(&painter, option, index);
     return image;
 }
 
@@ -159,6 +223,78 @@ void HighlightDelegateTest::cell_is_drawn_as_the_plain_way_draws_it()
     ShownDelegate delegate;
     delegate.search_text = search;
     QCOMPARE(drawn(delegate, text), drawn_plainly(text, search));
+}
+
+void HighlightDelegateTest::texts_drawn_before_change_no_text_data()
+{
+    QTest::addColumn<int>("pixel_size");
+    QTest::addColumn<bool>("is_bold");
+    QTest::addColumn<bool>("is_dark");
+    QTest::newRow("usual") << 13 << false << false;
+    QTest::newRow("bold") << 13 << true << false;
+    QTest::newRow("large") << 21 << false << false;
+    QTest::newRow("dark") << 13 << false << true;
+}
+
+// One delegate draws them all, each text as often as it comes and with changing searches.
+void HighlightDelegateTest::texts_drawn_before_change_no_text()
+{
+    QFETCH(int, pixel_size);
+    QFETCH(bool, is_bold);
+    QFETCH(bool, is_dark);
+    ShownDelegate delegate;
+    drawn(delegate, "AVA"); // in another font
+    QFont font = QApplication::font();
+    font.setPixelSize(pixel_size);
+    font.setBold(is_bold);
+    delegate.dark_theme = is_dark;
+    const QString letters = QString::fromUtf8("AVTo. fil&<>\"'jgß…Łő");
+    QRandomGenerator random(77);
+    for (int i = 0; i < 1500; ++i) {
+        QString text;
+        for (int length = random.bounded(1, 6); length > 0; --length)
+            text += letters.at(random.bounded(letters.size()));
+        delegate.search_text = text.mid(random.bounded(text.size()), random.bounded(3)).toUpper();
+        const QImage expected
+            = drawn_plainly(text, delegate.search_text, font,
+                            is_dark ? QStringLiteral("span { color: #000000; }") : QString());
+        if (drawn(delegate, text, Qt::white, font) != expected)
+            QFAIL(qPrintable("'" + text + "' with the search '" + delegate.search_text + "'"));
+    }
+}
+
+void HighlightDelegateTest::a_cell_lies_where_the_base_class_puts_it_data()
+{
+    QTest::addColumn<QVariant>("decoration");
+    QTest::addColumn<QString>("text");
+    const QPixmap picture = red_icon().pixmap(16, 12);
+    for (const char *text : {"Hall 1", "", " 0 dB", "\U0001F5F8"}) {
+        QTest::addRow("no picture, '%s'", text) << QVariant() << QString::fromUtf8(text);
+        QTest::addRow("an empty icon, '%s'", text) << QVariant(QIcon()) << QString::fromUtf8(text);
+        QTest::addRow("an icon, '%s'", text) << QVariant(red_icon()) << QString::fromUtf8(text);
+        QTest::addRow("a pixmap, '%s'", text) << QVariant(picture) << QString::fromUtf8(text);
+        QTest::addRow("a colour, '%s'", text)
+            << QVariant(QColor(Qt::blue)) << QString::fromUtf8(text);
+    }
+}
+
+void HighlightDelegateTest::a_cell_lies_where_the_base_class_puts_it()
+{
+    QFETCH(QVariant, decoration);
+    QFETCH(QString, text);
+    QStandardItemModel model(1, 1);
+    model.setData(model.index(0, 0), decoration, Qt::DecorationRole);
+    model.setData(model.index(0, 0), text);
+    const HighlightDelegate delegate;
+    PlainDelegate plain;
+    if (decoration.userType() == QMetaType::QIcon)
+        plain.icon = decoration.value<QIcon>();
+    for (const QStyle::State more : {QStyle::State_None, QStyle::State_Selected,
+                                     QStyle::State_HasFocus, QStyle::State_Active}) {
+        const QStyle::State state = QStyle::State_Enabled | more;
+        QCOMPARE(painted_by(delegate, model.index(0, 0), state),
+                 painted_by(plain, model.index(0, 0), state));
+    }
 }
 
 void HighlightDelegateTest::mark_is_yellow_and_the_rest_is_not()

@@ -1,0 +1,45 @@
+// Texts of the list's cells, laid out once and drawn often.
+#pragma once
+
+#include <QCache>
+#include <QColor>
+#include <QFont>
+#include <QString>
+
+class QFontMetrics;
+class QPainter;
+class QRect;
+
+// How a text is drawn in a cell: with its marks, left-aligned, in the middle of the cell's height.
+struct CellStyle
+{
+    QFont font = {};
+    QString search = {};     // what is marked
+    bool dark_theme = false; // light text on a dark ground: marked text must turn black
+};
+
+// A document of HTML per cell and painting is nine tenths of what a painted list costs. Nearly all
+// texts are plain ones (is_plain_text), which the document would lay out as one line of the same
+// letters: those lines are kept, and drawn pixel for pixel as the document draws them. Any other
+// text takes the long way.
+class CellTexts
+{
+public:
+    CellTexts();
+    ~CellTexts();
+
+    // Draws within `rect` alone; the painter is left as it was.
+    void draw(QPainter *painter, const CellStyle &style, const QRect &rect, const QString &text);
+
+    // A plain text in at most `room` pixels: itself, or with dots for its middle.
+    QString fitting(const QFont &font, const QFontMetrics &metrics, const QString &text, int room);
+
+private:
+    struct Line;
+
+    Line &line_of(const QFont &font, const QString &text, const QString &search, bool dark_theme);
+
+    QCache<QString, Line> lines; // by text, those with marks by text and search
+    QFont lines_font = {};       // in which all of them are laid out
+    bool lines_dark = false;     // how marked letters are drawn in them
+};
