@@ -1,5 +1,5 @@
-// The panel over a thousand devices: selecting all of them, one report while all are selected, an
-// edit of all, their end, and that of the window.
+// The panel over a thousand devices: selecting all of them, or one of another kind, one report
+// while all are selected, an edit of all, their end, and that of the window.
 #include "bench_main.h"
 #include "gui/device_list_view.h"
 
@@ -41,6 +41,20 @@ void measure_confirm(WindowHandle *gui)
     gui->panel().take("dsp/level", 1);
     measure("Confirm of a change at 200 of 1,000 devices", 1, 40, [gui](int) { gui->confirm(); });
     gui->discovery_timer().stop();
+}
+
+// One of two devices after the other, whose products have other properties: most rows come or go.
+void measure_other_kind(WindowHandle *gui)
+{
+    const auto first = gui->row_of(gui->find_device(bench_report(0).value("device_id").toString()));
+    QJsonObject other = bench_report(1);
+    other.insert("product_id", 2001);
+    gui->report(bench_address(1), other, true, "lo");
+    const auto second = gui->row_of(gui->find_device(other.value("device_id").toString()));
+    measure("select a device of another kind", 40, 24, [gui, first, second](int i) {
+        gui->view()->setCurrentIndex(gui->model().index(i % 2 == 0 ? first : second, 0));
+    });
+    gui->report(bench_address(1), bench_report(1), true, "lo");
 }
 
 // A whole site goes at once, in a list that is sorted by status, and is then deleted.
@@ -99,6 +113,7 @@ void measure_all()
     measure("one edit of a row", 10, 1,
             [&gui](int) { gui->panel().take("dsp/level", gui->row("dsp/level").value); });
     measure("end the edit", 1, 120, [&gui](int) { gui->set_edit_mode(false); });
+    measure_other_kind(gui.get());
     measure_confirm(gui.get());
     measure("refresh of all rows", 200, 16, [&gui](int) { gui->panel().refresh_all_rows(); });
     measure_farewell(gui.get());

@@ -111,6 +111,7 @@ RowEditor *PanelSheet::rebuild_row(const std::string &key, const Property &prope
 void PanelSheet::show_row(const std::string &key)
 {
     const RowWidgets &shown = rows.at(key);
+    has_new_rows |= shown.holder->isHidden();
     shown.caption->show();
     shown.holder->show();
 }
@@ -122,6 +123,25 @@ void PanelSheet::hide_row(const std::string &key)
         return;
     hidden.caption->hide();
     hidden.holder->hide();
+}
+
+PanelSheet::LayoutPause::LayoutPause(PanelSheet &its_sheet)
+    : sheet(its_sheet.grid->isEnabled() ? &its_sheet : nullptr)
+{
+    if (!sheet)
+        return;
+    sheet->has_new_rows = false;
+    sheet->grid->setEnabled(false);
+}
+
+// Rows that were there before are laid out with the next frame, as ever.
+PanelSheet::LayoutPause::~LayoutPause()
+{
+    if (!sheet)
+        return;
+    sheet->grid->setEnabled(true);
+    if (sheet->has_new_rows && sheet->content->isVisible())
+        sheet->grid->activate();
 }
 
 void PanelSheet::mark_row(const std::string &key, bool is_changed)

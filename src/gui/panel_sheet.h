@@ -30,6 +30,19 @@ public:
     RowEditor *rebuild_row(const std::string &key, const Property &property);
     void show_row(const std::string &key);
     void hide_row(const std::string &key);
+    // While one lives, rows that come into sight are not laid out; when it ends all are, once: each
+    // would lay out all the others anew. One within another does nothing.
+    class LayoutPause
+    {
+    public:
+        explicit LayoutPause(PanelSheet &its_sheet);
+        ~LayoutPause();
+        LayoutPause(const LayoutPause &) = delete;
+        LayoutPause &operator=(const LayoutPause &) = delete;
+
+    private:
+        PanelSheet *sheet = nullptr;
+    };
     // Bold, for what Confirm would change.
     void mark_row(const std::string &key, bool is_changed);
     // The Tab key goes through the rows as they are read; to be called after editors were made.
@@ -54,6 +67,7 @@ private:
 
     std::map<std::string, RowWidgets> rows = {};
     bool has_new_editors = false; // the tab order does not know them yet
+    bool has_new_rows = false;    // came into sight during a pause
     QPalette row_colours = {};
     QWidget *content = nullptr;
     QGridLayout *grid = nullptr; // one row of cells per property, by order of the keys

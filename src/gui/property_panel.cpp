@@ -56,6 +56,7 @@ void PropertyPanel::add_shortcuts()
 void PropertyPanel::show_selection()
 {
     set_edit_mode(false);
+    const PanelSheet::LayoutPause pause(*sheet);
     refresh_all_rows();
     const std::vector<Device *> selected = selection();
     for (const std::string &key : catalogue().property_keys)
@@ -77,6 +78,7 @@ void PropertyPanel::refresh_needed_rows()
 {
     if (!rows.needs_refresh())
         return;
+    const PanelSheet::LayoutPause pause(*sheet);
     const std::vector<Device *> selected = selection();
     for (const std::string &key : catalogue().property_keys)
         if (row(key)->needs_update)
@@ -86,6 +88,7 @@ void PropertyPanel::refresh_needed_rows()
 
 void PropertyPanel::refresh_all_rows()
 {
+    const PanelSheet::LayoutPause pause(*sheet);
     const std::vector<Device *> selected = selection();
     for (const std::string &key : catalogue().property_keys)
         update_row(key, selected);

@@ -30,7 +30,31 @@ struct PanelAlone
         panel.set_edit_mode(true);
     }
 
+    bool is_shown(const std::string &key) const
+    {
+        const QWidget *holder = panel.row_widgets(key)->holder;
+        return holder && holder->isVisible();
+    }
     bool is_marked(const char *key) const { return panel.row_widgets(key)->caption->is_marked(); }
+};
+
+// How often each of some widgets was moved.
+class MoveCount : public QObject
+{
+public:
+    void watch(QWidget *widget)
+    {
+        moves[widget] = 0;
+        widget->installEventFilter(this);
+    }
+
+    std::map<QObject *, int> moves = {};
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        moves[watched] += event->type() == QEvent::Move;
+        return false;
+    }
 };
 
 } // namespace
@@ -94,6 +118,39 @@ private slots:
             ring.append(next);
         QVERIFY(ring.indexOf(input("dsp/delay")) < ring.indexOf(input("ui/name")));
         QVERIFY(ring.indexOf(input("ui/name")) < ring.indexOf(input("dsp/level")));
+    }
+
+    // Each row that comes would push down all those below it, and the panel would take three times
+    // as long.
+    void rows_that_come_with_another_product_are_laid_out_once()
+    {
+        PanelAlone alone;
+        alone.panel.set_edit_mode(false);
+        alone.devices.resize(1);
+        alone.panel.resize(500, 700);
+        alone.panel.show();
+        const std::unique_ptr<Device> loudspeaker = std::move(alone.devices[0]);
+        alone.devices[0] = device_from_report(report_of(2001, {{"device_id", "Module"}}));
+        alone.panel.show_selection();
+        QCoreApplication::processEvents();
+        MoveCount count;
+        for (const std::string &key : catalogue().property_keys)
+            if (alone.is_shown(key))
+                count.watch(alone.panel.row_widgets(key)->holder);
+        alone.devices[0] = device_from_report(loudspeaker->last_report.object());
+        alone.panel.show_selection();
+        int bottom = 0;
+        for (const std::string &key : catalogue().property_keys) {
+            if (!alone.is_shown(key))
+                continue;
+            const QRect place = alone.panel.row_widgets(key)->holder->geometry();
+            QVERIFY2(place.top() >= bottom, key.c_str());
+            bottom = place.bottom();
+        }
+        QVERIFY(std::any_of(count.moves.begin(), count.moves.end(),
+                            [](const auto &one) { return one.second > 0; }));
+        for (const auto &[row, times] : count.moves)
+            QVERIFY(times <= 1);
     }
 
     void an_edit_that_ends_before_its_frame_leaves_no_mark()
