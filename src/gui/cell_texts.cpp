@@ -83,7 +83,7 @@ struct CellTexts::Line
     QTextLayout layout;
     double height = 0;
     std::optional<int> advance = {}; // once somebody has asked
-    int room = 0;                    // in which `shortened` fits
+    int room = -1;                   // in which `shortened` fits
     QString shortened = {};
 };
 
@@ -115,14 +115,15 @@ void CellTexts::draw(QPainter *painter, const CellStyle &style, const QRect &rec
 QString CellTexts::fitting(const QFont &font, const QFontMetrics &metrics, const QString &text,
                            int room)
 {
+    room = std::max(room, 0);
     Line &line = line_of(font, text, {}, lines_dark);
     if (!line.advance)
         line.advance = metrics.horizontalAdvance(text);
     if (*line.advance <= room)
         return text;
-    if (line.shortened.isNull() || line.room != room) {
+    if (line.room != room) {
         line.room = room;
-        line.shortened = metrics.elidedText(text, Qt::ElideMiddle, std::max(room, 0));
+        line.shortened = metrics.elidedText(text, Qt::ElideMiddle, room);
     }
     return line.shortened;
 }

@@ -4,6 +4,7 @@
 
 #include <QPainter>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QStandardItemModel>
 #include <QTextDocument>
 #include <QTextOption>
@@ -243,11 +244,14 @@ void HighlightDelegateTest::texts_drawn_before_change_no_text()
     QFETCH(bool, is_bold);
     QFETCH(bool, is_dark);
     ShownDelegate delegate;
-    drawn(delegate, "AVA"); // in another font
     QFont font = QApplication::font();
     font.setPixelSize(pixel_size);
     font.setBold(is_bold);
-    delegate.dark_theme = is_dark;
+    const QPalette usual = QApplication::palette();
+    QPalette red = usual; // on marks of a dark list text is black, whatever it is elsewhere
+    red.setColor(QPalette::Text, Qt::red);
+    QApplication::setPalette(red);
+    const auto restore = qScopeGuard([&usual] { QApplication::setPalette(usual); });
     const QString letters = QString::fromUtf8("AVTo. fil&<>\"'jgß…Łő");
     QRandomGenerator random(77);
     for (int i = 0; i < 1500; ++i) {
@@ -258,6 +262,13 @@ void HighlightDelegateTest::texts_drawn_before_change_no_text()
         const QImage expected
             = drawn_plainly(text, delegate.search_text, font,
                             is_dark ? QStringLiteral("span { color: #000000; }") : QString());
+        if (i % 3 == 0) { // drawn in another way before
+            delegate.dark_theme = !is_dark;
+            drawn(delegate, text, Qt::white, font);
+        }
+        if (i % 3 == 1)
+            drawn(delegate, text, Qt::white, QFont("serif", 30));
+        delegate.dark_theme = is_dark;
         if (drawn(delegate, text, Qt::white, font) != expected)
             QFAIL(qPrintable("'" + text + "' with the search '" + delegate.search_text + "'"));
     }
@@ -342,14 +353,15 @@ void HighlightDelegateTest::a_text_that_is_too_long_loses_its_middle()
     QStyleOptionViewItem option;
     option.font = QApplication::font();
     option.fontMetrics = QFontMetrics(option.font);
-    const auto painted = [&option](const QString &shown, int width) {
+    option.showDecorationSelected = true;
+    const HighlightDelegate delegate;
+    const auto painted = [&option, &delegate](const QString &shown, int width) {
         QStandardItemModel model(1, 1);
         model.setData(model.index(0, 0), shown);
         option.rect = QRect(7, 5, width, 22);
         QImage image = QImage(260, 40, QImage::Format_RGB32);
         image.fill(Qt::white);
         QPainter painter(&image);
-        const HighlightDelegate delegate;
         delegate.paint(&painter, option, model.index(0, 0));
         return image;
     };
@@ -360,6 +372,8 @@ void HighlightDelegateTest::a_text_that_is_too_long_loses_its_middle()
     QVERIFY(cut.startsWith("North") && cut.endsWith("17") && cut != text);
     QCOMPARE(painted(text, whole - 30), painted(cut, whole - 30));
     QVERIFY(painted(text, whole - 30) != painted(text, whole));
+    const QString half = option.fontMetrics.elidedText(text, Qt::ElideMiddle, whole / 2 - margins);
+    QCOMPARE(painted(text, whole / 2), painted(half, whole / 2)); // in another width after that
 }
 
 void HighlightDelegateTest::painter_comes_back_as_it_was()
