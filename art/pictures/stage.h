@@ -30,14 +30,27 @@ struct Stage
     WindowHandle &gui = *window.gui;
     QPixmap picture = {};
 
-    // The file is one of docs/guide.
-    explicit Stage(const QString &fleet_file)
+    // The file is one of docs/guide. The window has its size before a device is heard: an assistant
+    // that opens by itself stands in its middle.
+    explicit Stage(const QString &fleet_file, bool is_maximised = false)
         : fleet({"--fleet", GUIDE_FOLDER "/" + fleet_file}, "speakers")
     {
         gui.resize(1500, 720);
         gui.property_splitter()->setSizes({985, 500});
+        if (is_maximised)
+            maximise();
         expect(runs_until([this] { return window.online_count() == fleet.count; }), "online");
         settle();
+    }
+
+    void maximise()
+    {
+        gui.discovery_timer().stop();
+        gui.widget().showMaximized();
+        const int wanted = QGuiApplication::primaryScreen()->availableGeometry().width();
+        expect(runs_until([this, wanted] { return gui.widget().width() >= wanted; }),
+               "the largest window");
+        gui.discovery_timer().start(0);
     }
 
     // Time for the window manager, the last paint and a few rounds of levels.

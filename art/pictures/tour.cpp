@@ -26,7 +26,6 @@ public:
         , gui(its_stage.gui)
         , folder(its_folder)
     {
-        gui.widget().showMaximized();
         Stage::settle();
         // The shares of a first window.
         gui.property_splitter()->setSizes(first_splitter_sizes(gui.widget().width()));
@@ -186,12 +185,12 @@ void take_tour(const QString &folder)
         without_network.gui->widget().showMaximized();
         Tour::save(folder + "/no-network.png");
     }
-    Stage stage("theatre.json");
+    Stage stage("theatre.json", true);
     Tour(stage, folder).run();
 }
 
 void take_assistant(const QString &folder)
 {
-    Stage stage("new-module.json");
+    Stage stage("new-module.json", true);
     Tour(stage, folder).show_assistant();
 }

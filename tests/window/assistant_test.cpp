@@ -3,12 +3,20 @@
 #include "support/dialog_probe.h"
 
 #include <QDialogButtonBox>
+#include <QGuiApplication>
 #include <QPointer>
+#include <QScreen>
+
+#include <array>
+#include <cstdlib>
 
 namespace {
 
 const Told CURRENT_SILENT{.product_id = QJsonValue::Undefined};
 const Told CURRENT_UNKNOWN{.product_id = 9999};
+
+// What the toolkit takes a window's frame for before it has seen one.
+constexpr QSize FRAME(10 + 1, 40 + 1);
 
 } // namespace
 
@@ -71,6 +79,31 @@ private slots:
             QCOMPARE(buttons->buttonRole(button(caption)), QDialogButtonBox::ActionRole);
         QVERIFY(button("Back")->x() < button("Next")->x());
         QCOMPARE(gui().assistant(device()), &open_dialog());
+    }
+
+    // Each of them where the window is then, and whole on the screen.
+    void it_opens_in_the_middle_of_its_window()
+    {
+        add_device();
+        const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+        gui().resize(0, 500); // as narrow as it can be
+        const std::array places{QPoint(20, 30), QPoint(60, 200), screen.bottomRight() / 2};
+        for (size_t i = 0; i < places.size(); ++i) {
+            gui().widget().move(places[i]);
+            const int number = static_cast<int>(i % 2);
+            tell(OUTDATED, number);
+            const QRect opened = open_dialog().geometry();
+            QVERIFY(screen.contains(opened));
+            QPoint middle = gui().widget().geometry().center();
+            // No nearer to the screen's edges than it fits.
+            middle.setX(std::min(middle.x(), screen.right() - opened.width() / 2));
+            middle.setY(std::min(middle.y(), screen.bottom() - opened.height() / 2));
+            const QPoint off = opened.center() - middle;
+            QVERIFY2(std::abs(off.x()) <= FRAME.width() && std::abs(off.y()) <= FRAME.height(),
+                     qPrintable(QString("%1, %2").arg(off.x()).arg(off.y())));
+            open_dialog().close();
+            go_offline(number);
+        }
     }
 
     void every_page_shows_its_text_buttons_and_widget_data()
