@@ -24,6 +24,8 @@ namespace {
 
 constexpr int BUTTON_GAP = 10;                // pixels in front of a row's button
 constexpr int BUTTON_MARGIN = 8;              // pixels on either side of its text, at least
+constexpr int LINE_EDIT_INSET = 2;            // pixels: its text begins where those of boxes do
+constexpr int LABEL_INSET = 5;                // pixels: as if it had a frame
 constexpr int FEWEST_COMBO_CHARS = 6;         // that a list keeps however narrow the panel is
 constexpr auto NARROWEST_NUMBER = "20000 Hz"; // that a number box always has room for
 
@@ -69,6 +71,7 @@ protected:
     void add_line_edit()
     {
         widgets.line_edit = new QLineEdit(widgets.holder);
+        widgets.line_edit->setTextMargins(LINE_EDIT_INSET, 0, 0, 0);
         new MixedTextFilter(widgets.line_edit, widgets.line_edit);
         add(widgets.line_edit);
         connect(widgets.line_edit, &QLineEdit::textEdited, this, &RowEditor::edited);
@@ -226,6 +229,7 @@ public:
     void build() override
     {
         widgets.text_label = new QLabel(widgets.holder);
+        widgets.text_label->setIndent(LABEL_INSET);
         add(widgets.text_label);
     }
 

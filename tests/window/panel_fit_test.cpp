@@ -9,6 +9,7 @@
 #include <QStyleFactory>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 
@@ -44,6 +45,21 @@ int least_width(const QWidget *widget)
     if (widget->minimumWidth() > 0)
         return widget->minimumWidth();
     return widget->minimumSizeHint().width();
+}
+
+// Where its text begins, in pixels from the left of what it stands in; frames are passed over.
+int text_start(QWidget *editor)
+{
+    const int frame = 2;
+    const int height = editor->height() / 2; // the middle half
+    const QRect inside(frame, height / 2, editor->width() / 2, height);
+    const QImage picture = editor->grab(inside).toImage();
+    const QRgb ground = ground_of(picture);
+    for (int x = 0; x < picture.width(); ++x)
+        for (int y = 0; y < picture.height(); ++y)
+            if (contrast(picture.pixel(x, y), ground) > 2.0)
+                return editor->x() + frame + x;
+    return -1;
 }
 
 } // namespace
@@ -255,6 +271,28 @@ private slots:
             highest = std::max(highest, scroll()->verticalScrollBar()->value());
         }
         QVERIFY(highest > 100);
+    }
+
+    // Whatever kind of field a value stands in; its frame may be another.
+    void values_begin_on_one_line()
+    {
+        open_window(SIZES[1].second);
+        window->add({{"ui", QJsonObject{{"name", "1"}, {"loc", "1"}, {"order", 1}}},
+                     {"dsp", QJsonObject{{"bank", 1}}}});
+        window->select({0});
+        QCoreApplication::processEvents();
+        const PanelRow bank = window->row("dsp/bank");
+        const int start = text_start(bank.spinner ? static_cast<QWidget *>(bank.spinner)
+                                                  : static_cast<QWidget *>(bank.combo));
+        QVERIFY(start > 0);
+        QVERIFY(std::abs(text_start(window->row("ui/order").spinner) - start) <= 1);
+        QVERIFY(std::abs(text_start(window->row("ui/name").line_edit) - start) <= 1);
+        QVERIFY(std::abs(text_start(window->row("ui/loc").line_edit) - start) <= 1);
+        window->row("dsp/level").combo->setItemText(0, "1");
+        window->row("dsp/level").combo->setCurrentIndex(0);
+        QVERIFY(std::abs(text_start(window->row("dsp/level").combo) - start) <= 1);
+        window->row("rtp/lock").text_label->setText("1");
+        QVERIFY(std::abs(text_start(window->row("rtp/lock").text_label) - start) <= 1);
     }
 
     void pictures_to_look_at()
