@@ -6,6 +6,7 @@
 #include "support/panel_case.h"
 
 #include <QLabel>
+#include <QPainter>
 #include <QScreen>
 #include <QStatusBar>
 
@@ -121,6 +122,25 @@ private slots:
             QVERIFY2(sizes.contains(QSize(size, size)), qPrintable(QString::number(size)));
         const QWidget other;
         QCOMPARE(other.windowIcon().availableSizes(), sizes);
+    }
+
+    void the_icon_has_the_picture_of_each_size()
+    {
+        const QIcon icon = gui().widget().windowIcon();
+        for (const QSize &size : icon.availableSizes()) {
+            const QImage drawn(QString(":/icons/window/%1.png").arg(size.width()));
+            QVERIFY(!drawn.isNull());
+            QCOMPARE(icon.pixmap(size).toImage(), QPixmap::fromImage(drawn).toImage());
+        }
+        QCOMPARE(icon.pixmap(20, 20).size(), QSize(20, 20));
+        QCOMPARE(icon.pixmap(40, 30).size(), QSize(30, 30));
+        QCOMPARE(icon.pixmap(1000, 1000).size(), QSize(512, 512));
+        QImage painted(32, 32, QImage::Format_ARGB32_Premultiplied);
+        painted.fill(Qt::transparent);
+        QPainter painter(&painted);
+        icon.paint(&painter, painted.rect());
+        painter.end();
+        QCOMPARE(painted, QImage(":/icons/window/32.png").convertToFormat(painted.format()));
     }
 
     void a_long_text_scrolls_inside_its_box()
