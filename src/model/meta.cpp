@@ -4,6 +4,7 @@
 #include "support/fatal_assert.h"
 
 #include <algorithm>
+#include <utility>
 
 bool PropertyDesc::same_editor(const PropertyDesc &other) const
 {
@@ -33,8 +34,6 @@ std::vector<PropertyChoice> product_choices(const std::vector<ProductDesc> &prod
 void fill_from_product(PropertyDesc &desc, const ProductDesc &product,
                        const std::vector<ProductDesc> &products)
 {
-    if (desc.key.empty())
-        desc.key = joined_path(desc.path);
     if (desc.key == "dsp/bank")
         desc.max = highest_bank(product.preset_names.size());
     if (desc.key == "product_id") {
@@ -73,28 +72,42 @@ void append_channel_choices(PropertyDesc &desc, const ProductDesc &product)
                                 .data = {}});
 }
 
-PropertyMap make_properties(const ProductDesc &product, Catalogue &made)
+// Whatever any product may have, each with its key.
+std::vector<PropertyDesc> all_properties(const std::vector<PropertyDesc> &generic_properties)
 {
-    // A copy for each product: choices appended for one must not reach the next.
-    std::vector<PropertyDesc> descs = made.generic_properties;
-    for (const PropertyDesc &desc : make_eq_properties())
-        descs.push_back(desc);
+    std::vector<PropertyDesc> descs = generic_properties;
+    for (PropertyDesc &desc : make_eq_properties())
+        descs.push_back(std::move(desc));
     for (PropertyDesc &desc : descs)
-        fill_from_product(desc, product, made.product_table);
-    check_presets(&product);
+        if (desc.key.empty())
+            desc.key = joined_path(desc.path);
+    return descs;
+}
 
-    PropertyMap properties;
-    for (PropertyDesc &desc : descs) {
-        // Before any filter, so that the first product brings all keys.
-        std::vector<std::string> &keys = made.property_keys;
+std::vector<std::string> keys_of(const std::vector<PropertyDesc> &descs)
+{
+    std::vector<std::string> keys;
+    for (const PropertyDesc &desc : descs)
         if (std::find(keys.begin(), keys.end(), desc.key) == keys.end())
             keys.push_back(desc.key);
-        if (!product_has(product, desc))
+    return keys;
+}
+
+PropertyMap make_properties(const ProductDesc &product, const std::vector<PropertyDesc> &descs,
+                            const std::vector<ProductDesc> &products)
+{
+    check_presets(&product);
+    PropertyMap properties;
+    for (const PropertyDesc &general : descs) {
+        if (!product_has(product, general))
             continue;
+        // A copy for each product: choices appended for one must not reach the next.
+        PropertyDesc desc = general;
+        fill_from_product(desc, product, products);
         append_channel_choices(desc, product);
         if (desc.path != std::vector<std::string>{"product_id"})
             desc.flags |= PF_FOLLOWS_PRODUCT;
-        properties[desc.key] = desc;
+        properties.insert_or_assign(general.key, std::move(desc));
     }
     return properties;
 }
@@ -103,8 +116,10 @@ Catalogue make_catalogue()
 {
     Catalogue made{.generic_properties = make_generic_properties(),
                    .product_table = make_product_table()};
+    const std::vector<PropertyDesc> descs = all_properties(made.generic_properties);
+    made.property_keys = keys_of(descs);
     for (ProductDesc &product : made.product_table)
-        product.properties = make_properties(product, made);
+        product.properties = make_properties(product, descs, made.product_table);
     return made;
 }
 
