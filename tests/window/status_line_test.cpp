@@ -1,4 +1,5 @@
 // What the window says at its bottom while it is worked in.
+#include "support/dialog_probe.h"
 #include "support/panel_case.h"
 #include "support/window_main.h"
 
@@ -112,6 +113,20 @@ private slots:
         window->type("ui/loc", "Balcony");
         window->press_confirm();
         QCOMPARE(message(), QString("Sent to 3 of 3 devices."));
+    }
+
+    // One is offline, and what was meant for another never left the machine.
+    void who_was_not_reached_does_not_count_as_sent_to()
+    {
+        DialogProbe probe; // of the box that names both
+        window->devices[1]->record()->online = false;
+        window->devices[2]->record()->address = QHostAddress("2001:db8::1");
+        window->select({0, 1, 2});
+        window->press_edit();
+        window->type("ui/loc", "Balcony");
+        window->press_confirm();
+        QCOMPARE(probe.titles, QStringList("Network error"));
+        QCOMPARE(message(), QString("Sent to 1 of 3 devices."));
     }
 
     void a_confirm_without_a_difference_says_so()
