@@ -47,6 +47,7 @@ PanelHead::PanelHead(QWidget *parent)
 {
     setObjectName("property_head");
     edit_button->setObjectName("edit_button");
+    edit_button->setToolTip("Lets the values of the selected devices be changed (F2)");
     cancel_button->setObjectName("cancel_button");
     confirm_button->setObjectName("confirm_button");
     connect(edit_button, &QPushButton::clicked, this, &PanelHead::edit_pressed);

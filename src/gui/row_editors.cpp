@@ -86,7 +86,8 @@ public:
     void build() override
     {
         add_line_edit();
-        widgets.button = add_button("Update");
+        widgets.button
+            = add_button("Update", "Sends an image from a file to each of the selected devices");
         connect(widgets.button, &QPushButton::clicked, this, &RowEditor::update_pressed);
     }
 };
@@ -285,8 +286,11 @@ private:
     void build_backup_buttons()
     {
         const auto mask = static_cast<uint32_t>(row.desc.user_value.toInt());
-        QPushButton *save = add_button("Save");
-        QPushButton *load = add_button("Load");
+        QPushButton *save
+            = add_button("Save", "Writes the values of the one selected device to a file");
+        QPushButton *load = add_button("Load",
+                                       "Fills in the values of such a file: nothing is "
+                                       "sent before Confirm");
         widgets.extra_widgets = {save, load};
         connect(save, &QPushButton::clicked, this, &RowEditor::save_pressed);
         connect(load, &QPushButton::clicked, this, [this, mask] { emit load_pressed(mask); });
@@ -374,9 +378,10 @@ void RowEditor::start_edit_on_click(QWidget *editor) const
     connect(filter, &DisabledClickFilter::onClick, this, &RowEditor::edit_wanted);
 }
 
-QPushButton *RowEditor::add_button(const QString &text) const
+QPushButton *RowEditor::add_button(const QString &text, const QString &tip) const
 {
     auto *button = new QPushButton(text, widgets.holder);
+    button->setToolTip(tip);
     button->setMinimumWidth(button->fontMetrics().horizontalAdvance(text) + 2 * BUTTON_MARGIN);
     widgets.row_layout->addSpacing(BUTTON_GAP);
     widgets.row_layout->addWidget(button);

@@ -38,7 +38,7 @@ signals:
 protected:
     void add(QWidget *editor);
     void start_edit_on_click(QWidget *editor) const;
-    QPushButton *add_button(const QString &text) const;
+    QPushButton *add_button(const QString &text, const QString &tip) const;
 
     // Both live as long as the panel.
     RowWidgets &widgets;

@@ -5,10 +5,12 @@
 #include "support/dialog_probe.h"
 #include "support/panel_case.h"
 
+#include <QHelpEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QScreen>
 #include <QStatusBar>
+#include <QToolTip>
 
 class LayoutTest : public QObject
 {
@@ -56,6 +58,29 @@ private slots:
         window->select({0});
     }
     void cleanup() { window.reset(); }
+
+    // Also while it is switched off: whoever rests on it asks what it would do.
+    void every_button_tells_what_it_is_for()
+    {
+        QStringList told;
+        for (QAbstractButton *button : gui().widget().findChildren<QAbstractButton *>()) {
+            if (!button->isVisible() || qobject_cast<QCheckBox *>(button))
+                continue;
+            const QPoint middle = button->rect().center();
+            QToolTip::hideText();
+            QHelpEvent rest(QEvent::ToolTip, middle, button->mapToGlobal(middle));
+            QApplication::sendEvent(button, &rest);
+            const QString name = button->text().isEmpty() ? button->toolTip() : button->text();
+            QVERIFY2(!button->toolTip().isEmpty() && QToolTip::text() == button->toolTip(),
+                     qPrintable(name));
+            told.append(name);
+        }
+        told.sort();
+        QCOMPARE(told,
+                 QStringList({"Cancel", "Confirm", "Edit", "Identify", "Load", "Save",
+                              "Show User EQ", "Update"}));
+        QToolTip::hideText();
+    }
 
     void left_and_right_column_align()
     {
