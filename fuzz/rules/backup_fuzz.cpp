@@ -36,9 +36,11 @@ void check_value(const PropertyDesc &desc, const QVariant &value)
     expect(!text.isNull(), "each value has a text");
 }
 
-PropertyRows edited_rows(const Device &device, const QJsonObject &backup)
+// `kept` holds the rows of records like this one, for which copying their descriptors is saved.
+const PropertyRows &edited_rows(PropertyRows &kept, const Device &device, const QJsonObject &backup)
 {
-    PropertyRows rows;
+    for (auto &[key, row] : kept)
+        row.edited = false;
     for (const auto &[key, desc] : device.properties) {
         if ((desc.flags & PF_BACKUP) == 0 || desc.kind == PROP_DUMMY)
             continue;
@@ -49,9 +51,13 @@ PropertyRows edited_rows(const Device &device, const QJsonObject &backup)
         if (!refusal(value).isEmpty() || !value.isValid())
             continue;
         check_value(desc, value);
-        rows[key] = {.desc = desc, .value = value, .edited = true, .uniform = true};
+        Property &row = kept[key];
+        if (row.desc.key != desc.key)
+            row.desc = desc;
+        row.value = value;
+        row.edited = row.uniform = true;
     }
-    return rows;
+    return kept;
 }
 
 // Without a window the device takes the command as it is.
@@ -64,7 +70,7 @@ void check_sent(const PropertyRows &rows, Device &device, const QJsonObject &rep
         return;
     merge_report(device, *changed);
     for (const auto &[key, row] : rows)
-        if ((row.desc.flags & PF_READONLY) == 0 && device.properties.count(key) == 1)
+        if (row.edited && (row.desc.flags & PF_READONLY) == 0 && device.properties.count(key) == 1)
             expect(device.value(key) == row.value || row.value == device.value(key)
                        || row.desc.kind == PROP_CHOICE,
                    "what is sent is what the row says");
@@ -87,5 +93,6 @@ void fuzz_backup(const uint8_t *data, size_t size)
     const QJsonObject backup = bytes.flag()
         ? any_report(bytes, device.properties, product_id)
         : QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 500)).object();
-    check_sent(edited_rows(device, backup), device, report);
+    static std::map<RecordKind, PropertyRows> rows;
+    check_sent(edited_rows(rows[kind], device, backup), device, report);
 }

@@ -172,7 +172,7 @@ void fuzz_eq(const uint8_t *data, size_t size)
 {
     static const CurveGrid grid = [] {
         CurveGrid made;
-        made.rebuild(8, 60);
+        made.rebuild(8, 30);
         return made;
     }();
     FuzzBytes bytes(data, size);

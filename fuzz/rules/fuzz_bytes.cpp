@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int DEEPEST = 4;
-constexpr int PARTS = 24; // of a product's properties, one in so many each
+constexpr int PARTS = 48; // of a product's properties, one in so many each
 
 constexpr double EDGES[] = {0.0,
                             -0.0,
@@ -157,7 +157,9 @@ QJsonValue any_json(FuzzBytes &bytes, int depth)
 
 QJsonObject any_report(FuzzBytes &bytes, const PropertyMap &properties, int product_id)
 {
-    QJsonObject report{{"product", "KESTA"}, {"seq", 0}, {"device_id", "d"}};
+    static const QJsonObject common{
+        {"product", "KESTA"}, {"seq", 0}, {"device_id", "d"}, {"product_id", 0}};
+    QJsonObject report = common;
     for (int i = bytes.below(6); i > 0; --i) {
         const auto key
             = std::next(properties.begin(), bytes.below(static_cast<int>(properties.size())));

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr size_t MOST_STEPS = 4;
+constexpr size_t MOST_STEPS = 3;
 const std::string PRODUCT = "product_id";
 
 void check_keys(const Device &device, const MergeResult &result)
@@ -54,7 +54,7 @@ struct Play
     RecordKind kind = {};
     bool may_change_product = false;
     bool keeps_product = true;
-    bool has_reported = false;
+    int reports = 0;
     MergeResult result = {};
     QJsonObject last = {};
     qint64 now = 1'700'000'000'000;
@@ -62,7 +62,7 @@ struct Play
     void report(const QJsonObject &object, bool live)
     {
         last = object;
-        has_reported = true;
+        ++reports;
         note_report(device, live, now, fw_magic_of(object));
         if (live)
             expect(device.online && device.last_seen == now, "a live report brings it online");
@@ -70,18 +70,22 @@ struct Play
         keeps_product = keeps_product && !result.product_changed;
     }
 
-    // What holds behind the last report holds behind each: the next input ends with that.
-    void check_end()
+    // What holds behind the last report holds behind each: the next input ends with that. Merging
+    // takes longest, so every other input does it for one of the two claims.
+    void check_end(bool is_twice)
     {
-        if (!has_reported)
+        if (reports == 0)
             return;
         check_keys(device, result);
+        needs_assistant(device);
+        if (!is_twice) {
+            if (keeps_product && reports > 1)
+                check_last_report_counts(device, kind, last);
+            return;
+        }
         const MergeResult again = merge_report(device, last);
         expect(again.changed_keys.empty() && !again.product_changed,
                "merging the same report twice changes nothing");
-        if (keeps_product)
-            check_last_report_counts(device, kind, last);
-        needs_assistant(device);
     }
 
     // Mostly of the device's own product: with another one come all the properties of that, which
@@ -158,5 +162,5 @@ void fuzz_report(const uint8_t *data, size_t size)
               .last = {{"product_id", product_of(kind).product_id}}};
     for (size_t i = 0; i < MOST_STEPS && !bytes.is_empty(); ++i)
         play.step();
-    play.check_end();
+    play.check_end(size % 2 == 0);
 }

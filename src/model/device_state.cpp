@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace {
 
@@ -44,17 +45,36 @@ bool take_sessions(Device &device, const QJsonObject &report)
     return true;
 }
 
-// `changed` comes by the alphabet, as the walk along a device's properties gives it.
+// All keys by the alphabet; each is the catalogue's own.
+const std::vector<const std::string *> &keys_by_alphabet()
+{
+    static const std::vector<const std::string *> all = [] {
+        std::vector<const std::string *> keys;
+        for (const std::string &key : catalogue().property_keys)
+            keys.push_back(&key);
+        std::sort(keys.begin(), keys.end(),
+                  [](const std::string *left, const std::string *right) { return *left < *right; });
+        return keys;
+    }();
+    return all;
+}
+
+// `changed` comes by the alphabet, as the walk along a device's properties gives it. Most reports
+// change few of the many keys.
 std::vector<const std::string *> in_order_of_keys(const std::vector<const std::string *> &changed)
 {
     std::vector<const std::string *> ordered;
-    if (changed.empty())
-        return ordered;
-    const auto is_less
-        = [](const std::string *left, const std::string *right) { return *left < *right; };
-    for (const std::string &key : catalogue().property_keys)
-        if (std::binary_search(changed.begin(), changed.end(), &key, is_less))
-            ordered.push_back(&key);
+    auto place = keys_by_alphabet().begin();
+    const auto end = keys_by_alphabet().end();
+    for (const std::string *key : changed) {
+        place = std::lower_bound(
+            place, end, *key,
+            [](const std::string *left, const std::string &right) { return *left < right; });
+        if (place != end && **place == *key)
+            ordered.push_back(*place);
+    }
+    // In the catalogue they stand one behind another.
+    std::sort(ordered.begin(), ordered.end(), std::less<>());
     return ordered;
 }
 
