@@ -96,6 +96,20 @@ private slots:
         QVERIFY(std::abs(place(gui().eq_button()).top() - place(gui().edit_button()).top()) <= 2);
     }
 
+    // By themselves the two rows of buttons are as high as what stands in them.
+    void they_align_with_large_letters_too()
+    {
+        const QFont usual = QApplication::font();
+        QFont large = usual;
+        large.setPointSizeF(2 * usual.pointSizeF());
+        QApplication::setFont(large);
+        init();
+        QApplication::setFont(usual);
+        QCoreApplication::processEvents();
+        QCOMPARE(place(gui().view()).top(), place(gui().property_scroll()).top());
+        QCOMPARE(place(gui().eq_button()).center().y(), place(gui().edit_button()).center().y());
+    }
+
     // A list, not a tree: its first column begins at the edge.
     void rows_begin_at_the_edge() { QCOMPARE(gui().view()->indentation(), 0); }
 

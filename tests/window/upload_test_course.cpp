@@ -49,6 +49,30 @@ private slots:
         QTRY_VERIFY(!bar->isVisible());
     }
 
+    void what_came_of_uploads_stays_until_it_is_clicked()
+    {
+        auto *message = gui().widget().statusBar()->findChild<QLabel *>("status_message");
+        QVERIFY(message);
+        add_devices(1);
+        peer(0).stop_at(0);
+        window->select({0});
+        update_with(SMALL_IMAGE);
+        QTRY_COMPARE(message->text(), QString("Updating 1 device, 0 %"));
+        QTest::mouseClick(message, Qt::LeftButton);
+        QCOMPARE(message->text(), QString("Updating 1 device, 0 %")); // it is not over
+        peer(0).stop_at(100);
+        peer(0).send(ack(0));
+        QTRY_COMPARE(message->text(), QString("1 of 1 uploads succeeded."));
+        window->press_edit();
+        QTest::mouseClick(message, Qt::LeftButton); // on what an edit says
+        window->press_cancel();
+        QCOMPARE(message->text(), QString("1 of 1 uploads succeeded."));
+        QTest::mouseClick(message, Qt::RightButton);
+        QCOMPARE(message->text(), QString("1 of 1 uploads succeeded."));
+        QTest::mouseClick(message, Qt::LeftButton);
+        QCOMPARE(message->text(), QString());
+    }
+
     // The moment between a transfer's end and its removal. No row is written in it today.
     void the_end_of_a_failing_transfer_reads_failed_for_a_moment()
     {
