@@ -183,7 +183,7 @@ void start_and_close(const QString &folder)
 }
 
 // For a profiler: the window with the fleet, and nothing else.
-void run_manager_alone(int devices, int seconds)
+void run_manager_alone(int devices, int seconds, bool changing)
 {
     const QTemporaryDir folder;
     SimulatedFleet fleet({"--count", QString::number(devices)});
@@ -191,8 +191,11 @@ void run_manager_alone(int devices, int seconds)
         route_by_the_first_device();
     const std::unique_ptr<WindowHandle> gui = make_bench_window(folder.path());
     gui->show();
-    if (await_fleet(*gui, devices))
-        run_for(seconds);
+    if (!await_fleet(*gui, devices))
+        std::printf("not all devices are known and online\n");
+    if (changing)
+        fleet.ask({{"options", QJsonObject{{"reports_change", 10}}}});
+    run_for(seconds);
     std::fflush(stdout);
     _exit(0);
 }
@@ -254,7 +257,7 @@ void judge_row(const Row &row)
 
 } // namespace
 
-// load_bench [--short] | load_bench DEVICES SECONDS [--no-heading | --manager-alone]
+// load_bench [--short] | load_bench DEVICES SECONDS [--no-heading | --manager-alone | --changing-alone]
 int main(int argc, char **argv)
 {
     return bench_main(argc, argv, [argv](bool, const QStringList &arguments) {
@@ -262,8 +265,9 @@ int main(int argc, char **argv)
             return start_and_close(arguments.value(1));
         const int devices = arguments.value(0, "100").toInt();
         const int seconds = arguments.value(1, "3").toInt();
-        if (arguments.contains("--manager-alone"))
-            run_manager_alone(devices, seconds);
+        const bool changing_alone = arguments.contains("--changing-alone");
+        if (changing_alone || arguments.contains("--manager-alone"))
+            run_manager_alone(devices, seconds, changing_alone);
         if (!arguments.contains("--no-heading"))
             print_heading();
         judge_row(measure_row(devices, seconds, argv[0]));
