@@ -68,6 +68,9 @@ void DeviceListView::setModel(QAbstractItemModel *new_model)
     QTreeView::setModel(new_model);
     disconnect(new_model, &QAbstractItemModel::dataChanged, header(), nullptr);
     connect(header(), &QHeaderView::sectionMoved, this, &DeviceListView::apply_widths);
+    // Before the model changes: the base class asks for the layout when it has changed.
+    connect(new_model, &QAbstractItemModel::layoutAboutToBeChanged, this,
+            [this] { awaits_layout = true; });
 }
 
 int DeviceListView::sizeHintForColumn(int column) const
@@ -141,7 +144,15 @@ void DeviceListView::doItemsLayout()
         mark_dirty(0, model()->columnCount() - 1);
         shrink_timer.start(FrameThrottle::FRAME);
     }
+    ++layout_count;
+    awaits_layout = false;
     QTreeView::doItemsLayout();
+}
+
+void DeviceListView::rowsInserted(const QModelIndex &parent, int first, int last)
+{
+    awaits_layout = true;
+    QTreeView::rowsInserted(parent, first, last);
 }
 
 void DeviceListView::reset()
@@ -162,6 +173,9 @@ void DeviceListView::dataChanged(const QModelIndex &top_left, const QModelIndex 
     mark_dirty(top_left.column(), bottom_right.column());
     if (is_one_row)
         widen_for_row(top_left.row());
+    // Asking where a row is lays all of them out at once: for each report, while a fleet is found.
+    if (awaits_layout)
+        return;
     const QRect row = visualRect(top_left.siblingAtColumn(header()->logicalIndexAt(0)));
     // The topmost row decides the height of all, which the base class looks after.
     const bool is_top_row = !indexAbove(top_left).isValid();

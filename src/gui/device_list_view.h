@@ -33,8 +33,9 @@ public:
     // Paints the column's cells again that are in view.
     void update_column(int column);
 
-    // How often columns have been measured since start.
+    // How often columns have been measured since start, and all rows laid out.
     int measurements() const { return measure_count; }
+    int layouts() const { return layout_count; }
 
     // No column waits for being measured or for taking over its width.
     bool has_settled() const { return !frame_timer.isActive() && !shrink_timer.isActive(); }
@@ -47,6 +48,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void dataChanged(const QModelIndex &top_left, const QModelIndex &bottom_right,
                      const QVector<int> &roles = QVector<int>()) override;
+    void rowsInserted(const QModelIndex &parent, int first, int last) override;
     void changeEvent(QEvent *event) override;
 
 private:
@@ -84,4 +86,6 @@ private:
     mutable std::vector<KeptWidths> text_widths; // by column
     std::vector<bool> dirty;                     // by column
     mutable int measure_count = 0;
+    int layout_count = 0;
+    bool awaits_layout = false; // all rows are about to be laid out and painted
 };

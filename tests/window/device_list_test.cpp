@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QHeaderView>
 #include <QMenu>
+#include <QPaintEvent>
 #include <QPushButton>
 #include <QSignalSpy>
 
@@ -20,6 +21,21 @@ QStringList shown_ids(const WindowHandle &gui)
         ids.append(gui.model().item(row, 0)->data(257).toString());
     return ids;
 }
+
+// What of a widget has been painted since.
+class PaintedRegion : public QObject
+{
+public:
+    explicit PaintedRegion(QWidget *widget) { widget->installEventFilter(this); }
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            region += static_cast<QPaintEvent *>(event)->region();
+        return false;
+    }
+
+    QRegion region = {};
+};
 
 QJsonObject with_order(QJsonObject report, int order)
 {
@@ -207,6 +223,37 @@ private slots:
         QCOMPARE(window->cell(first, "dsp/preset"), QString("Flat"));
         QCOMPARE(window->cell(second, "dsp/preset"), QString("Flat"));
         gui.header_menu()->close();
+    }
+
+    // While a fleet is found, each second report is that of a device that was found just before.
+    void rows_that_come_and_change_in_one_turn_are_laid_out_once()
+    {
+        const DeviceListView &view = *window->gui->view();
+        QApplication::processEvents();
+        const int before = view.layouts();
+        for (int i = 0; i < 30; ++i) {
+            report_one(i, "Left");
+            report_one(i, "Right");
+        }
+        QVERIFY(view.layouts() - before <= 1);
+        QTRY_VERIFY(view.layouts() > before);
+        const QModelIndex last = window->gui->model().index(29, 0);
+        QTRY_COMPARE(view.visualRect(last).top(), 29 * view.visualRect(last).height());
+    }
+
+    void a_row_that_changes_later_is_painted_without_a_layout()
+    {
+        report_many(3);
+        DeviceListView *view = window->gui->view();
+        QTRY_VERIFY(view->has_settled());
+        QApplication::processEvents();
+        const int before = view->layouts();
+        const PaintedRegion painted(view->viewport());
+        report_one(1, "Lift");
+        const int column = window->column("ui/name");
+        QTRY_VERIFY(
+            painted.region.contains(view->visualRect(window->gui->model().index(1, column))));
+        QCOMPARE(view->layouts(), before);
     }
 
     void widths_fit_the_widest_row_and_are_measured_once_for_many_changes()
