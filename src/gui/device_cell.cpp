@@ -7,6 +7,8 @@ bool DeviceCell::store(int role, const QVariant &value)
     if (!stored || (stored->userType() == value.userType() && *stored == value))
         return false;
     *stored = value;
+    if (stored == &display || stored == &decoration)
+        width = -1;
     return true;
 }
 

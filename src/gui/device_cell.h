@@ -27,6 +27,17 @@ public:
     // What the cell shows, without the detour that a search through all cells would feel.
     QString shown_text() const { return display.toString(); }
 
+    // What the list has measured in a round of measuring with this number; -1 when the cell has not
+    // been measured in it, or shows something else since.
+    int kept_width(int round) const { return width_round == round ? width : -1; }
+    void keep_width(int round, int new_width)
+    {
+        width_round = round;
+        width = new_width;
+    }
+
+    static constexpr int TYPE = UserType + 1;
+    int type() const override { return TYPE; }
     QVariant data(int role = Qt::UserRole + 1) const override;
     void setData(const QVariant &value, int role = Qt::UserRole + 1) override;
 
@@ -38,6 +49,8 @@ private:
     QVariant id = {};
     QVariant sort_key = {};
     QVariant extra = {}; // the picture's path or the meter
+    int width = -1;
+    int width_round = -1;
 };
 
 // The cell in column 0, which stands for its row.

@@ -1,6 +1,7 @@
 // The list's view: columns as wide as their contents where there is room.
 #include "gui/device_list_view.h"
 
+#include "gui/device_cell.h"
 #include "gui/highlight.h"
 #include "gui/list_header.h"
 #include "support/frame_throttle.h"
@@ -10,6 +11,7 @@
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QStandardItemModel>
 #include <QStyle>
 #include <QToolTip>
 
@@ -66,6 +68,7 @@ DeviceListView::DeviceListView(QWidget *parent)
 void DeviceListView::setModel(QAbstractItemModel *new_model)
 {
     QTreeView::setModel(new_model);
+    items = qobject_cast<const QStandardItemModel *>(new_model);
     disconnect(new_model, &QAbstractItemModel::dataChanged, header(), nullptr);
     connect(header(), &QHeaderView::sectionMoved, this, &DeviceListView::apply_widths);
     // Before the model changes: the base class asks for the layout when it has changed.
@@ -118,7 +121,7 @@ int DeviceListView::contents_width(int column) const
         widths.resize(at(column) + 1, -1);
     int &width = widths[at(column)];
     if (width < 0)
-        width = measured_width(column);
+        width = measured_widths({column}).front();
     return width;
 }
 
@@ -158,7 +161,7 @@ void DeviceListView::rowsInserted(const QModelIndex &parent, int first, int last
 void DeviceListView::reset()
 {
     widths.clear();
-    text_widths.clear();
+    forget_widths();
     QTreeView::reset();
 }
 
@@ -190,7 +193,7 @@ void DeviceListView::dataChanged(const QModelIndex &top_left, const QModelIndex 
 void DeviceListView::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
-        text_widths.clear();
+        forget_widths();
         std::fill(widths.begin(), widths.end(), -1);
     }
     QTreeView::changeEvent(event);
@@ -260,7 +263,7 @@ void DeviceListView::widen_for_row(int row)
     for (size_t column = 0; column < widths.size(); ++column) {
         if (widths[column] < 0 || isColumnHidden(static_cast<int>(column)))
             continue;
-        const int width = cell_width(model()->index(row, static_cast<int>(column)), option);
+        const int width = cell_width(row, static_cast<int>(column), option);
         if (width <= widths[column])
             continue;
         widths[column] = width;
@@ -277,31 +280,61 @@ void DeviceListView::apply_widths()
 
 void DeviceListView::measure_dirty_columns()
 {
-    bool has_changed = false;
+    std::vector<int> columns;
     for (size_t column = 0; column < std::min(dirty.size(), widths.size()); ++column) {
         if (!dirty[column] || isColumnHidden(static_cast<int>(column)))
             continue;
         dirty[column] = false;
-        const int width = measured_width(static_cast<int>(column));
-        has_changed |= width != widths[column];
-        widths[column] = width;
+        columns.push_back(static_cast<int>(column));
     }
+    const std::vector<int> measured = measured_widths(columns);
+    bool has_changed = false;
+    for (size_t i = 0; i < columns.size(); ++i)
+        has_changed |= std::exchange(widths[at(columns[i])], measured[i]) != measured[i];
     if (has_changed)
         apply_widths();
 }
 
-int DeviceListView::measured_width(int column) const
+// Of the widest cell that shows, for each of these columns.
+std::vector<int> DeviceListView::measured_widths(const std::vector<int> &columns) const
 {
-    ++measure_count;
+    measure_count += static_cast<int>(columns.size());
     const QStyleOptionViewItem option = viewOptions();
-    int width = 0;
-    for (int row = 0; row < model()->rowCount(); ++row)
-        if (!isRowHidden(row, QModelIndex()))
-            width = std::max(width, cell_width(model()->index(row, column), option));
+    std::vector<int> measured(columns.size(), 0);
+    for (int row = 0; row < model()->rowCount(); ++row) {
+        if (isRowHidden(row, QModelIndex()))
+            continue;
+        for (size_t i = 0; i < columns.size(); ++i)
+            measured[i] = std::max(measured[i], cell_width(row, columns[i], option));
+    }
+    return measured;
+}
+
+DeviceCell *DeviceListView::cell_at(int row, int column) const
+{
+    QStandardItem *item = items ? items->item(row, column) : nullptr;
+    return item && item->type() == DeviceCell::TYPE ? static_cast<DeviceCell *>(item) : nullptr;
+}
+
+// Thousands of cells are asked whenever one has become narrower, so each keeps its answer.
+int DeviceListView::cell_width(int row, int column, const QStyleOptionViewItem &option) const
+{
+    DeviceCell *cell = cell_at(row, column);
+    if (cell && cell->kept_width(measuring_round) >= 0)
+        return cell->kept_width(measuring_round);
+    const int width = text_width(model()->index(row, column), option);
+    if (cell)
+        cell->keep_width(measuring_round, width);
     return width;
 }
 
-int DeviceListView::cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const
+void DeviceListView::forget_widths()
+{
+    text_widths.clear();
+    ++measuring_round;
+}
+
+int DeviceListView::text_width(const QModelIndex &index, const QStyleOptionViewItem &option) const
 {
     const size_t column = at(index.column());
     if (column >= text_widths.size())

@@ -10,6 +10,9 @@
 
 #include <vector>
 
+class DeviceCell;
+class QStandardItemModel;
+
 // A plain QTreeView measures every row of every column again after each changed cell, and paints
 // all of its rows for a change of one. This one keeps the width of each text it has met, measures
 // a column at most once per painted frame, and paints the changed row alone.
@@ -76,16 +79,21 @@ private:
     int contents_width(int column) const; // of its widest cell
     int caption_width(int column) const;
     int picture_width(int column) const; // with its margins; 0 without
-    int measured_width(int column) const;
-    int cell_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
+    std::vector<int> measured_widths(const std::vector<int> &columns) const;
+    DeviceCell *cell_at(int row, int column) const; // null in a model of other cells
+    int cell_width(int row, int column, const QStyleOptionViewItem &option) const;
+    int text_width(const QModelIndex &index, const QStyleOptionViewItem &option) const;
+    void forget_widths(); // of all texts
 
-    QTimer frame_timer;              // a column has become wider
-    QTimer shrink_timer;             // all rows are to be measured again
-    mutable std::vector<int> widths; // by column, -1: never measured
+    const QStandardItemModel *items = nullptr; // the model, unless it is another kind
+    QTimer frame_timer;                        // a column has become wider
+    QTimer shrink_timer;                       // all rows are to be measured again
+    mutable std::vector<int> widths;           // by column, -1: never measured
     mutable Shares shares = {};
     mutable std::vector<KeptWidths> text_widths; // by column
     std::vector<bool> dirty;                     // by column
     mutable int measure_count = 0;
+    int measuring_round = 0; // what cells keep of another one counts no more
     int layout_count = 0;
     bool awaits_layout = false; // all rows are about to be laid out and painted
 };

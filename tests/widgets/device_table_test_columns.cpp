@@ -221,6 +221,17 @@ private slots:
         QCOMPARE(list.sizeHintForColumn(1), 0);
     }
 
+    void a_larger_font_asks_for_wider_columns()
+    {
+        add("A name of some length");
+        const int column = table->column_of("ui/name");
+        const int usual = view()->sizeHintForColumn(column);
+        QFont font = view()->font();
+        font.setPointSize(2 * font.pointSize());
+        view()->setFont(font);
+        QVERIFY(view()->sizeHintForColumn(column) > usual);
+    }
+
     void a_list_that_has_shown_a_change_rests()
     {
         Device &device = add("A name of some length");
