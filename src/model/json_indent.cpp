@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <string_view>
 
 namespace {
 
@@ -11,38 +10,34 @@ constexpr int INDENT = 4;    // blanks per level
 constexpr int DEEPEST = 512; // the JSON reader gives up at 1,024
 constexpr int ENDLESS = std::numeric_limits<int>::max();
 
-bool is_mark(char letter)
+constexpr bool is_mark(char letter)
 {
-    return std::string_view("{}[],:").find(letter) != std::string_view::npos;
+    return letter == '{' || letter == '}' || letter == '[' || letter == ']' || letter == ','
+        || letter == ':';
 }
 
-// Whether an odd number of backslashes stands before `place`.
-bool is_escaped(const QByteArray &json, int place)
+const char *text_end(const char *from, const char *end)
 {
-    int first = place;
-    while (json.at(first - 1) == '\\')
-        --first;
-    return (place - first) % 2 == 1;
-}
-
-int text_end(const QByteArray &json, int from)
-{
-    int quote = json.indexOf('"', from + 1);
-    while (quote > 0 && is_escaped(json, quote))
-        quote = json.indexOf('"', quote + 1);
-    return quote < 0 ? json.size() : quote + 1;
+    for (const char *place = from + 1; place < end; ++place) {
+        if (*place == '"')
+            return place + 1;
+        if (*place == '\\')
+            ++place;
+    }
+    return end;
 }
 
 // Where the token at `from` ends: one of the six marks, a text with its quotes, a number or a word.
-int token_end(const QByteArray &json, int from)
+// A cache has millions of them.
+const char *token_end(const char *from, const char *end)
 {
-    if (json.at(from) == '"')
-        return text_end(json, from);
-    int end = from + 1;
-    if (!is_mark(json.at(from)))
-        while (end < json.size() && !is_mark(json.at(end)))
-            ++end;
-    return end;
+    if (*from == '"')
+        return text_end(from, end);
+    const char *place = from + 1;
+    if (!is_mark(*from))
+        while (place < end && !is_mark(*place))
+            ++place;
+    return place;
 }
 
 // Line ends, then blanks.
@@ -93,11 +88,13 @@ int count_letters(const QByteArray &compact, int depth, int most, int deepest)
 {
     Layout layout(depth);
     int size = 0;
-    for (int from = 0, end = 0; from < compact.size(); from = end) {
-        end = token_end(compact, from);
-        const Gap before = layout.before(compact.at(from));
-        const Gap behind = layout.behind(compact.at(from));
-        size += before.lines + before.blanks + end - from + behind.lines + behind.blanks;
+    const char *const end = compact.constData() + compact.size();
+    for (const char *from = compact.constData(), *next = from; from < end; from = next) {
+        next = token_end(from, end);
+        const Gap before = layout.before(*from);
+        const Gap behind = layout.behind(*from);
+        size += before.lines + before.blanks + static_cast<int>(next - from) + behind.lines
+            + behind.blanks;
         if (size > most || layout.level() > deepest)
             return ENDLESS;
     }
@@ -112,18 +109,24 @@ char *put_gap(char *place, Gap gap)
 
 } // namespace
 
-// Into room of the right size: appending token by token takes three times as long.
 void append_indented(QByteArray &text, const QByteArray &compact, int depth)
 {
+    append_indented(text, compact, depth, count_letters(compact, depth, ENDLESS - 1, ENDLESS));
+}
+
+// Into room of the right size: appending token by token takes three times as long.
+void append_indented(QByteArray &text, const QByteArray &compact, int depth, int size)
+{
     const int start = text.size();
-    text.resize(start + count_letters(compact, depth, ENDLESS - 1, ENDLESS));
+    text.resize(start + size);
     char *place = text.data() + start;
     Layout layout(depth);
-    for (int from = 0, end = 0; from < compact.size(); from = end) {
-        end = token_end(compact, from);
-        place = put_gap(place, layout.before(compact.at(from)));
-        place = std::copy_n(compact.constData() + from, end - from, place);
-        place = put_gap(place, layout.behind(compact.at(from)));
+    const char *const end = compact.constData() + compact.size();
+    for (const char *from = compact.constData(), *next = from; from < end; from = next) {
+        next = token_end(from, end);
+        place = put_gap(place, layout.before(*from));
+        place = std::copy(from, next, place);
+        place = put_gap(place, layout.behind(*from));
     }
 }
 

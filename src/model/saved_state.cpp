@@ -84,7 +84,7 @@ void add_to_cache_text(QByteArray &text, const SavedText &saved)
     if (text.endsWith('}'))
         text += SEPARATOR;
     text += BEFORE_REPORT;
-    append_indented(text, saved.text, REPORT_DEPTH);
+    append_indented(text, saved.text, REPORT_DEPTH, saved.size - LARGEST_FRAME);
     text += BEFORE_ADDRESS + quoted(saved.address) + AFTER_ADDRESS;
 }
 
