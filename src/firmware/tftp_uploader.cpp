@@ -84,30 +84,32 @@ void QTFTPFileUploader::bind_socket()
 }
 
 // Answers may arrive as fast as they are read here, so a turn is limited; what is left over makes
-// the socket report itself again.
+// the socket report itself again. Behind the answer to a transfer that runs alone stands another
+// one only if the device answers at once.
 void QTFTPFileUploader::read_waiting()
 {
-    for (int i = 0; i < DATAGRAMS_PER_TURN; ++i) {
-        const qint64 received = socket.pendingDatagramSize();
-        if (received < 0)
+    const bool is_slow = clock.elapsed() > transfer.last_sent;
+    for (int i = 0; i < DATAGRAMS_PER_TURN; ++i)
+        if (!read_datagram() || (is_slow && running_uploaders().size() == 1))
             return;
-        on_datagram(received);
-    }
 }
 
-// `received` is asked for before the read, which tells no more than what fits into the buffer.
-void QTFTPFileUploader::on_datagram(qint64 received)
+// False when none waits. One byte of room more than a legal answer takes tells a longer one.
+bool QTFTPFileUploader::read_datagram()
 {
-    std::array<char, TFTP_PACKET_SIZE> buffer;
-    QHostAddress sender;
+    std::array<char, TFTP_PACKET_SIZE + 1> buffer;
     quint16 port = 0;
-    const qint64 size = socket.readDatagram(buffer.data(), buffer.size(), &sender, &port);
-    if (size < 0 || port != TFTP_PORT)
-        return;
+    const qint64 received = socket.readDatagram(buffer.data(), buffer.size(), &last_sender, &port);
+    if (received < 0)
+        return false;
+    if (port != TFTP_PORT)
+        return true;
     QTFTPFileUploader *const receiver
-        = sender == address ? this : running_uploaders().value(sender);
+        = last_sender == address ? this : running_uploaders().value(last_sender);
+    const auto size = std::min(static_cast<size_t>(received), TFTP_PACKET_SIZE);
     if (receiver)
-        receiver->take({buffer.data(), static_cast<size_t>(size)}, received);
+        receiver->take({buffer.data(), size}, received);
+    return true;
 }
 
 void QTFTPFileUploader::take(std::span<const char> bytes, qint64 received)

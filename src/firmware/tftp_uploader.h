@@ -41,7 +41,7 @@ private:
     TftpAction begin();
     void bind_socket();
     void read_waiting();
-    void on_datagram(qint64 received);
+    bool read_datagram();
     void take(std::span<const char> bytes, qint64 received);
     void carry_out(TftpAction action);
     void send_pending();
@@ -52,6 +52,7 @@ private:
     TftpTransfer transfer;
     QHostAddress address;
     QUdpSocket socket;
+    QHostAddress last_sender;  // of the datagram read last
     QNetworkDatagram datagram; // carries destination and interface of all that is sent
     QTimer resend_timer;
     QElapsedTimer clock; // steady: setting the wall clock must not end a transfer
