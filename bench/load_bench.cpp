@@ -257,7 +257,8 @@ void judge_row(const Row &row)
 
 } // namespace
 
-// load_bench [--short] | load_bench DEVICES SECONDS [--no-heading | --manager-alone | --changing-alone]
+// load_bench [--short]
+// load_bench DEVICES SECONDS [--no-heading | --manager-alone | --changing-alone]
 int main(int argc, char **argv)
 {
     return bench_main(argc, argv, [argv](bool, const QStringList &arguments) {

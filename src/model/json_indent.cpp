@@ -89,14 +89,16 @@ int count_letters(const QByteArray &compact, int depth, int most, int deepest)
     Layout layout(depth);
     int size = 0;
     const char *const end = compact.constData() + compact.size();
-    for (const char *from = compact.constData(), *next = from; from < end; from = next) {
-        next = token_end(from, end);
+    const char *from = compact.constData();
+    while (from < end) {
+        const char *const next = token_end(from, end);
         const Gap before = layout.before(*from);
         const Gap behind = layout.behind(*from);
         size += before.lines + before.blanks + static_cast<int>(next - from) + behind.lines
             + behind.blanks;
         if (size > most || layout.level() > deepest)
             return ENDLESS;
+        from = next;
     }
     return size;
 }
@@ -122,11 +124,13 @@ void append_indented(QByteArray &text, const QByteArray &compact, int depth, int
     char *place = text.data() + start;
     Layout layout(depth);
     const char *const end = compact.constData() + compact.size();
-    for (const char *from = compact.constData(), *next = from; from < end; from = next) {
-        next = token_end(from, end);
+    const char *from = compact.constData();
+    while (from < end) {
+        const char *const next = token_end(from, end);
         place = put_gap(place, layout.before(*from));
         place = std::copy(from, next, place);
         place = put_gap(place, layout.behind(*from));
+        from = next;
     }
 }
 
