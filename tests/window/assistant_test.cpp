@@ -2,10 +2,12 @@
 #include "support/assistant_case.h"
 #include "support/dialog_probe.h"
 
+#include <QAbstractItemView>
 #include <QDialogButtonBox>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QScreen>
+#include <QWheelEvent>
 
 #include <array>
 #include <cstdlib>
@@ -316,6 +318,36 @@ private slots:
         DialogProbe probe; // "You need to select a product."
         type(Qt::Key_Space);
         QVERIFY(page() != wanted || !probe.texts.isEmpty());
+    }
+
+    // A click on what was there before it, the wheel that scrolled it, and a key that came before
+    // anything in it had the focus.
+    void what_was_meant_for_the_window_behind_chooses_nothing_and_closes_nothing()
+    {
+        reach(PAGE_CHOOSE_PRODUCT);
+        QVERIFY(await_active());
+        QVERIFY(guard().is_on());
+        const QPointer<DeppenAss> open = dialog();
+        const QPointF middle = combo()->rect().center();
+        QWheelEvent down(middle, combo()->mapToGlobal(middle.toPoint()), {}, {0, -120},
+                         Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        const auto act = [this, &down] {
+            QApplication::sendEvent(combo(), &down);
+            QTest::mouseClick(combo(), Qt::LeftButton);
+            const bool is_list_open = combo()->view()->isVisible();
+            combo()->hidePopup();
+            QTest::keyClick(&open_dialog(), Qt::Key_Escape);
+            return is_list_open;
+        };
+        QVERIFY(!act());
+        QVERIFY(open && open->isVisible());
+        QCOMPARE(combo()->currentIndex(), 0);
+
+        guard().lift();
+        const QPointer<QComboBox> choice = combo();
+        QVERIFY(act());
+        QCOMPARE(choice->currentIndex(), 1);
+        QVERIFY(!open->isVisible());
     }
 
     void the_irreversible_page_takes_nothing_at_first()
