@@ -46,7 +46,7 @@ QByteArray report(int index, const QJsonObject &changes = {}, int sender = -1)
 
 QByteArray metering(int index, const std::vector<int> &peaks, const std::vector<int> &overdrive)
 {
-    return arrival(metering_datagram(device(index).device_id(), peaks, overdrive, Checksum::RIGHT),
+    return arrival(metering_datagram(device(index).id_bytes(), peaks, overdrive, Checksum::RIGHT),
                    index);
 }
 

@@ -6,7 +6,7 @@
 #include <QJsonDocument>
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 
 namespace simulator {
 
@@ -14,8 +14,12 @@ namespace {
 
 void append_numbers(QByteArray &text, const std::vector<int> &numbers)
 {
-    for (const int number : numbers)
-        text.append(QByteArray::number(number)).append(',');
+    std::array<char, 12> digits{}; // an int with its sign
+    for (const int number : numbers) {
+        const auto [end, error]
+            = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+        text.append(digits.data(), static_cast<int>(end - digits.data())).append(',');
+    }
     if (!numbers.empty())
         text.chop(1);
 }
@@ -30,9 +34,9 @@ void append_trailer(QByteArray &datagram, Checksum checksum)
     uint32_t sum = crc32(0, bytes, static_cast<size_t>(datagram.size()));
     if (checksum == Checksum::WRONG)
         sum ^= 1U;
-    std::array<char, TRAILER_SIZE + 1> trailer{};
-    std::snprintf(trailer.data(), trailer.size(), "\n//#%08x", sum);
-    datagram.append(trailer.data(), TRAILER_SIZE);
+    datagram.append("\n//#");
+    for (int shift = 28; shift >= 0; shift -= 4)
+        datagram.append("0123456789abcdef"[sum >> static_cast<unsigned>(shift) & 0xFU]);
 }
 
 QByteArray json_datagram(const QJsonObject &object, Checksum checksum)
@@ -44,13 +48,13 @@ QByteArray json_datagram(const QJsonObject &object, Checksum checksum)
 }
 
 // Written by hand: thousands of these leave every second.
-QByteArray metering_datagram(const QString &device_id, const std::vector<int> &peaks,
+QByteArray metering_datagram(const QByteArray &device_id, const std::vector<int> &peaks,
                              const std::vector<int> &overdrive, Checksum checksum)
 {
     QByteArray datagram;
     datagram.reserve(192 + 6 * static_cast<int>(peaks.size()));
     datagram.append(R"({"api_version":6,"command":"broadcast_info","device_id":")");
-    datagram.append(device_id.toUtf8());
+    datagram.append(device_id);
     datagram.append(R"(","metering":{"channel_overdrive":[)");
     append_numbers(datagram, overdrive);
     datagram.append(R"(],"channel_peaks":[)");

@@ -25,8 +25,8 @@ void append_trailer(QByteArray &datagram, Checksum checksum);
 // A JSON object in compact form, a line end and the trailer.
 QByteArray json_datagram(const QJsonObject &object, Checksum checksum);
 
-// A "broadcast_info" frame: peaks 0 to 70 and overdrive 0 or 1, one per channel.
-QByteArray metering_datagram(const QString &device_id, const std::vector<int> &peaks,
+// A "broadcast_info" frame: the id in UTF-8, peaks 0 to 70 and overdrive 0 or 1, one per channel.
+QByteArray metering_datagram(const QByteArray &device_id, const std::vector<int> &peaks,
                              const std::vector<int> &overdrive, Checksum checksum);
 
 // One message of the log stream.

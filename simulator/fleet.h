@@ -22,6 +22,13 @@
 
 namespace simulator {
 
+// What a manager asks of all devices at once.
+struct ReportRequest
+{
+    bool wants_checksum = false;
+    bool wants_metering = false;
+};
+
 class Fleet : public QObject
 {
     Q_OBJECT
@@ -68,7 +75,7 @@ private:
     void handle_unicast(SimulatedDevice &device, const QJsonDocument &document,
                         const ReceivedPacket &packet);
     void refuse(SimulatedDevice &device, const QJsonObject &reply, uint32_t to);
-    void hear_request(SimulatedDevice &device, const QJsonObject &request, uint32_t from);
+    void hear_request(SimulatedDevice &device, ReportRequest request, uint32_t from);
     void hear_command(SimulatedDevice &device, const QJsonObject &command, uint32_t from);
     void send_report(SimulatedDevice &device, uint32_t to);
     void send_reply(SimulatedDevice &device, const QJsonObject &reply, uint32_t to);

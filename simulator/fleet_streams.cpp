@@ -48,7 +48,7 @@ void Fleet::send_frames(double seconds)
 void Fleet::send_frame(SimulatedDevice &device)
 {
     device.levels.step(device.random);
-    const QByteArray bytes = metering_datagram(device.device_id(), device.levels.peaks,
+    const QByteArray bytes = metering_datagram(device.id_bytes(), device.levels.peaks,
                                                device.levels.overdrive, device.checksum());
     ++device.counters.frames_sent;
     if (!options.metering_broadcast) {

@@ -22,6 +22,12 @@ int64_t slot_after(int64_t time)
     return (time / SLOT + 1) * SLOT;
 }
 
+ReportRequest read_request(const QJsonObject &object)
+{
+    return {.wants_checksum = object.value("add_crc").toBool(),
+            .wants_metering = object.value("metering").toBool()};
+}
+
 // The clock state shows in the manager's list from its first start on; mute joins in now and then
 // where there is a processor.
 void change_visible_value(SimulatedDevice &device)
@@ -70,9 +76,10 @@ void Fleet::handle_broadcast(const QJsonObject &object, const ReceivedPacket &pa
     const bool is_heard = interface_index == 0 || packet.interface_index == interface_index;
     if (!is_heard || object.value("command").toString() != "device_info")
         return;
+    const ReportRequest request = read_request(object);
     for (const auto &device : devices)
         if (device->hears())
-            hear_request(*device, object, packet.from);
+            hear_request(*device, request, packet.from);
 }
 
 void Fleet::handle_unicast(SimulatedDevice &device, const QJsonDocument &document,
@@ -84,7 +91,7 @@ void Fleet::handle_unicast(SimulatedDevice &device, const QJsonDocument &documen
     else if (!document.isObject())
         send_reply(device, answer_garbage(device), packet.from);
     else if (object.value("command").toString() == "device_info")
-        hear_request(device, object, packet.from);
+        hear_request(device, read_request(object), packet.from);
     else if (!is_from_device(object))
         hear_command(device, object, packet.from);
 }
@@ -97,11 +104,11 @@ void Fleet::refuse(SimulatedDevice &device, const QJsonObject &reply, uint32_t t
     send_reply(device, reply, to);
 }
 
-void Fleet::hear_request(SimulatedDevice &device, const QJsonObject &request, uint32_t from)
+void Fleet::hear_request(SimulatedDevice &device, ReportRequest request, uint32_t from)
 {
     ++device.counters.requests;
-    device.wants_checksum = request.value("add_crc").toBool();
-    if (request.value("metering").toBool()) {
+    device.wants_checksum = request.wants_checksum;
+    if (request.wants_metering) {
         device.listener = {.address = from, .until = now + METERING_PATIENCE};
         metering_until = device.listener.until;
         start_ticking();

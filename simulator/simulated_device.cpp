@@ -40,6 +40,7 @@ uint32_t SimulatedDevice::fw_magic() const
 void SimulatedDevice::state_changed()
 {
     cached_report.clear();
+    cached_id = device_id().toUtf8();
     is_logging = state.value("logging").toObject().value("en").toBool();
     const auto channels
         = static_cast<size_t>(find_product(state.value("product_id").toInt()).channels);

@@ -53,6 +53,7 @@ struct SimulatedDevice
     SimulatedDevice(int index, DevicePlan plan, uint64_t seed);
 
     QString device_id() const;
+    const QByteArray &id_bytes() const { return cached_id; } // the same in UTF-8, made only once
     QString name() const;
     uint32_t fw_magic() const;
     bool is_reachable() const { return !faults.silent && !is_rebooting; }
@@ -88,6 +89,7 @@ struct SimulatedDevice
     int64_t reboot_due = 0;       // µs of the fleet's clock; 0: nothing has been flashed
 
 private:
+    QByteArray cached_id = {};
     QByteArray cached_report = {}; // with the right checksum; empty: out of date
 };
 

@@ -268,7 +268,7 @@ QByteArray FaultPlay::some_datagram(int device)
     const QString id = state.value("device_id").toString();
     switch (random.below(6)) {
     case 0:
-        return metering_datagram(id, {10, 20, 70, 0}, {0, 1, 1, 0}, Checksum::RIGHT);
+        return metering_datagram(id.toUtf8(), {10, 20, 70, 0}, {0, 1, 1, 0}, Checksum::RIGHT);
     case 1:
         return log_datagram(id,
                             {.position = static_cast<uint32_t>(random.next()),
