@@ -25,6 +25,9 @@ constexpr int REPORT_DEPTH = 3;
 // In quotes, as JSON has it.
 QByteArray quoted(const QHostAddress &address)
 {
+    // Digits and dots, as nearly always: nothing to escape.
+    if (address.protocol() == QAbstractSocket::IPv4Protocol)
+        return '"' + address.toString().toLatin1() + '"';
     const QByteArray list
         = QJsonDocument(QJsonArray{address.toString()}).toJson(QJsonDocument::Compact);
     return list.mid(1, list.size() - 2);
