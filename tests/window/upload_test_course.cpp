@@ -5,6 +5,7 @@
 
 #include <QPointer>
 #include <QProgressBar>
+#include <QStatusBar>
 
 class UploadCourseTest : public UploadCase
 {
