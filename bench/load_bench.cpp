@@ -29,10 +29,11 @@ struct Row
     double manager = 0;  // CPU ms per second
     double changing = 0; // the same when one report in ten changes a visible cell
     Stalls stalls = {};
-    int offline = 0;    // devices at the end
-    double start = 0;   // CPU ms of a whole process, with all devices in the cache
-    double closing = 0; // CPU ms, of the same process
-    double memory = 0;  // MB
+    int offline_unchanged = 0; // devices, before the first report changes
+    int offline = 0;           // devices at the end
+    double start = 0;          // CPU ms of a whole process, with all devices in the cache
+    double closing = 0;        // CPU ms, of the same process
+    double memory = 0;         // MB
     double empty_memory = 0;
 };
 
@@ -144,6 +145,7 @@ void run_manager(SimulatedFleet &fleet, const QString &folder, int seconds, Row 
     row.heard = (received_datagrams() - before) / seconds;
     row.stalls = stalls_while_running(seconds);
     row.memory = resident_megabytes();
+    row.offline_unchanged = offline_count(*gui);
     fleet.ask({{"options", QJsonObject{{"reports_change", 10}}}});
     run_for(1);
     row.changing = cpu_while_running(seconds);
@@ -252,6 +254,7 @@ void judge_row(const Row &row)
                   row.floor / row.heard_floor, "receive, checksum and parse",
                   row.devices < 1000 ? 2 : 1.3);
     at_most("longest stall", row.stalls.longest, "ms", 50);
+    at_most("devices offline while nothing changes but levels", row.offline_unchanged, "", 0);
     at_most("devices offline at the end", row.offline, "", 0);
 }
 
