@@ -102,8 +102,12 @@ RowEditor *PanelSheet::rebuild_row(const std::string &key, const Property &prope
     RowWidgets &rebuilt = rows.at(key);
     if (!rebuilt.holder)
         make_row_widgets(rebuilt, key);
+    PropertyDesc &made_from = descriptors[key];
+    mark_row(key, false);
+    if (rebuilt.editor && made_from.same_editor(property.desc))
+        return nullptr;
+    made_from = property.desc;
     rebuild_row_widgets(rebuilt, property);
-    rebuilt.caption->set_marked(false);
     has_new_editors = true;
     return rebuilt.editor;
 }

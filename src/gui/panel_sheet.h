@@ -3,6 +3,7 @@
 #pragma once
 
 #include "gui/row_widgets.h"
+#include "model/meta.h"
 
 #include <QPalette>
 #include <QPoint>
@@ -26,7 +27,8 @@ public:
     void set_ground(bool is_dark);
 
     const RowWidgets *row(const std::string &key) const; // null when the key has none
-    // Makes the row's editor anew, and with the first one the row. Null when its kind has none.
+    // Makes the row's editor anew, and with the first one the row. Null when its kind has none, and
+    // when the one that is there is of this descriptor: a row that was out of sight comes back.
     RowEditor *rebuild_row(const std::string &key, const Property &property);
     void show_row(const std::string &key);
     void hide_row(const std::string &key);
@@ -66,8 +68,9 @@ private:
     bool is_in_sight(const QWidget *widget) const;
 
     std::map<std::string, RowWidgets> rows = {};
-    bool has_new_editors = false; // the tab order does not know them yet
-    bool has_new_rows = false;    // came into sight during a pause
+    std::map<std::string, PropertyDesc> descriptors = {}; // that the rows' editors were made from
+    bool has_new_editors = false;                         // the tab order does not know them yet
+    bool has_new_rows = false;                            // came into sight during a pause
     QPalette row_colours = {};
     QWidget *content = nullptr;
     QGridLayout *grid = nullptr; // one row of cells per property, by order of the keys

@@ -2,6 +2,7 @@
 #include "gui/property_panel.h"
 #include "gui/row_caption.h"
 #include "gui/row_editors.h"
+#include "gui/value_spinner.h"
 #include "support/selected_rows.h"
 
 #include <QtTest>
@@ -151,6 +152,46 @@ private slots:
                             [](const auto &one) { return one.second > 0; }));
         for (const auto &[row, times] : count.moves)
             QVERIFY(times <= 1);
+    }
+
+    // Making editors is the dearest part of a selection, and nothing selected hides all of them.
+    void a_row_that_comes_back_keeps_its_editor()
+    {
+        PanelAlone alone;
+        QLineEdit *name = alone.panel.row_widgets("ui/name")->line_edit;
+        alone.panel.take("ui/name", QString("Mid"));
+        QTRY_VERIFY(alone.is_marked("ui/name"));
+        std::vector<std::unique_ptr<Device>> devices = std::move(alone.devices);
+        alone.devices.clear();
+        alone.panel.show_selection();
+        QVERIFY(alone.panel.row_widgets("ui/name")->holder->isHidden());
+        alone.devices.push_back(std::move(devices[1]));
+        alone.panel.show_selection();
+        QVERIFY(!alone.panel.row_widgets("ui/name")->holder->isHidden());
+        QCOMPARE(alone.panel.row_widgets("ui/name")->line_edit, name);
+        QCOMPARE(name->text(), QString("Right"));
+        QVERIFY(!name->isEnabled());
+        QVERIFY(!alone.is_marked("ui/name"));
+        QCOMPARE(name->accessibleDescription(), QString());
+        // It is connected once, as a new one would be.
+        alone.panel.set_edit_mode(true);
+        QSignalSpy edited(&alone.panel, &PropertyPanel::row_edited);
+        QTest::keyClick(name, Qt::Key_X);
+        QCOMPARE(edited.size(), 1);
+    }
+
+    void a_row_that_comes_back_with_other_bounds_has_a_new_editor()
+    {
+        PanelAlone alone;
+        const ValueSpinner *order = alone.panel.row_widgets("ui/order")->spinner;
+        std::vector<std::unique_ptr<Device>> devices = std::move(alone.devices);
+        alone.devices.clear();
+        alone.panel.show_selection();
+        devices[1]->properties.at("ui/order").max = 5;
+        alone.devices.push_back(std::move(devices[1]));
+        alone.panel.show_selection();
+        QVERIFY(alone.panel.row_widgets("ui/order")->spinner != order);
+        QCOMPARE(alone.panel.row_widgets("ui/order")->spinner->maximum(), 5.0);
     }
 
     void an_edit_that_ends_before_its_frame_leaves_no_mark()
