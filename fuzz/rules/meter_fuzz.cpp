@@ -1,5 +1,9 @@
-// Metering frames: lists out of JSON, levels that fall, and the pixels that they fill.
+// Metering frames: lists out of JSON, by the long way and by the short one, levels that fall, and
+// the pixels that they fill.
 #include "fuzz/rules/fuzz_bytes.h"
+#include "link/datagram.h"
+#include "link/packet_kind.h"
+#include "meter/meter_frame.h"
 #include "meter/meter_object.h"
 #include "meter/meter_report.h"
 #include "meter/meter_scale.h"
@@ -60,6 +64,33 @@ void check_report(const QJsonObject &message, const MeterReport &report)
         expect(std::trunc(peak) == peak, "peaks are whole numbers");
 }
 
+// A frame of these lists, some of whose bytes are others.
+QByteArray any_frame(FuzzBytes &bytes, QJsonObject message)
+{
+    message.insert("api_version", bytes.below(9));
+    message.insert("command", "broadcast_info");
+    message.insert("device_id", "4af2-07");
+    QByteArray text = QJsonDocument(message).toJson(QJsonDocument::Compact);
+    for (int changes = bytes.below(4); changes > 0; --changes)
+        text[bytes.below(text.size())] = static_cast<char>(bytes.u8());
+    return text;
+}
+
+void check_short_way(const QByteArray &datagram)
+{
+    const std::optional<MeterFrame> levels = read_usual_meter_frame(datagram);
+    if (!levels)
+        return;
+    const Frame frame = read_frame(datagram);
+    expect(frame.verdict == FrameVerdict::OK && packet_kind(frame.object) == PacketKind::METERING,
+           "the short way takes nothing but metering frames");
+    expect(frame.object.value("device_id").toString() == levels->device_id,
+           "both ways read one sender");
+    const MeterReport report = read_meter_report(frame.object);
+    expect(report.peaks == levels->report.peaks && report.overdrive == levels->report.overdrive,
+           "both ways read the same levels");
+}
+
 void check_bars(const MeterObject &meter, FuzzBytes &bytes)
 {
     const QRect frame(0, 0, bytes.below(300), bytes.below(120));
@@ -81,8 +112,10 @@ void fuzz_meter(const uint8_t *data, size_t size)
     meter.levels.clear();
     meter.display_levels.clear();
     meter.overdrive.clear();
+    QJsonObject last_message;
     for (int step = 0; step < 2 && !bytes.is_empty(); ++step) {
         const QJsonObject message = any_message(bytes);
+        last_message = message;
         const MeterReport report = read_meter_report(message);
         check_report(message, report);
         meter.set_levels(report.peaks, report.overdrive);
@@ -100,4 +133,5 @@ void fuzz_meter(const uint8_t *data, size_t size)
                    "a bar rises to its level at most");
         check_bars(meter, bytes);
     }
+    check_short_way(any_frame(bytes, last_message));
 }
