@@ -64,13 +64,11 @@ void check_report(const QJsonObject &message, const MeterReport &report)
         expect(std::trunc(peak) == peak, "peaks are whole numbers");
 }
 
-// A frame of these lists, some of whose bytes are others.
-QByteArray any_frame(FuzzBytes &bytes, QJsonObject message)
+// As devices write it, but for some bytes.
+QByteArray any_frame(FuzzBytes &bytes)
 {
-    message.insert("api_version", bytes.below(9));
-    message.insert("command", "broadcast_info");
-    message.insert("device_id", "4af2-07");
-    QByteArray text = QJsonDocument(message).toJson(QJsonDocument::Compact);
+    QByteArray text = R"({"api_version":6,"command":"broadcast_info","device_id":"4af2-07",)"
+                      R"("metering":{"channel_peaks":[52,0,-3,70],"channel_overdrive":[0,1,0]}})";
     for (int changes = bytes.below(4); changes > 0; --changes)
         text[bytes.below(text.size())] = static_cast<char>(bytes.u8());
     return text;
@@ -112,10 +110,8 @@ void fuzz_meter(const uint8_t *data, size_t size)
     meter.levels.clear();
     meter.display_levels.clear();
     meter.overdrive.clear();
-    QJsonObject last_message;
     for (int step = 0; step < 2 && !bytes.is_empty(); ++step) {
         const QJsonObject message = any_message(bytes);
-        last_message = message;
         const MeterReport report = read_meter_report(message);
         check_report(message, report);
         meter.set_levels(report.peaks, report.overdrive);
@@ -133,5 +129,6 @@ void fuzz_meter(const uint8_t *data, size_t size)
                    "a bar rises to its level at most");
         check_bars(meter, bytes);
     }
-    check_short_way(any_frame(bytes, last_message));
+    if (bytes.u8() % 16 == 3) // reading one the long way takes as long as all the rest
+        check_short_way(any_frame(bytes));
 }
