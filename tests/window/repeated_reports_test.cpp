@@ -5,6 +5,7 @@
 #include "support/allocation_count.h"
 #include "support/window_main.h"
 
+#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLineEdit>
@@ -145,6 +146,11 @@ class RepeatedReportsTest : public QObject
                 window.gui->send_to_device(device, {{"command", "blink_leds"}}, false);
             return;
         case 5:
+            // The other window looks a moment later, when somebody else may have been silent for
+            // too long.
+            for (const auto &[id, one] : window.gui->all_devices())
+                if (one->online)
+                    one->last_seen = QDateTime::currentMSecsSinceEpoch();
             if (device)
                 device->last_seen -= 3000;
             window.gui->discover();
