@@ -16,8 +16,8 @@
 
 namespace {
 
-constexpr double ENDLESS = 1e6;  // pixels: no line is broken
-constexpr int MOST_LINES = 2000; // some pages of the largest screen, 2 KB each
+constexpr double ENDLESS = 1e6;     // pixels: no line is broken
+constexpr size_t MOST_LINES = 2000; // some pages of the largest screen, 2 KB each
 
 QTextOption cell_text_option(QTextOption option)
 {
@@ -87,11 +87,24 @@ struct CellTexts::Line
     QString shortened = {};
 };
 
-CellTexts::CellTexts()
-    : lines(MOST_LINES)
+std::unique_ptr<CellTexts::Line> CellTexts::laid_out(const QString &text, const QFont &font,
+                                                     const QString &search, bool dark_theme)
 {
+    auto fresh = std::make_unique<Line>(text, font);
+    fresh->layout.setTextOption(cell_text_option({}));
+    fresh->layout.setCacheEnabled(true);
+    fresh->layout.setFormats(marks(text, search, dark_theme));
+    fresh->layout.beginLayout();
+    QTextLine line = fresh->layout.createLine();
+    line.setLeadingIncluded(true);
+    line.setLineWidth(ENDLESS);
+    line.setPosition({0, 0});
+    fresh->layout.endLayout();
+    fresh->height = line.height();
+    return fresh;
 }
 
+CellTexts::CellTexts() = default;
 CellTexts::~CellTexts() = default;
 
 void CellTexts::draw(QPainter *painter, const CellStyle &style, const QRect &rect,
@@ -131,27 +144,15 @@ QString CellTexts::fitting(const QFont &font, const QFontMetrics &metrics, const
 CellTexts::Line &CellTexts::line_of(const QFont &font, const QString &text, const QString &search,
                                     bool dark_theme)
 {
-    if (font != lines_font || dark_theme != lines_dark) {
+    // With too many, all go: those in sight are soon back.
+    if (font != lines_font || dark_theme != lines_dark || lines.size() >= MOST_LINES) {
         lines.clear();
         lines_font = font;
         lines_dark = dark_theme;
     }
     const bool is_marked = !search.isEmpty() && contains_search(text, search);
-    const QString key = is_marked ? text + '\n' + search : text;
-    if (Line *known = lines.object(key))
-        return *known;
-    auto fresh = std::make_unique<Line>(text, font);
-    fresh->layout.setTextOption(cell_text_option({}));
-    fresh->layout.setCacheEnabled(true);
-    fresh->layout.setFormats(marks(text, is_marked ? search : QString(), dark_theme));
-    fresh->layout.beginLayout();
-    QTextLine line = fresh->layout.createLine();
-    line.setLeadingIncluded(true);
-    line.setLineWidth(ENDLESS);
-    line.setPosition({0, 0});
-    fresh->layout.endLayout();
-    fresh->height = line.height();
-    Line &result = *fresh;
-    lines.insert(key, fresh.release());
-    return result;
+    std::unique_ptr<Line> &kept = lines[is_marked ? text + '\n' + search : text];
+    if (!kept)
+        kept = laid_out(text, font, is_marked ? search : QString(), dark_theme);
+    return *kept;
 }

@@ -1,10 +1,11 @@
 // Texts of the list's cells, laid out once and drawn often.
 #pragma once
 
-#include <QCache>
-#include <QColor>
 #include <QFont>
 #include <QString>
+
+#include <memory>
+#include <unordered_map>
 
 class QFontMetrics;
 class QPainter;
@@ -37,9 +38,12 @@ public:
 private:
     struct Line;
 
+    static std::unique_ptr<Line> laid_out(const QString &text, const QFont &font,
+                                          const QString &search, bool dark_theme);
     Line &line_of(const QFont &font, const QString &text, const QString &search, bool dark_theme);
 
-    QCache<QString, Line> lines; // by text, those with marks by text and search
-    QFont lines_font = {};       // in which all of them are laid out
-    bool lines_dark = false;     // how marked letters are drawn in them
+    // By text, those with marks by text and search.
+    std::unordered_map<QString, std::unique_ptr<Line>> lines;
+    QFont lines_font = {};   // in which all of them are laid out
+    bool lines_dark = false; // how marked letters are drawn in them
 };
