@@ -16,7 +16,6 @@ namespace {
 // A thousand reports of 2.5 KB may arrive at once; a default buffer holds 48 of them. The system
 // grants up to its own limit (net.core.rmem_max).
 constexpr int RECEIVE_BUFFER = 4 * 1024 * 1024;
-constexpr int LARGEST_DATAGRAM = 65536;
 
 int64_t thread_cpu_milliseconds()
 {
@@ -40,10 +39,11 @@ DeviceLink::DeviceLink()
     , listen_socket(MANAGER_PORT)
     , broadcast_socket(BROADCAST_PORT)
     , sockets{&send_socket, &listen_socket, &broadcast_socket}
-    , receive_buffer(LARGEST_DATAGRAM)
+    , last_datagram(DatagramBatch::LARGEST_DATAGRAM)
 {
-    for (const Socket *socket : sockets)
-        connect(socket, &QUdpSocket::readyRead, this, [this] {
+    for (Socket *socket : sockets)
+        connect(socket, &QUdpSocket::readyRead, this, [this, socket] {
+            socket->has_signalled = true;
             if (is_drained()) // else the timer is about to: one slice per turn is enough
                 on_packet();
         });
@@ -61,6 +61,7 @@ void DeviceLink::open()
 void DeviceLink::close()
 {
     drain_timer.stop();
+    waiting.clear();
     for (Socket *socket : sockets)
         socket->close();
 }
@@ -162,19 +163,38 @@ void DeviceLink::on_packet()
     emit drained();
 }
 
-// The next datagram of the three sockets, in this order; false when there is none. The bytes stand
-// in receive_buffer until the next call. Reading is tried on each without asking first: a socket
-// whose signal is not followed by a read, even one in vain, never signals again.
+// The next datagram; false when there is none. Its bytes stand until the next call.
 bool DeviceLink::receive_datagram(QByteArray &payload, QHostAddress &sender)
 {
+    if (waiting.is_empty() && !fill_batch())
+        return read_after_signals(payload, sender);
+    waiting.hand_on(payload, sender);
+    return true;
+}
+
+// From the first of the three sockets, in this order, that has any.
+bool DeviceLink::fill_batch()
+{
+    return std::any_of(sockets.begin(), sockets.end(), [this](const Socket *socket) {
+        return socket->state() == QAbstractSocket::BoundState
+            && waiting.read(socket->socketDescriptor());
+    });
+}
+
+// A socket that has signalled does so again only after a read of its own kind, even one in vain.
+// Such a read may bring what has come since the batch was empty.
+bool DeviceLink::read_after_signals(QByteArray &payload, QHostAddress &sender)
+{
     for (Socket *socket : sockets) {
-        if (socket->state() != QAbstractSocket::BoundState)
+        if (!socket->has_signalled || socket->state() != QAbstractSocket::BoundState)
             continue;
-        const qint64 size = socket->readDatagram(receive_buffer.data(), LARGEST_DATAGRAM, &sender);
-        if (size < 0)
-            continue;
-        payload = QByteArray::fromRawData(receive_buffer.data(), static_cast<int>(size));
-        return true;
+        const qint64 size = socket->readDatagram(
+            last_datagram.data(), static_cast<qint64>(last_datagram.size()), &sender);
+        if (size >= 0) {
+            payload = QByteArray::fromRawData(last_datagram.data(), static_cast<int>(size));
+            return true;
+        }
+        socket->has_signalled = false;
     }
     return false;
 }

@@ -1,6 +1,7 @@
 // The sockets by which the program hears the devices and speaks to them.
 #pragma once
 
+#include "link/datagram_batch.h"
 #include "link/interface_list.h"
 
 #include <QHostAddress>
@@ -74,12 +75,15 @@ private:
 
         quint16 port;
         bool has_large_buffer = false;
+        bool has_signalled = false; // and was not read one by one since
         QString trouble = {};
     };
 
     void bind_socket(Socket &socket, const QHostAddress &address);
     static void enlarge_buffer(Socket &socket);
     bool receive_datagram(QByteArray &payload, QHostAddress &sender);
+    bool fill_batch();
+    bool read_after_signals(QByteArray &payload, QHostAddress &sender);
 
     Socket send_socket;
     QHostAddress bound_address; // what send_socket was last bound to
@@ -87,7 +91,8 @@ private:
     Socket broadcast_socket;
     std::array<Socket *, 3> sockets; // all of them, in the order of reading
     QTimer drain_timer;              // single-shot, 0 ms: the rest of a burst
-    std::vector<char> receive_buffer;
+    DatagramBatch waiting;           // taken from a socket and not handed on yet
+    std::vector<char> last_datagram; // what a read in vain brought after all
     bool slice_is_full = false;
     InterfaceList interfaces;
 };

@@ -149,6 +149,40 @@ private slots:
         QTRY_COMPARE(heard, (QList<QByteArray>{"", "after"}));
     }
 
+    // More than are read at once, and as long as UDP carries them.
+    void a_burst_comes_in_its_order_and_whole_with_its_senders()
+    {
+        link->open();
+        QList<QHostAddress> senders;
+        connect(link.get(), &DeviceLink::received, this,
+                [&senders](const QHostAddress &from, const QByteArray &) { senders.append(from); });
+        QList<QByteArray> sent;
+        QList<QHostAddress> sent_from;
+        for (int i = 0; i < 150; ++i) {
+            sent_from.append(QHostAddress(LOOPBACK.toIPv4Address() + static_cast<quint32>(i % 5)));
+            sent.append(QByteArray(i % 40 == 0 ? 65507 : i * 7, static_cast<char>('A' + i % 26)));
+            QUdpSocket sender;
+            sender.bind(sent_from.last());
+            QCOMPARE(sender.writeDatagram(sent.last(), LOOPBACK, DEVICE_PORT), sent.last().size());
+        }
+        QTRY_COMPARE(heard.size(), sent.size());
+        QCOMPARE(heard, sent);
+        QCOMPARE(senders, sent_from);
+    }
+
+    // A socket that has told of a datagram tells of the next one only when it was read to its end.
+    void each_burst_after_a_silence_is_heard()
+    {
+        link->open();
+        for (const quint16 port : {DEVICE_PORT, BROADCAST_PORT})
+            for (const int count : {1, 3, 64, 65, 1}) {
+                heard.clear();
+                send_some(count, port);
+                QTRY_COMPARE(heard.size(), count);
+                QTRY_VERIFY(link->is_drained());
+            }
+    }
+
     void each_slice_is_told_of_at_both_ends()
     {
         link->open();
@@ -232,6 +266,19 @@ private slots:
         link->on_packet();
         QTest::qWait(20);
         QCOMPARE(heard.size(), 0);
+    }
+
+    void what_a_slice_left_is_gone_with_closing()
+    {
+        link->open();
+        connect(link.get(), &DeviceLink::received, this,
+                [this](const QHostAddress &, const QByteArray &) { link->end_slice(); });
+        send_some(3);
+        link->on_packet();
+        link->close();
+        link->on_packet();
+        QTest::qWait(20);
+        QCOMPARE(heard, QList<QByteArray>{"0"});
     }
 
     // Two cables carry the same addresses: only the interface tells them apart.
