@@ -205,9 +205,8 @@ void bench_filter()
     attachment[1] = static_cast<char>(bytes.size() >> 8);
     attachment += bytes;
     LogStream log;
-    const auto take = [&log, &attachment] {
-        take_log_message(log, {{"pos", static_cast<double>(log.log_pos)}}, attachment);
-    };
+    const auto take
+        = [&log, &attachment] { take_log_message(log, {.position = log.log_pos}, attachment); };
     at_most("one message of 15 coloured lines to text", cpu_microseconds(20000, take), "us", 100);
 }
 

@@ -72,7 +72,8 @@ void take_message(LogStream &stream, FuzzBytes &bytes)
         attachment[1] = 0;
     }
     const LogStream before = stream;
-    const std::optional<QString> text = take_log_message(stream, message, attachment);
+    const std::optional<QString> text
+        = take_log_message(stream, read_log_head(message), attachment);
     expect(text.has_value() == is_log_attachment(attachment), "a wrong length is dropped");
     if (!text) {
         expect(stream.log_pos == before.log_pos, "what is dropped moves nothing");

@@ -3,7 +3,7 @@
 #include "link/command.h"
 #include "link/datagram.h"
 #include "link/packet_kind.h"
-#include "meter/log_stream.h"
+#include "meter/log_frame.h"
 #include "meter/meter_frame.h"
 #include "meter/meter_report.h"
 #include "model/presence.h"
@@ -39,12 +39,13 @@ void log_remote_text(TextLimit &limit, const QHostAddress &from, const QString &
 }
 
 // The text that the message adds to the device's log; nothing when its length is wrong.
-std::optional<QString> take_raw_log(Device &device, const Frame &frame)
+std::optional<QString> take_raw_log(Device &device, const LogHead &head,
+                                    const QByteArray &attachment)
 {
     LogStream stream{.log_pos = device.log_pos,
                      .log_escape_state = device.log_escape_state,
                      .log_escape_count = device.log_escape_count};
-    std::optional<QString> text = take_log_message(stream, frame.object, frame.attachment);
+    std::optional<QString> text = take_log_message(stream, head, attachment);
     device.log_pos = stream.log_pos;
     device.log_escape_state = stream.log_escape_state;
     device.log_escape_count = stream.log_escape_count;
@@ -71,6 +72,15 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
         take_metering(registry.find_near(sender, levels->device_id), levels->report);
         return;
     }
+    const auto take_log = [this](Device *device, const LogHead &head, const QByteArray &text) {
+        if (device && log_windows.is_open(device) && !device->log_paused)
+            if (const std::optional<QString> shown = take_raw_log(*device, head, text))
+                append_log(device, false, *shown);
+    };
+    if (const std::optional<LogFrame> log = read_usual_log_frame(payload)) {
+        take_log(registry.find_near(sender, log->device_id), log->head, log->attachment);
+        return;
+    }
     const Frame frame = read_frame(payload);
     if (frame.verdict == FrameVerdict::BAD_CHECKSUM)
         log_remote_text(remote_texts, from, "invalid CRC", QString::number(frame.carried_checksum));
@@ -85,10 +95,7 @@ void Gui::handle_datagram(const QHostAddress &from, const QByteArray &payload)
     };
     switch (packet_kind(frame.object)) {
     case PacketKind::LOG_STREAM:
-        if (Device *device = speaker(); device && log_windows.is_open(device) && !device->log_paused
-            && is_log_attachment(frame.attachment))
-            if (const std::optional<QString> text = take_raw_log(*device, frame))
-                append_log(device, false, *text);
+        take_log(speaker(), read_log_head(frame.object), frame.attachment);
         break;
     case PacketKind::METERING:
         take_metering(speaker(), read_meter_report(frame.object));

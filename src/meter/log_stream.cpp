@@ -87,29 +87,35 @@ QByteArray remove_escapes(LogStream &stream, const QByteArray &bytes)
     return kept;
 }
 
-std::optional<QString> take_log_message(LogStream &stream, const QJsonObject &message,
+LogHead read_log_head(const QJsonObject &message)
+{
+    return {.overflow = message.value(QLatin1String("overflow")).toBool(false),
+            .position = read_log_position(message.value(QLatin1String("pos")))};
+}
+
+std::optional<QString> take_log_message(LogStream &stream, const LogHead &head,
                                         const QByteArray &attachment)
 {
     if (!is_log_attachment(attachment))
         return std::nullopt;
 
     QString note;
-    if (message.value(QLatin1String("overflow")).toBool(false)) {
+    if (head.overflow) {
         note = QStringLiteral("\n[internal log buffer overflow]\n");
         stream.log_escape_state = PLAIN;
     }
-    const uint32_t position = read_log_position(message.value(QLatin1String("pos")));
-    const uint32_t gap = position - stream.log_pos;
+    const uint32_t gap = head.position - stream.log_pos;
     if (gap != 0) {
         // KEPT: a loss replaces the note on an overflow: it is what the overflow led to.
-        note = loss_note(gap, position);
+        note = loss_note(gap, head.position);
         stream.log_escape_state = PLAIN;
     }
 
     // KEPT: the device counts what it sent, padding included, and not the stated length.
-    stream.log_pos = position + static_cast<uint32_t>(attachment.size() - LENGTH_SIZE);
-    const QByteArray kept
-        = remove_escapes(stream, attachment.mid(LENGTH_SIZE, stated_length(attachment)));
+    stream.log_pos = head.position + static_cast<uint32_t>(attachment.size() - LENGTH_SIZE);
+    const QByteArray kept = remove_escapes(
+        stream,
+        QByteArray::fromRawData(attachment.constData() + LENGTH_SIZE, stated_length(attachment)));
     // Text ends at its first zero byte; what follows in this message is gone without a note.
     return note + QString::fromUtf8(kept.constData());
 }

@@ -17,6 +17,13 @@ struct LogStream
     uint8_t log_escape_count = 0; // bytes so far inside a control sequence
 };
 
+// What a "raw_log" message says besides its text.
+struct LogHead
+{
+    bool overflow = false; // the device's own buffer was full
+    uint32_t position = 0; // in the stream, of the first byte
+};
+
 // Tells whether an attachment holds a 16-bit little-endian length and at least that many bytes.
 bool is_log_attachment(const QByteArray &attachment);
 
@@ -27,7 +34,9 @@ uint32_t read_log_position(const QJsonValue &value);
 // in the next; it swallows at most 64 bytes when its end is lost.
 QByteArray remove_escapes(LogStream &stream, const QByteArray &bytes);
 
+LogHead read_log_head(const QJsonObject &message);
+
 // Takes one "raw_log" message: the text to append, with notes in front on what was lost. Nothing,
 // and `stream` stays as it is, when the attachment's length is wrong.
-std::optional<QString> take_log_message(LogStream &stream, const QJsonObject &message,
+std::optional<QString> take_log_message(LogStream &stream, const LogHead &head,
                                         const QByteArray &attachment);

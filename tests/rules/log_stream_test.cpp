@@ -23,7 +23,8 @@ QJsonObject message_at(double position)
 
 QString take(LogStream &stream, double position, const QByteArray &bytes)
 {
-    return take_log_message(stream, message_at(position), attachment_of(bytes)).value_or("dropped");
+    return take_log_message(stream, read_log_head(message_at(position)), attachment_of(bytes))
+        .value_or("dropped");
 }
 
 // The filter written down a second time, straight from the table of its states.
@@ -119,7 +120,7 @@ void LogStreamTest::golden_streams_hold()
         else if (what == "open")
             is_open = step.at(1).toBool();
         else if (is_open && !is_paused)
-            text = take_log_message(stream, step.at(1).toObject(),
+            text = take_log_message(stream, read_log_head(step.at(1).toObject()),
                                     QByteArray::fromBase64(step.at(2).toString().toLatin1()));
         const QJsonObject state = after.at(i).toObject();
         QCOMPARE(text.value_or(QString()), state.value("text").toString());
@@ -153,10 +154,10 @@ void LogStreamTest::an_overflow_is_noted_and_a_loss_replaces_the_note()
     LogStream stream{.log_escape_state = 2};
     QJsonObject message = message_at(0);
     message["overflow"] = true;
-    QCOMPARE(*take_log_message(stream, message, attachment_of("a")),
+    QCOMPARE(*take_log_message(stream, read_log_head(message), attachment_of("a")),
              QString("\n[internal log buffer overflow]\na"));
     message["pos"] = 8;
-    QCOMPARE(*take_log_message(stream, message, attachment_of("b")),
+    QCOMPARE(*take_log_message(stream, read_log_head(message), attachment_of("b")),
              QString("\n[lost 7 log bytes]\nb"));
 }
 
@@ -165,7 +166,7 @@ void LogStreamTest::an_overflow_that_is_no_bool_is_none()
     LogStream stream;
     QJsonObject message = message_at(0);
     message["overflow"] = 1;
-    QCOMPARE(*take_log_message(stream, message, attachment_of("a")), QString("a"));
+    QCOMPARE(*take_log_message(stream, read_log_head(message), attachment_of("a")), QString("a"));
 }
 
 void LogStreamTest::a_colour_code_split_anywhere_goes_whole()
@@ -203,7 +204,8 @@ void LogStreamTest::a_zero_byte_cuts_this_message_only()
 void LogStreamTest::padding_moves_the_position_and_shows_nowhere()
 {
     LogStream stream;
-    QCOMPARE(*take_log_message(stream, message_at(0), attachment_of("ab") + "###"), QString("ab"));
+    QCOMPARE(*take_log_message(stream, read_log_head(message_at(0)), attachment_of("ab") + "###"),
+             QString("ab"));
     QCOMPARE(stream.log_pos, 5U);
 }
 
@@ -224,7 +226,7 @@ void LogStreamTest::a_length_that_lies_is_dropped()
     QFETCH(QByteArray, attachment);
     LogStream stream{.log_pos = 3, .log_escape_state = 2, .log_escape_count = 9};
     QVERIFY(!is_log_attachment(attachment));
-    QVERIFY(!take_log_message(stream, message_at(77), attachment));
+    QVERIFY(!take_log_message(stream, read_log_head(message_at(77)), attachment));
     QCOMPARE(stream.log_pos, 3U);
     QCOMPARE(stream.log_escape_state, 2);
     QCOMPARE(int(stream.log_escape_count), 9);
@@ -237,7 +239,7 @@ void LogStreamTest::every_truncation_of_an_attachment_is_safe()
         // A copy of just this size, so that a read behind its end is seen by the sanitizer.
         const QByteArray part(whole.constData(), size);
         LogStream stream;
-        QVERIFY(!take_log_message(stream, message_at(0), part));
+        QVERIFY(!take_log_message(stream, read_log_head(message_at(0)), part));
     }
     QVERIFY(is_log_attachment(whole));
     QVERIFY(is_log_attachment(QByteArray(2, '\0')));
