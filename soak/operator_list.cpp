@@ -14,8 +14,9 @@
 #include <QSplitter>
 
 namespace {
-constexpr int LONGEST_TYPED = 20; // letters that come in one turn of the event loop
-}
+constexpr int TURN_OF_A_HAND = 50; // ms; the next act comes later
+constexpr int LONGEST_TYPED = 20;  // letters that come in one turn of the event loop
+} // namespace
 
 std::vector<int> OperatorPlay::visible_rows() const
 {
@@ -146,7 +147,23 @@ void OperatorPlay::delete_entries()
         trigger("&Delete entry");
 }
 
+// Two acts of a hand: the window has its turn between them.
+void OperatorPlay::select_and_delete_offline()
+{
+    select_offline();
+    QTimer::singleShot(TURN_OF_A_HAND, this, [this] {
+        if (is_free())
+            trigger("&Delete entry");
+    });
+}
+
 void OperatorPlay::delete_offline()
+{
+    select_offline();
+    trigger("&Delete entry");
+}
+
+void OperatorPlay::select_offline()
 {
     // As one selection: one by one the panel would show hundreds of them, each larger by a row.
     QItemSelection offline;
@@ -157,7 +174,6 @@ void OperatorPlay::delete_offline()
         }
     gui().view()->selectionModel()->select(
         offline, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-    trigger("&Delete entry");
 }
 
 void OperatorPlay::add_dummy()

@@ -41,7 +41,7 @@ const std::vector<OperatorPlay::Row> &OperatorPlay::rows()
         {.name = "scroll", .weight = 60, .act = &OperatorPlay::scroll},
         {.name = "resize", .weight = 20, .act = &OperatorPlay::resize},
         {.name = "delete entries", .weight = 12, .act = &OperatorPlay::delete_entries},
-        {.name = "delete offline entries", .weight = 4, .act = &OperatorPlay::delete_offline},
+        {.name = "delete offline entries", .weight = 4, .act = &OperatorPlay::select_and_delete_offline},
         {.name = "add a dummy device", .weight = 3, .act = &OperatorPlay::add_dummy},
         {.name = "begin an edit", .weight = 100, .act = &OperatorPlay::begin_edit},
         {.name = "edit a row", .weight = 260, .act = &OperatorPlay::edit_row},
@@ -94,11 +94,15 @@ WindowHandle &OperatorPlay::gui() const
 
 // Nobody acts behind a dialog. The dialog's event loop may run once more after it has closed, and
 // the window must not be taken away below it.
+bool OperatorPlay::is_free() const
+{
+    return !QApplication::activeModalWidget() && QThread::currentThread()->loopLevel() <= 1;
+}
+
 void OperatorPlay::play_one()
 {
-    if (QApplication::activeModalWidget() || QThread::currentThread()->loopLevel() > 1)
-        return;
-    perform(simulator::draw_by_weight(rows(), random));
+    if (is_free())
+        perform(simulator::draw_by_weight(rows(), random));
 }
 
 void OperatorPlay::perform(const Row &row)

@@ -38,6 +38,7 @@ private:
     struct Row;
     static const std::vector<Row> &rows();
 
+    bool is_free() const;
     void play_one();
     void perform(const Row &row);
 
@@ -53,6 +54,8 @@ private:
     void scroll();
     void resize();
     void delete_entries();
+    void select_offline();
+    void select_and_delete_offline();
     void add_dummy();
     void click_row(int row, Qt::KeyboardModifiers modifiers);
     std::vector<int> visible_rows() const;
