@@ -44,7 +44,7 @@ void print(const char *name, const Load &load, double most_percent)
     at_most("longest stall", load.stalls.longest, "ms", 50);
     at_most("p99 of stalls", load.stalls.p99, "ms", 16);
     at_most("devices offline at once", load.flickers, "", 0);
-    tell("memory grown by", load.memory_growth, "MB");
+    at_most("memory grown by", load.memory_growth, "MB", 2);
 }
 
 void bench_fleet(int count, int seconds)

@@ -169,6 +169,8 @@ void bench_flood(const Flood &flood, int milliseconds)
     kill(sender, SIGKILL);
     waitpid(sender, nullptr, 0);
     must_hold("the flood arrives", taken > 1 && !turns.empty());
+    if (turns.empty())
+        return;
     char beside[96];
     std::snprintf(beside, sizeof beside, " (of %zu turns; %.0f datagrams taken in %g s)",
                   turns.size(), taken, milliseconds / 1e3);

@@ -1,6 +1,7 @@
 // Limits beside figures: a figure that misses its limit by more than noise makes a benchmark fail.
 #pragma once
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -55,7 +56,9 @@ inline void at_least(const char *what, double value, const char *unit, double li
 {
     char text[64];
     std::snprintf(text, sizeof text, "at least %g", limit);
-    judge(what, value, unit, beside, text, value >= limit, value >= limit / bench_noise);
+    const bool is_figure = std::isfinite(value); // a division by nothing is more than any limit
+    judge(what, value, unit, beside, text, is_figure && value >= limit,
+          is_figure && value >= limit / bench_noise);
 }
 
 // A figure as a multiple of a reference that was measured in the same run.

@@ -139,7 +139,8 @@ Result bench_reference(int lines)
 
 void bench_one_window(int lines, const Result &reference)
 {
-    print("reference, one insertion per line", reference, reference, 1);
+    std::printf("reference, one insertion per line: %.0f lines/s, %.0f with painting\n",
+                reference.lines_per_second, reference.with_painting);
     const auto single = make_view();
     const auto one_by_one
         = [view = single.get()](const auto &texts) { append_one_by_one(view, texts); };
@@ -165,7 +166,7 @@ void bench_scrolled_up(int lines, const Result &reference)
     view->verticalScrollBar()->setValue(300);
     const Result result = stream(std::min(lines, 20000), 48, joined);
     print("joined, bursts of 48, scrolled up", result, reference, 1);
-    tell("the view stood at line 300 and stands at", view->verticalScrollBar()->value(), "");
+    must_hold("the view stays at its line", view->verticalScrollBar()->value() == 300);
 }
 
 void bench_twenty_windows(int lines, const Result &reference)
@@ -188,11 +189,16 @@ void bench_memory(int lines)
     const auto joined = [&appender, target = view.get()](const auto &texts) {
         append_joined(appender, target, texts);
     };
+    double full = 0; // MB, once the document has thrown old lines away for the first time
     for (int round = 0; round <= 4; ++round) {
+        if (round > 0)
+            stream(lines, 200, joined);
+        if (round == 2)
+            full = resident_megabytes();
         std::printf("after %d lines\n", MAX_BLOCKS + round * lines);
         tell("memory", resident_megabytes(), "MB");
-        stream(lines, 200, joined);
     }
+    at_most("memory grown over the last two rounds", resident_megabytes() - full, "MB", 2);
 }
 
 void bench_filter()
@@ -295,10 +301,7 @@ void bench_program_stream(Program &program, int lines, int burst)
     const bool is_whole = device->log_pos == sent
         && !program.gui->log_view(device)->toPlainText().contains("[lost");
     std::printf("%d lines, %d at a time\n", lines, burst);
-    // Wanted are 100,000 from 16 messages a turn on. On today's machine the build that reached
-    // 105,000 on an earlier one makes as many as before in a run beside this one, and this one 1.2
-    // to 1.5 times as many: 44,000 to 71,000 while other programs run.
-    const double least = burst < 4 ? 5000 : burst < 16 ? 20000 : burst < 48 ? 50000 : 80000;
+    const double least = burst < 4 ? 5000 : burst < 16 ? 20000 : 100000;
     at_least("from the wire to the screen", lines / spent, "lines/s", least);
     at_most("longest turn", program.worst_turn, "ms", 12);
     must_hold("all lines are shown", is_whole);
@@ -317,9 +320,9 @@ void bench_program_windows(Program &program, int lines)
             program.turn();
         }
         program.settle();
-        std::printf("%d lines to 20 windows in turn, the one scrolled up stands at %d\n", lines,
-                    bar->value());
+        std::printf("%d lines to 20 windows in turn, round %d\n", lines, round + 1);
         at_most("longest turn", program.worst_turn, "ms", 12);
+        must_hold("the one that is scrolled up stays at its line", bar->value() == 300);
         tell("memory", resident_megabytes(), "MB");
     }
 }
@@ -345,7 +348,6 @@ struct HostileCase
 {
     const char *what;
     QByteArray text;
-    double limit = 20; // ms
 };
 
 // One message of the largest size each; what it costs at the most without a break for the window.
@@ -365,9 +367,7 @@ void bench_hostile_messages(Program &program)
         {"paragraph separators", QByteArray("\xe2\x80\xa9").repeated(21600)},
         {"soft hyphens", QByteArray("\xc2\xad").repeated(32500)},
         {"combining marks", QByteArray("\xcc\x81").repeated(32500)},
-        // Painting one page of it takes the toolkit 30 ms by itself: a full run misses this limit
-        // all the same, a short one only when ours comes on top.
-        {"Hebrew and Latin in turn", QByteArray("\xd7\x90x ").repeated(16000), 25},
+        {"Hebrew and Latin in turn", QByteArray("\xd7\x90x ").repeated(16000)},
         {"faces", QByteArray("\xf0\x9f\x98\x80").repeated(16250)},
         {"escapes", QByteArray(65000, '\x1b')},
         {"zero bytes", QByteArray(65000, '\0')},
@@ -379,7 +379,7 @@ void bench_hostile_messages(Program &program)
         program.worst_turn = 0;
         program.send(log_datagram(*device, device->log_pos, one.text));
         program.settle();
-        at_most(one.what, program.worst_turn, "ms", one.limit);
+        at_most(one.what, program.worst_turn, "ms", 20);
     }
 }
 } // namespace

@@ -5,10 +5,14 @@
 
 #include <QItemSelectionModel>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int DEVICES = 1000;
 constexpr int CONFIRMED = 200;
+
+double longest_painting = 0; // ms
 
 // CPU milliseconds of `work`, and of it with the layout and painting that follow.
 template<typename Work>
@@ -20,8 +24,10 @@ void measure(const char *name, int repeats, double limit, Work work)
     const double worked = cpu_seconds();
     QCoreApplication::processEvents();
     const double painted = cpu_seconds();
+    const double painting = (painted - worked) * 1e3;
+    longest_painting = std::max(longest_painting, painting);
     const QByteArray to_paint
-        = QByteArray(" and ") + QByteArray::number((painted - worked) * 1e3) + " ms to paint";
+        = QByteArray(" and ") + QByteArray::number(painting, 'g', 3) + " ms to paint";
     at_most(name, (worked - start) * 1e3 / repeats, "ms", limit, to_paint.constData());
 }
 
@@ -126,5 +132,6 @@ int main(int argc, char **argv)
     return bench_main(argc, argv, [](bool, const QStringList &) {
         measure_all();
         measure_closing();
+        at_most("the longest painting that followed", longest_painting, "ms", 50);
     });
 }
