@@ -96,9 +96,17 @@ done < <(grep -HoE '`((src|simulator|tests)/[A-Za-z0-9_/.]+|[A-Z][A-Za-z]+::[a-z
 
 # ---- variables of the environment ----------------------------------------------------------------
 
-# Those that a test asks for, and those that the table of testing.md tells of.
+# Those that a program of ours or a script asks for, and those that the tables of testing.md tell of.
+# What a desktop sets is none of ours.
 testing=docs/developer/testing.md
-asked() { grep -rhoE '(qEnvironmentVariable\w*|seconds_from)\("[A-Z_]+"' tests bench soak | sed 's/.*"\(.*\)"/\1/' | grep -v '^QT_' | sort -u; }
+asked() {
+    {
+        grep -rhoE '(qEnvironmentVariable\w*|q?getenv|seconds_from)\("[A-Z_]+"' src simulator tests bench soak fuzz art \
+            | sed 's/.*"\(.*\)"/\1/'
+        grep -hoE 'environ(\.get\(|\[)"[A-Z_]+"' scripts/*.py | sed 's/.*"\(.*\)"/\1/'
+        grep -hoE '\$\{[A-Z_]+:?[-+=]' check run package .ci/run scripts/*.sh fuzz/*.sh | grep -oE '[A-Z_]+'
+    } | grep -vE '^(QT|XDG)_|^(WAYLAND_)?DISPLAY$' | sort -u
+}
 told() { sed -nE 's/^\| `([A-Z_]+)=.*/\1/p' "$testing" | sort -u; }
 for variable in $(comm -23 <(asked) <(told)); do
     complain "$testing" "the table of variables lacks $variable"

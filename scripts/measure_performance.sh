@@ -5,7 +5,8 @@
 # is missed.
 # measure_performance.sh --short tries every program for some seconds and leaves the document alone.
 # FOLDER=build/debug in the environment runs what is built there. PROGRAMS="log_bench tftp_bench" runs
-# these again, as when something else took the cores: the others keep the rows of the last run.
+# these again, as when something else took the cores: the others keep the rows of the last run, and
+# the document says of which day and commit they are.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -27,10 +28,16 @@ mkdir -p "$folder"
 outcome=0
 
 tell_machine() {
-    echo "Measured on $(date +%F): $(nproc) cores of$(grep -m 1 'model name' /proc/cpuinfo | sed 's/.*://'), kernel $(uname -r),"
-    echo "load average $(cut -d ' ' -f 1-3 /proc/loadavg) at the start."
+    echo "Measured on $(date +%F) at $(commit): $(nproc) cores of$(grep -m 1 'model name' /proc/cpuinfo | sed 's/.*://'), kernel $(uname -r),"
+    echo "load average $(load) at the start."
     echo
 }
+commit() {
+    git rev-parse --short HEAD | tr -d '\n'
+    git diff --quiet HEAD -- src simulator bench || printf ' with changes'
+}
+load() { cut -d ' ' -f 1-3 /proc/loadavg; }
+note_start() { echo "$(date +%F) at $(commit), load average $(load)" >"$folder/$1.start"; }
 
 # Of what a benchmark prints: the lines "  WHAT | FIGURE | LIMIT | VERDICT" as rows, below what stands
 # above them.
@@ -47,6 +54,7 @@ rows_of() {
 
 measure_fleets() {
     tell_machine
+    note_start load_bench
     local devices heading=''
     for devices in "${fleets[@]}"; do
         "$build/bench/load_bench" "$devices" "$seconds" $heading >"$folder/load_bench" || outcome=1
@@ -68,14 +76,29 @@ measure_others() {
         [[ $name != load_bench ]] || continue
         if is_wanted "$name"; then
             echo "$name" >&2
+            note_start "$name"
             timeout 900 "$program" "${options[@]}" $(length_of "$name") >"$folder/$name" || outcome=1
         fi
         rows_of "$name" <"$folder/$name" >>"$folder/rows"
     done
     tell_machine
+    tell_earlier
     echo "| Program | What | Figure | Limit |"
     echo "|---|---|---|---|"
     cat "$folder/rows"
+}
+
+# Of programs that keep the rows of an earlier run.
+tell_earlier() {
+    local program name heading='Of an earlier run:'
+    for program in "$build"/bench/*_bench; do
+        name=${program##*/}
+        ! is_wanted "$name" || continue
+        [[ -z $heading ]] || printf '%s\n\n' "$heading"
+        heading=''
+        echo "- \`$name\`: $(cat "$folder/$name.start" 2>/dev/null || echo "day unknown")"
+    done
+    [[ -n $heading ]] || echo
 }
 
 # write_table NAME: puts the file between the marks of that name in the document.
