@@ -15,12 +15,13 @@ namespace {
 constexpr int SAVE_DELAY = 500;     // ms
 constexpr qint64 LONGEST_SLICE = 2; // ms; the window answers and paints in between
 constexpr qint64 FOREVER = std::numeric_limits<qint64>::max();
-constexpr int ROOM = LARGEST_CACHE - 1024; // for parts; the rest is for what stands around them
+constexpr int AROUND_PARTS = 1024; // bytes at most
 
 } // namespace
 
-DeviceCache::DeviceCache(const Devices &all_devices)
+DeviceCache::DeviceCache(const Devices &all_devices, int largest_file)
     : devices(all_devices)
+    , room_for_parts(largest_file - AROUND_PARTS)
 {
     delay.setSingleShot(true);
     delay.setInterval(SAVE_DELAY);
@@ -172,7 +173,8 @@ void DeviceCache::look_at(Device &device, const KeptReport &report)
     SavedText &saved = device.saved;
     const bool is_first = saved.arrival == 0;
     const int size_before = saved.size;
-    const qint64 room = is_first ? ROOM - first_size + size_before : ROOM;
+    const qint64 room
+        = is_first ? room_for_parts - first_size + size_before : qint64{room_for_parts};
     renew_saved_text(saved, device.address, report,
                      static_cast<int>(std::min<qint64>(room, LARGEST_CACHE_PART)));
     if (is_first)
@@ -187,8 +189,10 @@ void DeviceCache::choose_parts()
         parts.push_back(&device->saved);
         size += device->saved.size;
     }
-    last_arrival = size <= ROOM ? arrivals : last_arrival_with_room(std::move(parts), ROOM);
-    text.reserve(static_cast<int>(std::min<qint64>(size, ROOM)) + 1024);
+    last_arrival = size <= room_for_parts
+        ? arrivals
+        : last_arrival_with_room(std::move(parts), room_for_parts);
+    text.reserve(static_cast<int>(std::min<qint64>(size, room_for_parts)) + 1024);
     begin_cache_text(text);
     position = QString();
     step = Step::ADDING;

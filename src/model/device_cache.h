@@ -1,6 +1,7 @@
 // Keeps the devices between runs, in one file.
 #pragma once
 
+#include "model/registry_limit.h"
 #include "model/saved_state.h"
 
 #include <QByteArray>
@@ -20,8 +21,8 @@ class DeviceCache : public QObject
 public:
     using Devices = std::map<QString, Device *>;
 
-    // Walks `devices` anew whenever it saves.
-    explicit DeviceCache(const Devices &devices);
+    // Walks `devices` anew whenever it saves. What it writes has no more than `largest_file` bytes.
+    explicit DeviceCache(const Devices &devices, int largest_file = LARGEST_CACHE);
 
     void set_path(const QString &path);
     QString path() const { return file_path; }
@@ -69,6 +70,7 @@ private:
     void write();
 
     const Devices &devices;
+    const int room_for_parts; // bytes of the file
     QString file_path;
     bool is_read_only = false;
     QTimer delay{this};
