@@ -87,7 +87,7 @@ float model_q(float q)
 
 std::string eq_row_key(int index, const char *name)
 {
-    return format_text("dsp/eq%d/%s", index, name);
+    return "dsp/eq" + std::to_string(index) + '/' + name;
 }
 
 std::vector<std::string> eq_band_keys(int number)

@@ -24,7 +24,7 @@ uint32_t fw_magic_of(const QJsonObject &report)
 {
     constexpr uint32_t absent = 0x354A2935;
     constexpr double two_to_63 = 9223372036854775808.0;
-    const QJsonValue value = report.value("fw_magic");
+    const QJsonValue value = report.value(QLatin1String("fw_magic"));
     if (value.isUndefined())
         return absent;
     const double number = value.toDouble();
@@ -36,10 +36,10 @@ uint32_t fw_magic_of(const QJsonObject &report)
 
 QString dsp_error_of(const QJsonObject &report)
 {
-    return report.value("dsp").toObject().value("error").toString();
+    return report.value(QLatin1String("dsp")).toObject().value(QLatin1String("error")).toString();
 }
 
 bool is_logging(const QJsonObject &report)
 {
-    return report.value("logging").toObject().value("en").toBool();
+    return report.value(QLatin1String("logging")).toObject().value(QLatin1String("en")).toBool();
 }

@@ -35,6 +35,22 @@ QVariant choice_value(const QJsonValue &value)
     return value.isArray() ? QVariant(QVariantList()) : QVariant(QVariantMap());
 }
 
+// An object that its parent holds as well is copied with all its members when one is set: each is
+// taken out of its parent on the way, and put back.
+void set_member(QJsonObject &object, const std::vector<std::string> &path, size_t step,
+                const QJsonValue &value)
+{
+    if (step + 1 == path.size()) {
+        object.insert(latin1(path[step]), value);
+        return;
+    }
+    QJsonValueRef member = object[latin1(path[step])];
+    QJsonObject inner = member.toObject();
+    member = QJsonValue();
+    set_member(inner, path, step + 1, value);
+    member = inner;
+}
+
 } // namespace
 
 QJsonValue json_get_path(const QJsonObject &object, const std::vector<std::string> &path)
@@ -71,18 +87,8 @@ QJsonValue JsonPathReader::read(const std::vector<std::string> &path)
 void json_set_path(QJsonObject &object, const std::vector<std::string> &path,
                    const QJsonValue &value)
 {
-    if (path.empty())
-        return;
-    std::vector<QJsonObject> parents = {object};
-    for (size_t i = 0; i + 1 < path.size(); ++i)
-        parents.push_back(parents.back().value(latin1(path[i])).toObject());
-
-    QJsonValue inner = value;
-    for (size_t i = path.size(); i-- > 0;) {
-        parents[i].insert(latin1(path[i]), inner);
-        inner = parents[i];
-    }
-    object = parents.front();
+    if (!path.empty())
+        set_member(object, path, 0, value);
 }
 
 QVariant value_from_json(const QJsonObject &object, const PropertyDesc &desc)

@@ -106,18 +106,18 @@ std::vector<SavedDevice> read_cache_text(const QByteArray &text)
     if (error.error == QJsonParseError::GarbageAtEnd)
         document = QJsonDocument::fromJson(text.left(error.offset));
 
-    const QJsonArray elements = document.object().value("devices").toArray();
+    const QJsonArray elements = document.object().value(QLatin1String("devices")).toArray();
     std::vector<SavedDevice> devices;
     for (int i = 0; i < std::min(elements.size(), MOST_DEVICES); ++i) {
         const QJsonObject element = elements.at(i).toObject();
-        devices.push_back({.address = QHostAddress(element.value("ip").toString()),
-                           .interface = element.value("interface").toString(),
-                           .data = element.value("data").toObject()});
+        devices.push_back({.address = QHostAddress(element.value(QLatin1String("ip")).toString()),
+                           .interface = element.value(QLatin1String("interface")).toString(),
+                           .data = element.value(QLatin1String("data")).toObject()});
     }
     return devices;
 }
 
 bool is_device_json(const QJsonObject &object)
 {
-    return object.value("product").toString() == FAMILY;
+    return object.value(QLatin1String("product")).toString() == FAMILY;
 }

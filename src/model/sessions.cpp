@@ -23,13 +23,14 @@ void register_session_item()
 
 std::vector<session_item> sessions_of(const QJsonObject &report)
 {
-    const QJsonArray list = report.value("streams").toObject().value("list").toArray();
+    const QJsonArray list
+        = report.value(QLatin1String("streams")).toObject().value(QLatin1String("list")).toArray();
     std::vector<session_item> sessions;
     for (int i = 0; i < list.size() && i < MOST_SESSIONS; ++i) {
         const QJsonObject session = list.at(i).toObject();
-        sessions.push_back({.name = session.value("n").toString(),
-                            .info = session.value("i").toString(),
-                            .channels = session.value("c").toInt(0)});
+        sessions.push_back({.name = session.value(QLatin1String("n")).toString(),
+                            .info = session.value(QLatin1String("i")).toString(),
+                            .channels = session.value(QLatin1String("c")).toInt(0)});
     }
     return sessions;
 }

@@ -140,6 +140,30 @@ private slots:
         QCOMPARE(object.value("ui").toObject(), (QJsonObject{{"name", "x"}, {"loc", "y"}}));
     }
 
+    // A backup sets hundreds of members of one report.
+    void a_member_is_set_without_a_copy_of_the_others()
+    {
+        QJsonObject object{
+            {"dsp", QJsonObject{{"eq", QJsonObject{{"gain", 1}, {"q", 2}}}, {"level", 3}}}};
+        const std::vector<std::string> path = {"dsp", "eq", "gain"};
+        const size_t before = allocations;
+        json_set_path(object, path, 5);
+        QCOMPARE(static_cast<size_t>(allocations) - before, size_t{0});
+        const QJsonObject eq{{"gain", 5}, {"q", 2}};
+        QCOMPARE(object, (QJsonObject{{"dsp", QJsonObject{{"eq", eq}, {"level", 3}}}}));
+    }
+
+    void whoever_shares_the_object_keeps_its_own()
+    {
+        QJsonObject object{{"dsp", QJsonObject{{"eq", QJsonObject{{"gain", 1}}}}}};
+        const QJsonObject whole = object;
+        const QJsonObject inner = object.value("dsp").toObject();
+        json_set_path(object, {"dsp", "eq", "gain"}, 5);
+        QCOMPARE(whole, (QJsonObject{{"dsp", QJsonObject{{"eq", QJsonObject{{"gain", 1}}}}}}));
+        QCOMPARE(inner, (QJsonObject{{"eq", QJsonObject{{"gain", 1}}}}));
+        QCOMPARE(json_get_path(object, {"dsp", "eq", "gain"}), QJsonValue(5));
+    }
+
     // A step's name of more than fifteen letters has to be kept in memory of its own.
     void what_two_paths_share_is_walked_once()
     {
