@@ -93,6 +93,6 @@ void fuzz_backup(const uint8_t *data, size_t size)
     const QJsonObject backup = bytes.flag()
         ? any_report(bytes, device.properties, product_id)
         : QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 500)).object();
-    static std::map<RecordKind, PropertyRows> rows;
-    check_sent(edited_rows(rows[kind], device, backup), device, report);
+    static std::map<size_t, PropertyRows> rows;
+    check_sent(edited_rows(rows[kind.number()], device, backup), device, report);
 }

@@ -2,6 +2,7 @@
 #include "fuzz/rules/fuzz_bytes.h"
 
 #include "model/device.h"
+#include "model/device_state.h"
 #include "model/json_path.h"
 #include "model/meta.h"
 
@@ -12,11 +13,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
 constexpr int DEEPEST = 4;
-constexpr int PARTS = 48; // of a product's properties, one in so many each
+constexpr size_t PARTS = 48; // of a product's properties, one in so many each
+
+const std::string PRODUCT = "product_id";
+const std::string SESSIONS = "stream/name";
 
 constexpr double EDGES[] = {0.0,
                             -0.0,
@@ -73,6 +78,24 @@ QJsonValue json_of_kind(PropertyKind kind, FuzzBytes &bytes)
     return any_json(bytes);
 }
 
+// Another product, or this one once more, brings all properties.
+bool has_another_product(const Device &device, const ProductDesc &desc)
+{
+    const auto product = device.values.find(PRODUCT);
+    return device.properties.size() * 2 > desc.properties.size() || product == device.values.end()
+        || product->second != desc.product_id;
+}
+
+std::unique_ptr<Device> record_with_part(const ProductDesc &desc, size_t part)
+{
+    auto device = std::make_unique<Device>();
+    size_t place = part;
+    for (const auto &[key, property] : desc.properties)
+        if (++place % PARTS == 0 || key == PRODUCT || key == SESSIONS)
+            device->properties[key] = property;
+    return device;
+}
+
 QJsonArray any_sessions(FuzzBytes &bytes)
 {
     QJsonArray sessions;
@@ -115,6 +138,21 @@ QByteArray FuzzBytes::bytes(int count)
     const QByteArray taken(reinterpret_cast<const char *>(data + place), length);
     place += static_cast<size_t>(length);
     return taken;
+}
+
+QString FuzzBytes::text()
+{
+    const int wanted = u8();
+    const int length = std::min(wanted, static_cast<int>(size - place));
+    const QString text = QString::fromUtf8(reinterpret_cast<const char *>(data + place), length);
+    place += static_cast<size_t>(length);
+    return text;
+}
+
+bool is_one_in(size_t count, const uint8_t *data, size_t size)
+{
+    const std::string_view input(reinterpret_cast<const char *>(data), size);
+    return std::hash<std::string_view>()(input) % count == 0;
 }
 
 void expect(bool claim, const char *what)
@@ -167,17 +205,26 @@ QJsonObject any_report(FuzzBytes &bytes, const PropertyMap &properties, int prod
         const PropertyDesc &desc = key->second;
         json_set_path(report, desc.path, fits ? json_of_kind(desc.kind, bytes) : any_json(bytes));
     }
+    static const std::vector<std::string> sessions{"streams", "list"};
     if (bytes.u8() % 8 == 0)
-        json_set_path(report, {"streams", "list"}, any_sessions(bytes));
-    report.insert("product_id", product_id);
+        json_set_path(report, sessions, any_sessions(bytes));
+    report.insert(QLatin1String("product_id"), product_id);
     return report;
 }
 
+size_t RecordKind::number() const
+{
+    return (product * PARTS + part) * 2 + (has_heard ? 1 : 0);
+}
+
+// Five of six have heard a report before: making a record's values anew takes longer than merging.
 RecordKind any_record_kind(FuzzBytes &bytes)
 {
     set_up_catalogue();
-    const int products = static_cast<int>(catalogue().product_table.size());
-    return {.product = static_cast<size_t>(bytes.below(products)), .part = bytes.below(PARTS)};
+    const auto product
+        = static_cast<size_t>(bytes.below(static_cast<int>(catalogue().product_table.size())));
+    const size_t choice = bytes.u8();
+    return {.product = product, .part = choice % PARTS, .has_heard = choice >= PARTS};
 }
 
 const ProductDesc &product_of(const RecordKind &kind)
@@ -188,20 +235,22 @@ const ProductDesc &product_of(const RecordKind &kind)
 Device &fresh_record(Records &kept, const RecordKind &kind)
 {
     const ProductDesc &desc = product_of(kind);
-    std::unique_ptr<Device> &device = kept[kind];
-    // Another product, or this one once more, brings all properties.
-    if (!device || device->properties.size() * 2 > desc.properties.size()
-        || device->value("product_id") != desc.product_id) {
-        device = std::make_unique<Device>();
-        int place = kind.part;
-        for (const auto &[key, property] : desc.properties)
-            if (++place % PARTS == 0 || key == "product_id" || key == "stream/name")
-                device->properties[key] = property;
+    if (kept.size() <= kind.number())
+        kept.resize(kind.number() + 1);
+    std::unique_ptr<Device> &device = kept[kind.number()];
+    if (!device || has_another_product(*device, desc))
+        device = record_with_part(desc, kind.part);
+    if (!kind.has_heard)
+        device->values.clear();
+    for (auto &[key, value] : device->values)
+        value = QVariant();
+    device->values[PRODUCT] = desc.product_id;
+    if (!kind.has_heard || !device->session_list.empty()) {
+        device->session_list.clear();
+        device->properties[SESSIONS].choices.clear();
     }
-    device->values.clear();
-    device->values["product_id"] = desc.product_id;
-    device->session_list.clear();
-    device->properties["stream/name"].choices.clear();
+    if (kind.has_heard && device->properties.find(SESSIONS)->second.choices.empty())
+        merge_report(*device, {{QLatin1String("product_id"), desc.product_id}});
     return *device;
 }
 

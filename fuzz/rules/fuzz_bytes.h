@@ -7,11 +7,11 @@
 #include <QJsonValue>
 #include <QString>
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <vector>
 
 struct Device;
 struct ProductDesc;
@@ -41,7 +41,7 @@ public:
     QByteArray bytes(int count);
     // Bytes behind their length, 0 to 255.
     QByteArray bytes() { return bytes(u8()); }
-    QString text() { return QString::fromUtf8(bytes()); }
+    QString text();
     QByteArray rest() { return bytes(static_cast<int>(size - place)); }
 
 private:
@@ -49,6 +49,9 @@ private:
     size_t size = 0;
     size_t place = 0;
 };
+
+// One input in `count`, the same each time: for claims that take most of the time.
+bool is_one_in(size_t count, const uint8_t *data, size_t size);
 
 // Ends the program when a claim does not hold.
 void expect(bool claim, const char *what);
@@ -64,15 +67,19 @@ QJsonObject any_report(FuzzBytes &bytes, const std::map<std::string, PropertyDes
 // and merging all of them takes most of the time, and each is read like the next.
 struct RecordKind
 {
-    size_t product = 0; // its place in the table
-    int part = 0;
-    auto operator<=>(const RecordKind &other) const = default;
+    size_t product = 0;     // its place in the table
+    size_t part = 0;        // of its properties
+    bool has_heard = false; // of each property that it has no value
+
+    // Each kind has another, from 0 on.
+    size_t number() const;
 };
 RecordKind any_record_kind(FuzzBytes &bytes);
 const ProductDesc &product_of(const RecordKind &kind);
 
-// One that has heard nothing yet. `kept` holds the records, for which their filling is saved.
-using Records = std::map<RecordKind, std::unique_ptr<Device>>;
+// One that knows no value but its product. `kept` holds the records, for which their filling is
+// saved.
+using Records = std::vector<std::unique_ptr<Device>>;
 Device &fresh_record(Records &kept, const RecordKind &kind);
 
 // Once per process: what the program does before its first datagram.

@@ -40,22 +40,22 @@ const QJsonArray &long_list(int choice)
     return lists[static_cast<size_t>(choice) % lists.size()];
 }
 
-QJsonObject any_message(FuzzBytes &bytes)
+QJsonObject any_message(FuzzBytes &bytes, bool may_be_long)
 {
     if (bytes.u8() % 4 == 0)
         return QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 500)).object();
-    const bool is_long = bytes.u16() == 0xFFFF;
+    const bool is_long = bytes.u16() == 0xFFFF && may_be_long;
     const QJsonObject lists{
-        {"channel_peaks", is_long ? long_list(bytes.u8()) : any_list(bytes)},
-        {"channel_overdrive", is_long ? long_list(bytes.u8()) : any_list(bytes)}};
-    return {{"metering", lists}};
+        {QLatin1String("channel_peaks"), is_long ? long_list(bytes.u8()) : any_list(bytes)},
+        {QLatin1String("channel_overdrive"), is_long ? long_list(bytes.u8()) : any_list(bytes)}};
+    return {{QLatin1String("metering"), lists}};
 }
 
 void check_report(const QJsonObject &message, const MeterReport &report)
 {
-    const QJsonObject metering = message.value("metering").toObject();
-    const int peaks = metering.value("channel_peaks").toArray().size();
-    const int flags = metering.value("channel_overdrive").toArray().size();
+    const QJsonObject metering = message.value(QLatin1String("metering")).toObject();
+    const int peaks = metering.value(QLatin1String("channel_peaks")).toArray().size();
+    const int flags = metering.value(QLatin1String("channel_overdrive")).toArray().size();
     expect(static_cast<int>(report.peaks.size()) == std::min(peaks, MAX_METER_CHANNELS),
            "as many channels as peaks, within bounds");
     expect(static_cast<int>(report.overdrive.size()) == std::min(flags, MAX_METER_CHANNELS),
@@ -82,7 +82,7 @@ void check_short_way(const QByteArray &datagram)
     const Frame frame = read_frame(datagram);
     expect(frame.verdict == FrameVerdict::OK && packet_kind(frame.object) == PacketKind::METERING,
            "the short way takes nothing but metering frames");
-    expect(frame.object.value("device_id").toString() == levels->device_id,
+    expect(frame.object.value(QLatin1String("device_id")).toString() == levels->device_id,
            "both ways read one sender");
     const MeterReport report = read_meter_report(frame.object);
     expect(report.peaks == levels->report.peaks && report.overdrive == levels->report.overdrive,
@@ -103,6 +103,7 @@ void check_bars(const MeterObject &meter, FuzzBytes &bytes)
 
 } // namespace
 
+// Lists at the bound take most of the time: one in eight of those who ask for them gets them.
 void fuzz_meter(const uint8_t *data, size_t size)
 {
     static MeterObject meter;
@@ -111,7 +112,7 @@ void fuzz_meter(const uint8_t *data, size_t size)
     meter.display_levels.clear();
     meter.overdrive.clear();
     for (int step = 0; step < 2 && !bytes.is_empty(); ++step) {
-        const QJsonObject message = any_message(bytes);
+        const QJsonObject message = any_message(bytes, size % 8 == 0);
         const MeterReport report = read_meter_report(message);
         check_report(message, report);
         meter.set_levels(report.peaks, report.overdrive);

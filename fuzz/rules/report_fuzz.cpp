@@ -97,10 +97,10 @@ struct Play
             ? QJsonDocument::fromJson(bytes.bytes(bytes.u16() % 600)).object()
             : any_report(bytes, device.properties, own);
         if (may_change_product && bytes.flag())
-            object.insert("product_id",
+            object.insert(QLatin1String("product_id"),
                           bytes.flag() ? any_json(bytes) : QJsonValue(bytes.below(40)));
         else if (is_text && !may_change_product)
-            object.insert("product_id", own);
+            object.insert(QLatin1String("product_id"), own);
         return object;
     }
 
@@ -159,7 +159,7 @@ void fuzz_report(const uint8_t *data, size_t size)
               .bytes = bytes,
               .kind = kind,
               .may_change_product = bytes.u16() == 0x5AA5,
-              .last = {{"product_id", product_of(kind).product_id}}};
+              .last = {{QLatin1String("product_id"), product_of(kind).product_id}}};
     for (size_t i = 0; i < MOST_STEPS && !bytes.is_empty(); ++i)
         play.step();
     play.check_end(size % 2 == 0);
