@@ -7,6 +7,8 @@ once, by each test's coverage."""
 import collections
 import concurrent.futures
 import dataclasses
+import difflib
+import functools
 import hashlib
 import json
 import os
@@ -30,6 +32,8 @@ LIBRARIES = ("rules", "services", "widgets", "window")
 JOBS = int(os.environ.get("JOBS", "2"))
 # Seconds that the tests of one mutant may take, measured without it; 0: all that execute the line.
 BUDGET = float(os.environ.get("BUDGET", "0"))
+# Folders of tests/ whose tests are asked; all when nothing is said.
+FOLDERS = os.environ.get("TESTS", "").split()
 
 # The formatter puts a space on each side of an operator, and none inside template brackets.
 OPERATORS = {" == ": " != ", " != ": " == ", " < ": " <= ", " <= ": " < ", " > ": " >= ",
@@ -42,7 +46,7 @@ SPARED = re.compile(r"^\s*(#|//|using |namespace|template|static_assert|Q_OBJECT
                     r"|\breserve\(|\bsqueeze\(|setObjectName\(")
 STATEMENT = re.compile(r"^(\s{4,})((?!return|break|continue|delete|throw|case|default|else|const |auto )"
                        r"[A-Za-z_][\w:.\[\]>*-]*(?:\([^;]*\)| [-+|&]?= [^;]*));\s*(//.*)?$")
-CALL = re.compile(r"\b[A-Za-z_]\w*\((?P<first>[\w.]+(?:\(\))?), (?P<second>[\w.]+(?:\(\))?)\)")
+CALL = re.compile(r"\b(?!max\b|min\b)[A-Za-z_]\w*\((?P<first>[\w.]+(?:\(\))?), (?P<second>[\w.]+(?:\(\))?)\)")
 
 
 @dataclasses.dataclass
@@ -182,6 +186,8 @@ def all_tests():
     for test in listed:
         if "/" not in test["name"] or "command" not in test or not os.path.exists(test["command"][0]):
             continue
+        if FOLDERS and test["name"].split("/")[0] not in FOLDERS:
+            continue
         properties = {entry["name"]: entry["value"] for entry in test["properties"]}
         environment = dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", []))
         tests.append(Test(test["name"], test["command"], environment,
@@ -231,25 +237,67 @@ def file_hash(paths):
     return digest.hexdigest()
 
 
+def keep_sources():
+    """The sources as they are covered now, and the folder's name: lines found in it later are told by
+    it where they stand then."""
+    paths = sorted((COPY / "src").rglob("*.cpp"))
+    name = file_hash(paths)[:16]
+    for path in paths:
+        kept = OUTPUT / "sources" / name / path.relative_to(COPY)
+        if not kept.exists():
+            kept.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(path, kept)
+    return name
+
+
+@functools.lru_cache(maxsize=None)
+def moved_lines(snapshot, path):
+    """Per line of a kept source where it stands now; lines that changed go with those beside them."""
+    before, now = OUTPUT / "sources" / snapshot / path, COPY / path
+    if not before.exists() or not now.exists():
+        return {}
+    if before.read_bytes() == now.read_bytes():
+        return None
+    places = collections.defaultdict(list)
+    matcher = difflib.SequenceMatcher(None, before.read_text().split("\n"), now.read_text().split("\n"), False)
+    for tag, first, last, new_first, new_last in matcher.get_opcodes():
+        if tag == "equal":
+            for line in range(first, last):
+                places[line].append(new_first + line - first)
+        elif tag == "insert":
+            places[first - 1] += range(new_first, new_last)
+        else:
+            for line in range(first, last):
+                places[line] += range(new_first, new_last)
+    return places
+
+
+def lines_now(entry, path):
+    places = moved_lines(entry["sources"], path)
+    lines = entry["lines"][path]
+    return lines if places is None else {now for line in lines for now in places.get(line, [])}
+
+
 def coverage_of(tests):
-    """Kept per test in coverage.json, until the sources or the test change."""
+    """Kept per test in coverage.json, until the test changes."""
     kept_path = OUTPUT / "coverage.json"
     kept = json.loads(kept_path.read_text()) if kept_path.exists() else {}
-    sources = file_hash(sorted((COPY / "src").rglob("*.cpp")))
-    stamps = {test.name: sources + file_hash(sorted((COPY / "tests").glob(f"{test.name}*.cpp")))
-              for test in tests}
+    snapshot = keep_sources()
+    stamps = {test.name: file_hash(sorted((COPY / "tests").glob(f"{test.name}*.cpp"))) for test in tests}
     missing = [test for test in tests if kept.get(test.name, {}).get("stamp") != stamps[test.name]]
     if missing:
         print(f"measuring what {len(missing)} tests execute", flush=True)
     with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
         for test, found in zip(missing, pool.map(cover, missing)):
-            kept[test.name] = (found or {"seconds": 0, "lines": {}}) | {"stamp": stamps[test.name]}
+            kept[test.name] = (found | {"stamp": stamps[test.name], "sources": snapshot} if found
+                               else {"seconds": 0, "lines": {}})  # without a stamp: tried again
             kept_path.write_text(json.dumps(kept))
     by_line = collections.defaultdict(list)
     for test in tests:
-        test.seconds = kept[test.name]["seconds"]
-        for path, lines in kept[test.name]["lines"].items():
-            for line in lines:
+        entry = kept[test.name]
+        test.seconds = entry["seconds"]
+        for path in entry["lines"]:
+            for line in lines_now(entry, path):
                 by_line[path, line].append(test)
             by_line[path, None].append(test)
     return by_line

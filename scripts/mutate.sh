@@ -7,11 +7,12 @@
 # Works on a copy in build/mutate/, so the tree may be edited meanwhile; results are appended to
 # build/mutate/results.jsonl as they come: stop it at will, and the same command goes on.
 # SEED=7 chooses other places (1); JOBS=4 tries so many at once (2); BUDGET=60 stops at tests that
-# take so many seconds together (all).
+# take so many seconds together (all); TESTS="rules services" asks the tests of these folders alone.
+# What each test executes is measured once, and again when the test changes.
 # A test is red only when it is red twice and green without the change.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-[[ ${1:-} =~ ^([0-9]+|again)$ ]] || { sed -n '2,12s/^# //p' "${BASH_SOURCE[0]}" >&2 && exit 2; }
+[[ ${1:-} =~ ^([0-9]+|again)$ ]] || { sed -n '2,13s/^# //p' "${BASH_SOURCE[0]}" >&2 && exit 2; }
 
 scripts/setup.sh build network check
 output=$PWD/build/mutate
@@ -27,8 +28,8 @@ mv "$output/files.new" "$output/files"
 tar --create --null --ignore-failed-read --files-from="$output/files" 2>/dev/null \
     | tar --extract --directory="$output/copy"
 if [[ ! -f $output/copy/build/dev/build.ninja ]]; then
-    cmake -S "$output/copy" --preset dev -DVELMARK_LIBRARIES=SHARED \
-        -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g0 -fprofile-instr-generate -fcoverage-mapping" >/dev/null
+    cmake -S "$output/copy" --preset dev -DVELMARK_LIBRARIES=SHARED -DVELMARK_TESTS_TOGETHER=ON \
+        -DVELMARK_COVERAGE=ON -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g0" >/dev/null
 fi
 # A test that does not build is left out, as one that is red.
 nice -n 10 ninja -C "$output/copy/build/dev" -k 0 tests/all simulator/all velmark-network-manager \
