@@ -29,7 +29,6 @@ EmptyNote::EmptyNote(QAbstractScrollArea *its_list)
     QFont font = headline.font();
     font.setBold(true);
     headline.setFont(font);
-    set_dark_theme(false);
     list->viewport()->installEventFilter(this);
     hide();
     patience.setSingleShot(true);

@@ -114,6 +114,13 @@ private slots:
         QVERIFY(device->values.count("dsp/bank") == 0);
     }
 
+    void a_new_product_is_told_and_what_it_says_nothing_about_is_not()
+    {
+        const QStringList keys = changed(merge_report(*device, loudspeaker()));
+        QVERIFY(keys.contains("product_id"));
+        QVERIFY(!keys.contains("firmware_version"));
+    }
+
     void an_unknown_product_gets_the_first_row()
     {
         QJsonObject report = loudspeaker();

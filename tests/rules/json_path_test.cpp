@@ -121,6 +121,14 @@ private slots:
         }
     }
 
+    void a_path_is_read_after_a_longer_one_that_begins_with_it()
+    {
+        const QJsonObject object{{"a", QJsonObject{{"b", 1}, {"a", 2}}}};
+        JsonPathReader reader(object);
+        QCOMPARE(reader.read({"a", "b"}), QJsonValue(1));
+        QCOMPARE(reader.read({"a"}), object.value("a"));
+    }
+
     void an_empty_path_reads_nothing_and_writes_nothing()
     {
         QVERIFY(json_get_path({{"a", 1}}, {}).isUndefined());

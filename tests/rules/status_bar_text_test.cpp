@@ -19,6 +19,8 @@ private slots:
                                   << QList<int>{60, 58, 12, 0};
         QTest::newRow("hidden") << "60 devices, 58 online, 6 hidden by the search"
                                 << QList<int>{60, 58, 0, 6};
+        QTest::newRow("one each") << "2 devices, 1 online, 1 selected, 1 hidden by the search"
+                                  << QList<int>{2, 1, 1, 1};
         QTest::newRow("all") << "60 devices, 58 online, 12 selected, 6 hidden by the search"
                              << QList<int>{60, 58, 12, 6};
     }

@@ -73,6 +73,7 @@ private slots:
     void a_markers_text_is_as_bright_as_the_pen();
     void a_hovered_band_is_filled_and_highlighted();
     void an_active_band_shows_its_handles_and_no_hover();
+    void a_held_bands_square_lies_over_its_strips();
 
     void golden_bands_write_where_the_mouse_finds_them_data()
     {
@@ -330,6 +331,19 @@ void CurvePaintTest::an_active_band_shows_its_handles_and_no_hover()
     QVERIFY(peak->low_rect.contains(view.grid->freq_to_x(peak->low_edge), peak->marker_y + 30));
     QVERIFY(peak->high_rect.contains(view.grid->freq_to_x(peak->high_edge), peak->marker_y - 30));
     QVERIFY(peak->center_rect.contains(peak->marker_x, peak->marker_y));
+}
+
+void CurvePaintTest::a_held_bands_square_lies_over_its_strips()
+{
+    CurveWidget view(nullptr,
+                     make_filters({{1, EQ_PEQ, {.freq = 1000.0F, .q = 1.0F, .gain = 9.0F}}}));
+    set_up(view, {1400, 800});
+    view.active_index = 0;
+    const QImage image = picture(view);
+    const Filter *band = view.filters[0];
+    const int corner = marker_size(view.grid->font_size).half - 2;
+    QVERIFY(corner > strip_half_width(view.grid->font_size) + 1); // beyond their outline
+    QVERIFY(is_gray(image.pixelColor(band->marker_x - corner, band->marker_y - corner)));
 }
 
 void CurvePaintTest::golden_bands_write_where_the_mouse_finds_them()

@@ -56,6 +56,19 @@ private slots:
                  view()->visualRect(table->model().index(0, 0)).height());
     }
 
+    void rows_grow_with_the_topmost_one()
+    {
+        Device &top = add("Left");
+        add("Right", {}, 1);
+        const auto height_of
+            = [this](int row) { return view()->visualRect(table->model().index(row, 0)).height(); };
+        QTRY_VERIFY(height_of(1) > 0);
+        const int usual = height_of(1);
+        tell(top, "Left\nover\nfour\nlines");
+        QTRY_VERIFY(height_of(0) > 2 * usual);
+        QCOMPARE(height_of(1), height_of(0));
+    }
+
     void properties_sort_by_their_values()
     {
         show_column("dsp/delay");

@@ -135,6 +135,8 @@ private slots:
         view()->scrollTo(table->model().index(0, gain));
         const QPoint place(header()->sectionViewportPosition(gain) + 5, 5);
         QCOMPARE(tool_tip_at(header()->viewport(), place), QString("User EQ 2: Gain"));
+        for (int column = 0; column < table->model().columnCount(); ++column)
+            QVERIFY(!table->model().horizontalHeaderItem(column)->toolTip().isEmpty());
     }
 
     void without_columns_the_header_keeps_its_height_and_its_menu()

@@ -173,6 +173,7 @@ private slots:
     void hundreds_of_channels_are_harmless();
     void all_holds_on_a_dark_background();
     void all_holds_at_scale_factor_2();
+    void between_whole_scales_the_frame_is_the_styles_own();
 };
 
 void MeterPaintTest::golden_bars_are_drawn_to_the_pixel()
@@ -354,6 +355,27 @@ void MeterPaintTest::all_holds_at_scale_factor_2()
     child.start(QCoreApplication::applicationFilePath(), QStringList());
     QVERIFY(child.waitForFinished(60000));
     QVERIFY2(child.exitCode() == 0, child.readAll().constData());
+}
+
+void MeterPaintTest::between_whole_scales_the_frame_is_the_styles_own()
+{
+    MeterObject meter;
+    meter.set_levels({0}, {}); // no bar is a pixel long
+    const QWidget widget;
+    for (int left = 10; left < 14; ++left) {
+        QImage wanted(120, 60, QImage::Format_RGB32);
+        wanted.setDevicePixelRatio(1.5);
+        wanted.fill(Qt::black);
+        QImage drawn = wanted;
+        const QRect frame(left, 5, 50, 20);
+        QPainter by_style(&wanted);
+        draw_frame(by_style, widget, frame);
+        by_style.end();
+        QPainter painter(&drawn);
+        paint_meter(meter, &painter, &widget, frame);
+        painter.end();
+        QCOMPARE(drawn, wanted);
+    }
 }
 
 QTEST_MAIN(MeterPaintTest)

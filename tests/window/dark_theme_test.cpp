@@ -251,6 +251,18 @@ private slots:
         QVERIFY(ground_of(picture_of(name)) != switched_off);
     }
 
+    void the_frame_of_an_empty_check_box_can_be_seen_data() { desktop_rows(); }
+    void the_frame_of_an_empty_check_box_can_be_seen()
+    {
+        open_window();
+        window->select({1});
+        QCheckBox *mute = window->row("dsp/mute").check_box;
+        QCOMPARE(mute->checkState(), Qt::Unchecked);
+        expect_contrast(mute, VISIBLE);
+        window->press_edit();
+        expect_contrast(mute, VISIBLE);
+    }
+
     void buttons_and_boxes_can_be_read_data() { desktop_rows(); }
     void buttons_and_boxes_can_be_read()
     {

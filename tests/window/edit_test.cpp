@@ -249,6 +249,22 @@ private slots:
         QVERIFY(!window->row("firmware_version").line_edit->isEnabled());
     }
 
+    void a_click_on_any_switched_off_editor_starts_the_edit()
+    {
+        window->add({});
+        window->select({0});
+        const std::vector<QWidget *> inputs{
+            window->row("ui/name").line_edit, window->row("dsp/delay").spinner,
+            window->row("dsp/mute").check_box, window->row("dsp/level").combo};
+        for (QWidget *input : inputs) {
+            window->gui->property_scroll()->ensureWidgetVisible(input);
+            QTest::mouseClick(input, Qt::LeftButton);
+            QVERIFY2(window->gui->is_editing(), qPrintable(input->accessibleName()));
+            window->press_cancel();
+            QVERIFY(!window->gui->is_editing());
+        }
+    }
+
     void a_partially_checked_box_sends_nothing()
     {
         window->add(dsp("mute", true));

@@ -111,6 +111,20 @@ private slots:
     }
 
     // A list, not a tree: its first column begins at the edge.
+    void the_parts_above_the_list_share_its_width()
+    {
+        gui().resize(2600, 700);
+        const QWidget *search = gui().search_box();
+        const std::vector<const QWidget *> parts{gui().eq_button(), gui().identify_button(),
+                                                 gui().network_box(), search};
+        const auto gap_before = [&parts](size_t i) {
+            return parts[i]->x() - (parts[i - 1]->x() + parts[i - 1]->width());
+        };
+        QTRY_VERIFY(gap_before(1) > 100);
+        for (size_t i = 1; i < parts.size(); ++i)
+            QVERIFY(std::abs(3 * gap_before(i) - search->width()) <= 3);
+    }
+
     void rows_begin_at_the_edge() { QCOMPARE(gui().view()->indentation(), 0); }
 
     // What was an empty strip is the status bar.

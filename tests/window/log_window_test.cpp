@@ -1,6 +1,7 @@
 // Log windows in the real program: switching the stream, echoes, console, pause, and every way to
 // go.
 #include "meter/log_window.h"
+#include "support/log_view.h"
 #include "support/panel_case.h"
 #include "support/sanitized.h"
 
@@ -321,6 +322,45 @@ private slots:
                     .log_view(device.record())
                     ->toPlainText()
                     .endsWith("Received JSON: {\"seq\":1,\"status\":\"ok\"}\n"));
+    }
+
+    void every_command_that_a_device_gets_stands_in_its_log()
+    {
+        FakeDevice &device = device_with_log();
+        gui().purge_sessions();
+        gui().set_edit_mode(true);
+        window->type("ui/name", "Stage left");
+        window->press_confirm();
+        device.report("logging", "en", false); // it has restarted, and is asked anew
+        const QList<QJsonObject> sent = window->sent_to(0);
+        QCOMPARE(sent.size(), 3);
+        QList<QJsonObject> echoed;
+        const QString label = "Sending JSON: ";
+        for (const QString &line : gui().log_view(device.record())->toPlainText().split('\n'))
+            if (line.startsWith(label))
+                echoed.append(QJsonDocument::fromJson(line.mid(label.size()).toUtf8()).object());
+        for (QJsonObject &object : echoed)
+            object.remove("api_version");
+        QCOMPARE(echoed.mid(0, sent.size()), sent); // behind them stands the mark of the end
+    }
+
+    void echoes_are_red_and_the_devices_own_lines_are_not()
+    {
+        FakeDevice &device = device_with_log();
+        device.record()->interface = gui().network();
+        stream(device, 0, "boot\n");
+        gui().identify_selected();
+        gui().deliver(device.address, R"({"seq":1,"status":"ok"})");
+        QTest::keyClicks(console(device), "help");
+        QTest::keyClick(console(device), Qt::Key_Return);
+        stream(device, 5, "ready\n");
+        QStringList lines;
+        for (const QString &line : describe(gui().log_view(device.record())->document()))
+            lines.append(line.left(line.indexOf(':') + 9)); // colours, and how it begins
+        QCOMPARE(lines.mid(0, 5),
+                 (QStringList{"[plain] plain:boot", "[#ff0000] #ff0000:Sending ",
+                              "[#ff0000] #ff0000:Received",
+                              "[#ff0000] #ff0000:Sending:", "[plain] plain:ready"}));
     }
 
     // The echo comes first, then the mark of a question, then the sending, which may fail.
