@@ -5,9 +5,12 @@
 #include "support/dialog_probe.h"
 #include "support/panel_case.h"
 
+#include <QHeaderView>
 #include <QHelpEvent>
 #include <QLabel>
 #include <QPainter>
+#include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QScreen>
 #include <QStatusBar>
 #include <QToolTip>
@@ -80,6 +83,19 @@ private slots:
                  QStringList({"Cancel", "Confirm", "Edit", "Identify", "Load", "Save",
                               "Show User EQ", "Update"}));
         QToolTip::hideText();
+    }
+
+    void what_has_no_text_of_its_own_has_a_name_for_screen_readers()
+    {
+        QCOMPARE(gui().view()->accessibleName(), QString("Devices"));
+        QCOMPARE(gui().view()->header()->accessibleName(), QString("Columns"));
+        QCOMPARE(gui().network_box()->accessibleName(), QString("Network"));
+        QCOMPARE(gui().search_box()->accessibleName(), QString("Search"));
+        const auto *progress = gui().widget().statusBar()->findChild<QProgressBar *>();
+        QCOMPARE(progress->accessibleName(), QString("Progress of the uploads"));
+        gui().enable_logging();
+        const Device *device = window->devices[0]->record();
+        QCOMPARE(gui().log_view(device)->accessibleName(), QString("Firmware log"));
     }
 
     void left_and_right_column_align()
