@@ -94,7 +94,7 @@ WindowHandle &OperatorPlay::gui() const
 
 // Nobody acts behind a dialog. The dialog's event loop may run once more after it has closed, and
 // the window must not be taken away below it.
-bool OperatorPlay::is_free() const
+bool OperatorPlay::is_free()
 {
     return !QApplication::activeModalWidget() && QThread::currentThread()->loopLevel() <= 1;
 }

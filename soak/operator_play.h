@@ -38,7 +38,7 @@ private:
     struct Row;
     static const std::vector<Row> &rows();
 
-    bool is_free() const;
+    static bool is_free();
     void play_one();
     void perform(const Row &row);
 
