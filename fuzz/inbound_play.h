@@ -9,6 +9,7 @@
 #include <memory>
 
 class WindowHandle;
+class QComboBox;
 class QDialog;
 struct Device;
 
@@ -17,16 +18,19 @@ struct Device;
 class InboundPlay
 {
 public:
-    // The window is shown for one input in so many, and hidden, as a minimised one, for the others:
-    // laying out and painting take most of the time.
-    static constexpr int PLAYED_PER_SHOWN = 16;
+    // What takes most of the time is done for one input in so many.
+    struct Shares
+    {
+        int played_per_shown = 16; // the window is hidden, as a minimised one, for the others
+        size_t played_per_cache = 1;
+    };
 
-    // The window is shown. Call it in a private network.
-    InboundPlay();
+    // Call it in a private network.
+    explicit InboundPlay(Shares shares_);
     ~InboundPlay();
 
     // Plays an input from an empty list on. Ends the program when afterwards the list, the registry
-    // and the cache do not hold the same devices.
+    // and, for its share, the cache do not hold the same devices.
     void play(const uint8_t *data, size_t size);
 
 private:
@@ -52,5 +56,7 @@ private:
 
     QTemporaryDir folder;
     std::unique_ptr<WindowHandle> gui;
+    QComboBox *search = nullptr;
+    Shares shares;
     int played = 0; // inputs
 };

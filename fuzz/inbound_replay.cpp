@@ -16,6 +16,7 @@ using namespace simulator;
 namespace {
 
 constexpr double GROWTH_PER_DATAGRAM = 16; // bytes
+constexpr int PLAYED_PER_SHOWN = 16;
 constexpr double GROWTH_ANYHOW = 16 * 1024.0;
 
 QList<QByteArray> read_corpus(const QString &folder)
@@ -65,7 +66,7 @@ Growth growth_of(InboundPlay &inbound, const QList<QByteArray> &arrivals)
 {
     // So many play each with the window shown once, and end where they began between showing and
     // hiding, which moves the heap by half a MB.
-    constexpr int PASSES = InboundPlay::PLAYED_PER_SHOWN;
+    constexpr int PASSES = PLAYED_PER_SHOWN;
     for (int i = 0; i < PASSES; ++i)
         for (const QByteArray &input : arrivals)
             play(inbound, input);
@@ -89,7 +90,7 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "there is no corpus\n");
         return 1;
     }
-    InboundPlay inbound;
+    InboundPlay inbound({.played_per_shown = PLAYED_PER_SHOWN});
     for (const QByteArray &input : corpus)
         play(inbound, input);
     for (int i = 0; i < changes; ++i) {
