@@ -32,11 +32,17 @@ none)
 esac
 # Comparisons are not traced: that took a third of the time, and most inputs are values already.
 mkdir -p "$own/new" "$own/findings" "$own/merged"
-cmake -S . -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ \
-    -DCMAKE_BUILD_TYPE= -DVELMARK_FUZZ=ON -DVELMARK_WERROR=OFF -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld \
-    -DCMAKE_CXX_FLAGS="-O2 -gline-tables-only -fno-omit-frame-pointer -fsanitize=$instruments -fno-sanitize-recover=all -fno-sanitize-coverage=trace-cmp -fsanitize-coverage-ignorelist=$PWD/fuzz/coverage-ignorelist.txt" \
-    >"$build.log" || { cat "$build.log" && exit 1; }
+flags="-O2 -gline-tables-only -fno-omit-frame-pointer -fsanitize=$instruments -fno-sanitize-recover=all"
+flags+=" -fno-sanitize-coverage=trace-cmp -fsanitize-coverage-ignorelist=$PWD/fuzz/coverage-ignorelist.txt"
+# One after another: two fuzzers that are started at once share what they are built from.
+exec 9>"$build.lock"
+flock 9
+grep -qxF "CMAKE_CXX_FLAGS:STRING=$flags" "$build/CMakeCache.txt" 2>/dev/null ||
+    cmake -S . -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE= -DVELMARK_FUZZ=ON \
+        -DVELMARK_WERROR=OFF -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -DCMAKE_CXX_FLAGS="$flags" \
+        >"$build.log" || { cat "$build.log" && exit 1; }
 cmake --build "$build" --parallel "${JOBS:-$(nproc)}" --target "${name}_fuzz"
+exec 9>&-
 
 # A short memory for what was freed (the last 64 KB: an input frees five to ten), and none for
 # where from, makes twice as many executions; no look at what a function leaves on its stack and no
