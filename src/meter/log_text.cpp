@@ -294,18 +294,15 @@ void LogAppender::add(QPlainTextEdit *view, bool highlighted, const QString &tex
 // Views take turns: one with a large backlog does not hold up the others.
 void LogAppender::flush(qsizetype slice)
 {
+    if (bursts.empty())
+        return;
     // Taken out first: whoever listens to a scroll bar may add text again.
-    std::vector<Burst> due;
-    for (size_t i = bursts.size(); i > 0 && slice > 0; --i) {
-        due.push_back(take_from(bursts.front(), slice));
-        slice -= VIEW_COST;
-        if (bursts.front().fragments.empty())
-            bursts.erase(bursts.begin());
-        else
-            std::rotate(bursts.begin(), bursts.begin() + 1, bursts.end());
-    }
-    for (const Burst &burst : due)
-        append_log_fragments(burst.view, burst.fragments);
+    const Burst due = take_from(bursts.front(), slice);
+    if (bursts.front().fragments.empty())
+        bursts.erase(bursts.begin());
+    else
+        std::rotate(bursts.begin(), bursts.begin() + 1, bursts.end());
+    append_log_fragments(due.view, due.fragments);
 }
 
 // Takes from the front of `burst` as much as `slice` allows, at least one character, and takes its

@@ -23,7 +23,7 @@ private slots:
     void the_first_word_and_line_that_are_too_long_are_broken();
     void sixteen_lines_and_more_leave_beforehand_data();
     void sixteen_lines_and_more_leave_beforehand();
-    void a_view_for_which_nothing_is_left_keeps_its_turn();
+    void views_take_turns_each_with_its_slice();
     void a_slice_ends_with_a_fragment_that_takes_all_of_it();
     void a_burst_is_full_with_its_last_character();
     void the_readers_selection_survives_a_burst();
@@ -169,8 +169,10 @@ void LogTextTest::several_views_get_their_own_text()
     appender.add(second.get(), false, "b1");
     appender.add(first.get(), false, "a2");
     QVERIFY(first->toPlainText().isEmpty());
-    appender.flush();
+    appender.flush(); // one view at a time: each paints itself
     QCOMPARE(first->toPlainText(), QString("a1a2"));
+    QCOMPARE(second->toPlainText(), QString());
+    appender.flush();
     QCOMPARE(second->toPlainText(), QString("b1"));
     QVERIFY(appender.is_empty());
     appender.flush();
@@ -186,7 +188,9 @@ void LogTextTest::a_view_that_is_gone_takes_its_text_with_it()
     appender.add(left.get(), false, "b");
     gone.reset();
     appender.flush();
+    appender.flush();
     QCOMPARE(left->toPlainText(), QString("b"));
+    QVERIFY(appender.is_empty());
 }
 
 void LogTextTest::text_added_while_flushing_waits_for_the_next_flush()
@@ -262,7 +266,7 @@ void LogTextTest::sixteen_lines_and_more_leave_beforehand()
     QCOMPARE(fewest, 100 - beforehand);
 }
 
-void LogTextTest::a_view_for_which_nothing_is_left_keeps_its_turn()
+void LogTextTest::views_take_turns_each_with_its_slice()
 {
     std::vector<std::unique_ptr<QPlainTextEdit>> views;
     LogAppender appender;
@@ -270,11 +274,16 @@ void LogTextTest::a_view_for_which_nothing_is_left_keeps_its_turn()
         views.push_back(make_view(0));
         appender.add(views.back().get(), false, "text");
     }
-    appender.flush(LogAppender::VIEW_COST + 4); // what the first one costs
+    appender.flush(4);
     QCOMPARE(views[0]->toPlainText(), QString("text"));
+    QCOMPARE(views[1]->toPlainText(), QString());
     appender.flush(1);
     QCOMPARE(views[1]->toPlainText(), QString("t"));
-    QCOMPARE(views[2]->toPlainText(), QString());
+    appender.flush(1);
+    QCOMPARE(views[1]->toPlainText(), QString("t"));
+    QCOMPARE(views[2]->toPlainText(), QString("t"));
+    appender.flush(4);
+    QCOMPARE(views[1]->toPlainText(), QString("text"));
 }
 
 void LogTextTest::a_slice_ends_with_a_fragment_that_takes_all_of_it()
