@@ -177,7 +177,7 @@ protected:
             press("Next");
             break;
         }
-        QTRY_COMPARE(page(), wanted);
+        QTRY_COMPARE_WITH_TIMEOUT(page(), wanted, 20000); // a busy computer took six seconds
     }
 
     void press_escape(DeppenAss &open)
