@@ -110,9 +110,16 @@ CellTexts::~CellTexts() = default;
 void CellTexts::draw(QPainter *painter, const CellStyle &style, const QRect &rect,
                      const QString &text)
 {
-    if (text.isEmpty())
-        return;
-    if (!is_plain_text(text) || style.search.startsWith(' ') || style.search.endsWith(' ')) {
+    if (is_plain_text(text))
+        draw_plain(painter, style, rect, text);
+    else if (!text.isEmpty())
+        draw_by_document(painter, style, rect, text);
+}
+
+void CellTexts::draw_plain(QPainter *painter, const CellStyle &style, const QRect &rect,
+                           const QString &text)
+{
+    if (style.search.startsWith(' ') || style.search.endsWith(' ')) {
         draw_by_document(painter, style, rect, text);
         return;
     }

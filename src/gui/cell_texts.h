@@ -29,8 +29,11 @@ public:
     CellTexts();
     ~CellTexts();
 
-    // Draws within `rect` alone; the painter is left as it was.
+    // Draws within `rect` alone; the painter is left as it was. The second is for a text that is
+    // known to be plain.
     void draw(QPainter *painter, const CellStyle &style, const QRect &rect, const QString &text);
+    void draw_plain(QPainter *painter, const CellStyle &style, const QRect &rect,
+                    const QString &text);
 
     // A plain text in at most `room` pixels: itself, or with dots for its middle.
     QString fitting(const QFont &font, const QFontMetrics &metrics, const QString &text, int room);

@@ -49,8 +49,7 @@ DeviceTable::DeviceTable()
     for (auto signal : {&DeviceTable::counts_changed, &DeviceTable::column_toggled})
         connect(this, signal, empty_note, &EmptyNote::ask);
     connect(empty_note, &EmptyNote::due, this, [this] {
-        const DeviceCounts now = counts();
-        empty_note->show_counts(now.devices, now.hidden, search());
+        empty_note->show_counts(device_model.rowCount(), hidden_at_the_top(), search());
     });
 }
 
@@ -269,6 +268,14 @@ DeviceCounts DeviceTable::counts() const
         counts.hidden += device_list->isRowHidden(row, QModelIndex());
     }
     return counts;
+}
+
+int DeviceTable::hidden_at_the_top() const
+{
+    int row = 0;
+    while (row < device_model.rowCount() && device_list->isRowHidden(row, QModelIndex()))
+        ++row;
+    return row;
 }
 
 void DeviceTable::repaint_meters()

@@ -110,6 +110,8 @@ private:
     void refresh_row(Device &device, int row);
     void insert_row(Device &device);
     void count_online(RowHead &head, bool is_online);
+    // Above the first row that the search leaves: as many as there are rows when it leaves none.
+    int hidden_at_the_top() const;
     SortedBy sorted_by() const;
     void sort_if_needed();
 

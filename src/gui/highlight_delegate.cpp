@@ -39,7 +39,7 @@ void HighlightDelegate::paint_plain(QPainter *painter, const QStyleOptionViewIte
                                     const QModelIndex &index, const QString &text) const
 {
     const QStyleOptionViewItem cell = setOptions(index, option);
-    const QString shown = fitting_text(cell, text);
+    const QString shown = texts.fitting(cell.font, cell.fontMetrics, text, room_in(cell));
     QRect check_rect;
     QRect picture_rect;
     if (!picture.isNull())
@@ -50,9 +50,21 @@ void HighlightDelegate::paint_plain(QPainter *painter, const QStyleOptionViewIte
     painter->setClipRect(cell.rect);
     drawBackground(painter, cell, index);
     drawDecoration(painter, cell, picture_rect, {});
-    drawDisplay(painter, cell, text_rect, shown);
+    if (shown == text)
+        texts.draw_plain(painter, style_of(cell), text_rect, shown);
+    else
+        drawDisplay(painter, cell, text_rect, shown);
     drawFocus(painter, cell, text_rect);
     painter->restore();
+}
+
+// Pixels that the picture and the margins leave to the text.
+int HighlightDelegate::room_in(const QStyleOptionViewItem &option) const
+{
+    const QStyle *style = option.widget ? option.widget->style() : QApplication::style();
+    const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, option.widget) + 1;
+    const int beside = picture.isNull() ? 0 : option.decorationSize.width() + 2 * margin;
+    return option.rect.width() - beside - 2 * margin;
 }
 
 // In a column that is narrower than its contents dots stand for the middle: names of one site begin
@@ -60,10 +72,7 @@ void HighlightDelegate::paint_plain(QPainter *painter, const QStyleOptionViewIte
 QString HighlightDelegate::fitting_text(const QStyleOptionViewItem &option,
                                         const QString &text) const
 {
-    const QStyle *style = option.widget ? option.widget->style() : QApplication::style();
-    const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, option.widget) + 1;
-    const int beside = picture.isNull() ? 0 : option.decorationSize.width() + 2 * margin;
-    const int room = option.rect.width() - beside - 2 * margin;
+    const int room = room_in(option);
     if (is_plain_text(text))
         return texts.fitting(option.font, option.fontMetrics, text, room);
     if (text.contains(QChar('\n')) || option.fontMetrics.horizontalAdvance(text) <= room)
@@ -95,7 +104,7 @@ QModelIndex HighlightDelegate::shown_index(const QModelIndex &index) const
 {
     const QString text = index.data(Qt::DisplayRole).toString();
     const QString shown = shown_part(text);
-    if (shown.size() == text.size())
+    if (shown == text)
         return index;
     return cell_with(shown, index);
 }
@@ -112,6 +121,10 @@ QModelIndex HighlightDelegate::cell_with(const QString &text, const QModelIndex 
 void HighlightDelegate::drawDisplay(QPainter *painter, const QStyleOptionViewItem &option,
                                     const QRect &rect, const QString &text) const
 {
-    texts.draw(painter, {.font = option.font, .search = search_text, .dark_theme = dark_theme},
-               rect, text);
+    texts.draw(painter, style_of(option), rect, text);
+}
+
+CellStyle HighlightDelegate::style_of(const QStyleOptionViewItem &option) const
+{
+    return {.font = option.font, .search = search_text, .dark_theme = dark_theme};
 }

@@ -38,6 +38,8 @@ private:
     QModelIndex cell_with(const QString &text, const QModelIndex &index) const;
     void paint_plain(QPainter *painter, const QStyleOptionViewItem &option,
                      const QModelIndex &index, const QString &text) const;
+    CellStyle style_of(const QStyleOptionViewItem &option) const;
+    int room_in(const QStyleOptionViewItem &option) const;
     QString fitting_text(const QStyleOptionViewItem &option, const QString &text) const;
 
     mutable CellTexts texts;

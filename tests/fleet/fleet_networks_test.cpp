@@ -67,7 +67,8 @@ private slots:
     {
         window = std::make_unique<WindowCase>();
         gui().show();
-        QTest::qWait(700); // more than one round
+        const QSignalSpy rounds(&gui().discovery_timer(), &QTimer::timeout);
+        QTRY_VERIFY(rounds.size() >= 2);
         QVERIFY(offered().isEmpty());
         QCOMPARE(gui().network(), QString());
         QCOMPARE(gui().send_json("", true, {}, {}), QString("network not found"));

@@ -120,7 +120,9 @@ private slots:
             return online_count(gui()) == 23 && (!device || !device->online);
         };
         QTRY_VERIFY_WITH_TIMEOUT(only_it_is_missing(), 10000);
-        QTest::qWait(1200); // two more rounds, in which it must stay away
+        // Two more rounds that have been answered, in which it must stay away.
+        const QSignalSpy rounds(&gui().discovery_timer(), &QTimer::timeout);
+        QTRY_VERIFY(rounds.size() >= 3);
         QVERIFY(only_it_is_missing());
         fleet->fault(7, "right_checksum");
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 24, 5000);

@@ -1,7 +1,6 @@
 // Reading a metering frame, whatever a device may have put into it.
 #include "meter/meter_report.h"
 
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QtTest>
@@ -100,10 +99,7 @@ void MeterReportTest::a_list_of_30000_entries_is_cut()
         entries.append(i % 71);
     const QJsonObject message
         = {{"metering", QJsonObject{{"channel_peaks", entries}, {"channel_overdrive", entries}}}};
-    QElapsedTimer elapsed;
-    elapsed.start();
     const MeterReport report = read_meter_report(message);
-    QVERIFY(elapsed.elapsed() < 50);
     QCOMPARE(report.peaks.size(), size_t(MAX_METER_CHANNELS));
     QCOMPARE(report.overdrive.size(), size_t(MAX_METER_CHANNELS));
     QCOMPARE(report.peaks.back(), static_cast<float>((MAX_METER_CHANNELS - 1) % 71));

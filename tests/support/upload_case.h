@@ -39,6 +39,16 @@ protected:
         }
     }
 
+    // A datagram comes behind all that has been sent so far: it is the only one.
+    void expect_nothing_sent(int number)
+    {
+        QCoreApplication::processEvents(); // what is about to be sent
+        QUdpSocket().writeDatagram(QByteArray("\0\5\0\0", 4),
+                                   device_address(FIRST_ADDRESS + number), 69);
+        QTRY_VERIFY(peer(number).seen > 0);
+        QCOMPARE(peer(number).seen, 1);
+    }
+
     QString file_with(const QByteArray &content)
     {
         const QString path = window->folder.filePath("offered file");

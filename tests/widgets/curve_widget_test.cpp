@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <ctime>
 #include <limits>
 
 namespace {
@@ -267,10 +268,9 @@ void CurveWidgetTest::other_products_bands_far_outside_are_drawn_quickly()
     view.resize(1900, 500);
     view.set_has_curve(true);
     view.hover_index = 2;
-    QElapsedTimer timer;
-    timer.start();
+    const std::clock_t start = std::clock();
     view.grab();
-    QVERIFY2(timer.elapsed() < 5000, "painting hangs");
+    QVERIFY2(std::clock() - start < 5 * CLOCKS_PER_SEC, "painting hangs");
 }
 
 void CurveWidgetTest::a_drag_tells_where_the_mouse_points()

@@ -106,7 +106,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(first));
         gui().widget().activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
-        QTest::qWait(50); // nothing else is on its way
+        QCoreApplication::processEvents(); // nothing else is on its way
         QCOMPARE(QApplication::activeWindow(), &gui().widget());
         gui().open_log(device.record());
         QCOMPARE(gui().log_window(device.record()), first);
@@ -273,7 +273,8 @@ private slots:
         for (int i = 0; i < COUNT + 1; ++i)
             window->add({});
         gui().open_log(window->devices[COUNT]->record()); // fonts and styles are loaded with it
-        QTest::qWait(500);
+        const LogWindow *first = gui().log_window(window->devices[COUNT]->record());
+        QTRY_VERIFY(first->backingStore() && first->backingStore()->size() == first->size());
         const double before = resident_megabytes();
         for (int i = 0; i < COUNT; ++i)
             gui().open_log(window->devices[size_t(i)]->record());
