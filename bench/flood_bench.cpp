@@ -185,6 +185,6 @@ int main(int argc, char **argv)
         std::printf("the longest turn of the window, in CPU time, under a flood\n");
         for (const Flood &flood : FLOODS)
             if (arguments.isEmpty() || QString(flood.what).contains(arguments.front()))
-                bench_flood(flood, is_short ? 1500 : 8000);
+                bench_flood(flood, is_short ? 800 : 8000);
     });
 }

@@ -292,17 +292,19 @@ void LogAppender::add(QPlainTextEdit *view, bool highlighted, const QString &tex
 }
 
 // Views take turns: one with a large backlog does not hold up the others.
-void LogAppender::flush(qsizetype slice)
+bool LogAppender::flush(qsizetype slice)
 {
     if (bursts.empty())
-        return;
+        return false;
     // Taken out first: whoever listens to a scroll bar may add text again.
     const Burst due = take_from(bursts.front(), slice);
-    if (bursts.front().fragments.empty())
-        bursts.erase(bursts.begin());
-    else
+    const bool is_left = !bursts.front().fragments.empty();
+    if (is_left)
         std::rotate(bursts.begin(), bursts.begin() + 1, bursts.end());
+    else
+        bursts.erase(bursts.begin());
     append_log_fragments(due.view, due.fragments);
+    return is_left;
 }
 
 // Takes from the front of `burst` as much as `slice` allows, at least one character, and takes its

@@ -36,11 +36,12 @@ public:
     void add(QPlainTextEdit *view, bool highlighted, const QString &text);
     // Appends a slice of what was collected for one view, which paints itself afterwards: two of
     // them in a turn of the event loop took 11 to 14 ms. What is left waits for the next call. A
-    // view that is gone takes its text with it.
-    void flush(qsizetype slice = SLICE);
+    // view that is gone takes its text with it. Returns whether text of this view is left.
+    bool flush(qsizetype slice = SLICE);
     // Forgets what waits for this view.
     void drop(const QPlainTextEdit *view);
     bool is_empty() const { return bursts.empty(); }
+    size_t views() const { return bursts.size(); } // for which text waits
     // So much is collected that a flush takes some milliseconds: the moment to let the event loop
     // breathe before more is read.
     bool is_full() const;

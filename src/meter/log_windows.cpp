@@ -4,6 +4,8 @@
 #include "meter/log_window.h"
 #include "model/device.h"
 
+#include <algorithm>
+
 namespace {
 // Nobody reads a page that is gone with the next frame: a flood that turned one waits for two.
 // 16 messages a turn came in at 1.5 times the lines a second of CPU time that way.
@@ -119,15 +121,24 @@ void LogWindows::show_soon()
         throttle.ask();
 }
 
-// What is left of a huge message comes in the next turns of the event loop.
+// Each window that waits when a frame begins has its turn in it, and what is left of a huge message
+// comes in the next turns. What comes meanwhile waits for the next frame: twenty windows that are
+// written to in turn would be painted for each line.
 void LogWindows::flush()
 {
     const bool is_flood = appender.is_flood();
-    appender.flush();
+    if (left_in_frame == 0)
+        left_in_frame = appender.views();
+    const bool is_huge = appender.flush();
+    left_in_frame -= std::min<size_t>(left_in_frame, 1);
     throttle.set_frame(is_flood ? FLOOD_FRAME : FrameThrottle::FRAME);
     throttle.note_done();
-    if (!appender.is_empty())
+    if (appender.is_empty())
+        left_in_frame = 0;
+    else if (is_huge || left_in_frame > 0)
         throttle.ask_next_turn();
+    else
+        throttle.ask();
 }
 
 // What came before the key was pressed goes too, shown or not.

@@ -38,7 +38,9 @@ public:
     // Text for the device's window, which show_soon or flush shows. Nothing without a window.
     void append(const Device *device, bool highlighted, const QString &text);
     void show_soon(); // at most once per painted frame, unless much is there
-    void flush();     // at once, up to a slice
+    void flush();     // at once, up to a slice of one window's
+    // ms until what is left is shown, 0 being the next turn, as was asked for.
+    int wait() const { return throttle.wait(); }
     bool is_full() const { return appender.is_full(); }   // no more should be taken on
     bool is_empty() const { return appender.is_empty(); } // all is shown
 
@@ -60,5 +62,6 @@ private:
     std::deque<Device *> waiting = {}; // to be opened
     QTimer turn;                       // single-shot, 0 ms: the next one
     LogAppender appender;
+    size_t left_in_frame = 0; // windows that have their turn in this one
     FrameThrottle throttle;
 };

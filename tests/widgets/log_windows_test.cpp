@@ -74,6 +74,33 @@ private slots:
         expect_rest(FrameThrottle::FRAME);
     }
 
+    // Twenty that are written to in turn would otherwise be painted for each line.
+    void each_window_has_one_turn_in_a_frame()
+    {
+        Device second;
+        logs->open({&second});
+        logs->append(device.get(), false, "a");
+        logs->append(&second, false, "b");
+        logs->flush();
+        QCOMPARE(shown(), QString("a"));
+        QCOMPARE(logs->window(&second)->log()->toPlainText(), QString());
+        QCOMPARE(logs->wait(), 0);
+        logs->append(device.get(), false, "c");
+        logs->flush();
+        QCOMPARE(logs->window(&second)->log()->toPlainText(), QString("b"));
+        QCOMPARE(shown(), QString("a"));
+        QCOMPARE(logs->wait(), FrameThrottle::FRAME);
+        logs->drop(&second);
+    }
+
+    void what_is_left_of_a_huge_message_comes_in_the_next_turn()
+    {
+        logs->append(device.get(), false, QString("a line of a flood\n").repeated(10000));
+        logs->flush();
+        QVERIFY(!logs->is_empty());
+        QCOMPARE(logs->wait(), 0);
+    }
+
     void nothing_is_opened_or_shown_after_the_end()
     {
         Device second;
