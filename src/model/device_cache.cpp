@@ -192,7 +192,7 @@ void DeviceCache::choose_parts()
     last_arrival = size <= room_for_parts
         ? arrivals
         : last_arrival_with_room(std::move(parts), room_for_parts);
-    text.reserve(static_cast<int>(std::min<qint64>(size, room_for_parts)) + 1024);
+    text.reserve(static_cast<int>(std::min<qint64>(size, room_for_parts)) + AROUND_PARTS);
     begin_cache_text(text);
     position = QString();
     step = Step::ADDING;

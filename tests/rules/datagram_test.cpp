@@ -1,21 +1,10 @@
 // Framing in both directions.
-#include "link/crc32.h"
 #include "link/datagram.h"
+#include "support/two_ways.h"
 #include "support/vectors.h"
 
 #include <QJsonDocument>
 #include <QtTest>
-
-namespace {
-
-QByteArray with_trailer(const QByteArray &bytes)
-{
-    const uint32_t sum = crc32(0, reinterpret_cast<const uint8_t *>(bytes.constData()),
-                               static_cast<size_t>(bytes.size()));
-    return bytes + "\n//#" + QByteArray::number(sum, 16).rightJustified(8, '0');
-}
-
-} // namespace
 
 class DatagramTest : public QObject
 {
@@ -55,7 +44,7 @@ private slots:
 
     void a_trailer_in_upper_case_is_accepted()
     {
-        QByteArray datagram = with_trailer("{\"a\":1}");
+        QByteArray datagram = with_checksum("{\"a\":1}");
         datagram = datagram.left(datagram.size() - 8) + datagram.right(8).toUpper();
         QVERIFY(read_frame(datagram).verdict == FrameVerdict::OK);
     }
@@ -70,10 +59,10 @@ private slots:
     void the_trailer_covers_the_attachment()
     {
         const QByteArray bytes = QByteArray("{\"a\":1}") + '\0' + "at\n//#tached";
-        const Frame frame = read_frame(with_trailer(bytes));
+        const Frame frame = read_frame(with_checksum(bytes));
         QVERIFY(frame.verdict == FrameVerdict::OK);
         QCOMPARE(frame.attachment, QByteArray("at\n//#tached"));
-        QByteArray broken = with_trailer(bytes);
+        QByteArray broken = with_checksum(bytes);
         broken[10] = 'x';
         QVERIFY(read_frame(broken).verdict == FrameVerdict::BAD_CHECKSUM);
     }
@@ -91,13 +80,13 @@ private slots:
     void an_array_is_no_object()
     {
         QVERIFY(read_frame("[1,2]").verdict == FrameVerdict::NO_OBJECT);
-        QVERIFY(read_frame(with_trailer("[]")).verdict == FrameVerdict::NO_OBJECT);
+        QVERIFY(read_frame(with_checksum("[]")).verdict == FrameVerdict::NO_OBJECT);
     }
 
     void no_truncation_of_a_good_datagram_is_taken_for_good()
     {
         const QByteArray datagram
-            = with_trailer(QByteArray("{\"device_id\":\"a\",\"seq\":0}") + '\0' + "xy");
+            = with_checksum(QByteArray("{\"device_id\":\"a\",\"seq\":0}") + '\0' + "xy");
         for (int size = 0; size < datagram.size(); ++size) {
             const Frame frame = read_frame(datagram.left(size));
             // Past the object's end a cut leaves a whole object behind, without its trailer.

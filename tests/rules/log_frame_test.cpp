@@ -1,12 +1,10 @@
 // Log messages that are read the short way: what it takes, the long way reads alike.
-#include "link/crc32.h"
 #include "link/datagram.h"
 #include "link/packet_kind.h"
 #include "meter/log_frame.h"
+#include "support/two_ways.h"
 
 #include <QtTest>
-
-#include <random>
 
 namespace {
 
@@ -14,13 +12,6 @@ const QByteArray HEAD = R"({"api_version":6,"command":"raw_log","device_id":"0a1
                         R"("overflow":false,"pos":4294967290})";
 const QByteArray TEXT("\0\4\0log\n", 7); // a zero byte, the length, the bytes
 const QByteArray USUAL = HEAD + TEXT;
-
-QByteArray with_checksum(const QByteArray &text)
-{
-    const uint32_t sum = crc32(0, reinterpret_cast<const uint8_t *>(text.constData()),
-                               static_cast<size_t>(text.size()));
-    return text + "\n//#" + QByteArray::number(sum, 16).rightJustified(8, '0');
-}
 
 struct LongReading
 {
@@ -149,22 +140,12 @@ void LogFrameTest::anything_else_is_left_to_the_long_way()
 
 void LogFrameTest::every_part_of_a_message_is_read_alike()
 {
-    const QByteArray whole = with_checksum(USUAL);
-    for (int begin = 0; begin < whole.size(); ++begin)
-        for (int size = 1; size <= whole.size() - begin; ++size)
-            reads_alike(whole.mid(begin, size));
+    play_every_part(with_checksum(USUAL), reads_alike);
 }
 
 void LogFrameTest::every_other_byte_at_every_place_is_read_alike()
 {
-    int taken = 0;
-    for (int at = 0; at < USUAL.size(); ++at) {
-        for (int byte = 0; byte < 256; ++byte) {
-            QByteArray changed = USUAL;
-            changed[at] = static_cast<char>(byte);
-            taken += reads_alike(changed) + reads_alike(with_checksum(changed));
-        }
-    }
+    const int taken = play_every_other_byte(USUAL, reads_alike);
     QVERIFY(taken > 1000); // other digits, other letters of the id, other bytes of the text
 }
 
@@ -186,14 +167,7 @@ void LogFrameTest::shuffled_pieces_are_read_alike()
                                       "\"pos\":12345678901",
                                       " ",
                                       ""};
-    std::mt19937 random(1);
-    int taken = 0;
-    for (int round = 0; round < 20000; ++round) {
-        QByteArrayList chosen;
-        for (int i = static_cast<int>(random() % 5); i >= 0; --i)
-            chosen.append(pieces.at(static_cast<int>(random() % (random() % 2 ? 5U : 15U))));
-        taken += reads_alike("{" + chosen.join(',') + "}" + TEXT);
-    }
+    const int taken = play_shuffled(pieces, 5, TEXT, reads_alike);
     QVERIFY(taken > 500);
 }
 
