@@ -5,6 +5,7 @@
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTextLayout>
 
 #include <algorithm>
 
@@ -207,6 +208,39 @@ private:
     QWidget *viewport;
 };
 
+// Otherwise the toolkit forgets the glyphs of a line when it has been laid out, and again each time
+// that it has been painted, and looks all of them up anew: half of what a line costs. Kept for all
+// lines they would take more room than the text.
+class PageGlyphs
+{
+public:
+    PageGlyphs(const QPlainTextEdit *view, bool follows_end, int new_lines)
+        : document(view->document())
+        , page(follows_end ? view->verticalScrollBar()->pageStep() + 1 : 0)
+    {
+        QTextBlock line = document->lastBlock();
+        for (int stays = page - new_lines; stays > 0 && line.isValid(); --stays)
+            line = line.previous();
+        for (; line.isValid() && line.layout()->cacheEnabled(); line = line.previous()) {
+            line.layout()->setCacheEnabled(false);
+            line.clearLayout();
+        }
+    }
+    // Before the lines are laid out.
+    void keep() const
+    {
+        QTextBlock line = document->lastBlock();
+        for (int left = page; left > 0 && line.isValid(); --left) {
+            line.layout()->setCacheEnabled(true);
+            line = line.previous();
+        }
+    }
+
+private:
+    const QTextDocument *document;
+    int page; // lines that may be in view
+};
+
 // Two pieces inserted as one give what they give one by one, unless a line end lies across them.
 bool joins(const LogFragment &first, bool highlighted, const QString &text)
 {
@@ -262,6 +296,7 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
     const PageTurn page(view, follows_end && new_lines > 2 * bar->pageStep());
     make_room(view, new_lines);
     prepare_long_words(view, fragments);
+    const PageGlyphs glyphs(view, follows_end, new_lines);
     QTextCursor cursor = view->textCursor();
     // One edit block: the view lays out and trims once, each fragment still finds what the one
     // before it left.
@@ -270,6 +305,7 @@ void append_log_fragments(QPlainTextEdit *view, const std::vector<LogFragment> &
         end_endless_line(cursor);
         insert_at_end(cursor, fragment.highlighted, fragment.text);
     }
+    glyphs.keep();
     cursor.endEditBlock();
     if (follows_end)
         scroll_to_end(view, cursor);

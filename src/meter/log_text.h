@@ -30,7 +30,7 @@ public:
     // more.
     static constexpr qsizetype SLICE = 96 * 1024;
     static constexpr qsizetype ODD_COST = 16;
-    static constexpr qsizetype LONE_COST = 256;
+    static constexpr qsizetype LONE_COST = 384;
     static constexpr qsizetype LINE_COST = 23;
 
     void add(QPlainTextEdit *view, bool highlighted, const QString &text);

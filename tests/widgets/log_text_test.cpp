@@ -1,9 +1,22 @@
 // Text in log windows: colours, scrolling, and bursts that leave no trace of being joined.
 #include "support/log_view.h"
 
+#include <QTextLayout>
 #include <QtTest>
 
 #include <algorithm>
+
+namespace {
+
+int count_of_kept(const QTextDocument *document)
+{
+    int count = 0;
+    for (QTextBlock line = document->begin(); line.isValid(); line = line.next())
+        count += line.layout()->cacheEnabled();
+    return count;
+}
+
+} // namespace
 
 class LogTextTest : public QObject
 {
@@ -27,6 +40,8 @@ private slots:
     void a_slice_ends_with_a_fragment_that_takes_all_of_it();
     void a_burst_is_full_with_its_last_character();
     void the_readers_selection_survives_a_burst();
+    void glyphs_are_kept_of_the_lines_in_view_and_of_no_others();
+    void lines_with_kept_glyphs_look_as_those_drawn_anew();
     void several_views_get_their_own_text();
     void a_view_that_is_gone_takes_its_text_with_it();
     void text_added_while_flushing_waits_for_the_next_flush();
@@ -158,6 +173,51 @@ void LogTextTest::the_readers_selection_survives_a_burst()
     view->setTextCursor(cursor);
     append_log_fragments(view.get(), {{.text = "more\n"}, {.highlighted = true, .text = "x\n"}});
     QCOMPARE(view->textCursor().selectedText(), QString("two"));
+}
+
+void LogTextTest::glyphs_are_kept_of_the_lines_in_view_and_of_no_others()
+{
+    const auto view = make_view(400);
+    QScrollBar *const bar = view->verticalScrollBar();
+    for (int i = 0; i < 60; ++i)
+        append_log_fragments(view.get(), {{.text = "line\n"}});
+    for (QTextBlock line = view->document()->begin(); line.isValid(); line = line.next())
+        QCOMPARE(line.layout()->lineCount() > 0, line.layout()->cacheEnabled());
+    for (const int lines : {1, 3, 40, 2, 0, 1, 500, 7, 1, 90, 5, 5, 5, 30}) {
+        append_log_fragments(view.get(), {{.text = "a" + QString("b\n").repeated(lines)}});
+        QVERIFY(count_of_kept(view->document()) <= bar->pageStep() + 1);
+        QVERIFY(view->document()->lastBlock().layout()->cacheEnabled());
+    }
+    QCOMPARE(count_of_kept(view->document()), bar->pageStep() + 1);
+    bar->setValue(17);
+    append_log_fragments(view.get(), {{.text = QString("more\n").repeated(30)}});
+    QCOMPARE(count_of_kept(view->document()), 0);
+}
+
+void LogTextTest::lines_with_kept_glyphs_look_as_those_drawn_anew()
+{
+    const auto kept = make_view(0);
+    const auto anew = make_view(0);
+    const QStringList pieces{"boot\n",  QString("word ").repeated(60),
+                             "\n\n",    QString::fromUtf8("\xd7\x90x ").repeated(90),
+                             "\ttab\n", "[32] dsp: clock locked\nand",
+                             " on\n",   QString("line\n").repeated(30)};
+    for (int i = 0; i < 2 * pieces.size(); ++i) {
+        const QString &piece = pieces.at(i % pieces.size());
+        append_log_fragments(kept.get(), {{.highlighted = i % 3 == 1, .text = piece}});
+        append_log_fragments(anew.get(), {{.highlighted = i % 3 == 1, .text = piece}});
+        for (QTextBlock line = anew->document()->begin(); line.isValid(); line = line.next()) {
+            line.layout()->setCacheEnabled(false);
+            line.clearLayout();
+        }
+        QCOMPARE(kept->grab().toImage(), anew->grab().toImage());
+        // What is selected is drawn in another colour, with the same glyphs.
+        for (QPlainTextEdit *view : {kept.get(), anew.get()})
+            i % 4 == 3 ? view->selectAll() : view->moveCursor(QTextCursor::Start);
+        for (QPlainTextEdit *view : {kept.get(), anew.get()})
+            view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+        QCOMPARE(kept->grab().toImage(), anew->grab().toImage());
+    }
 }
 
 void LogTextTest::several_views_get_their_own_text()
