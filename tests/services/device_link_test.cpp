@@ -10,6 +10,7 @@
 
 #include <arpa/inet.h>
 #include <ctime>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -237,6 +238,30 @@ private slots:
         QCOMPARE(heard.size(), 30);
     }
 
+    void another_socket_that_tells_of_more_starts_no_second_slice_in_a_turn()
+    {
+        link->open();
+        burden = 7;
+        send_some(30);
+        link->on_packet();
+        QVERIFY(!link->is_drained());
+        send_some(1, BROADCAST_PORT);
+        const auto before = slices.size();
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        QCOMPARE(slices.size(), before + 1);
+        QTRY_COMPARE(heard.size(), 31);
+    }
+
+    void what_waits_is_read_port_by_port()
+    {
+        link->open();
+        QUdpSocket sender;
+        sender.writeDatagram("second", LOOPBACK, BROADCAST_PORT);
+        sender.writeDatagram("first", LOOPBACK, DEVICE_PORT);
+        link->on_packet();
+        QCOMPARE(heard, (QList<QByteArray>{"first", "second"}));
+    }
+
     void a_slot_may_end_the_slice()
     {
         link->open();
@@ -276,6 +301,7 @@ private slots:
         send_some(3);
         link->on_packet();
         link->close();
+        QVERIFY(link->is_drained());
         link->on_packet();
         QTest::qWait(20);
         QCOMPARE(heard, QList<QByteArray>{"0"});
@@ -312,6 +338,7 @@ private slots:
     {
         link->open();
         QCOMPARE(link->send("lo", false, LOOPBACK, "x"), QString());
+        QCOMPARE(link->send("lo", false, LOOPBACK, QByteArray()), QString());
         QCOMPARE(link->send("lo", false, LOOPBACK, QByteArray(70000, 'x')),
                  QString("sending packet failed"));
         QTest::ignoreMessage(QtDebugMsg, "can't send to unknown network \"nowhere\"");
@@ -398,6 +425,10 @@ private slots:
         QCOMPARE(link->bind_troubles(), QStringList());
         QCOMPARE(changed.count(), 2);
         QVERIFY(receive_buffer_of(0x0A080007, DEVICE_PORT) > 0);
+        // What goes on as it was is no news.
+        QCOMPARE(link->send("lo", false, LOOPBACK, "x"), QString());
+        QCOMPARE(link->source_address(), QHostAddress());
+        QCOMPARE(changed.count(), 2);
     }
 
     void each_port_that_is_taken_at_the_start_is_told_once()
@@ -411,6 +442,24 @@ private slots:
         QCOMPARE(link->bind_troubles(),
                  (QStringList{TAKEN,
                               "Port 7055 is taken by another program: devices may not be heard."}));
+    }
+
+    void a_port_that_nobody_has_taken_is_told_otherwise()
+    {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const int next = dup(STDERR_FILENO);
+        const rlimit none{.rlim_cur = static_cast<rlim_t>(next), .rlim_max = limit.rlim_max};
+        ::close(next);
+        for (const char *port : {"7054", "7054", "7055"})
+            QTest::ignoreMessage(QtDebugMsg,
+                                 QRegularExpression(QString("can't bind UDP port %1").arg(port)));
+        setrlimit(RLIMIT_NOFILE, &none);
+        link->open();
+        setrlimit(RLIMIT_NOFILE, &limit);
+        QCOMPARE(link->bind_troubles(),
+                 (QStringList{"Port 7054 could not be opened: devices may not be heard.",
+                              "Port 7055 could not be opened: devices may not be heard."}));
     }
 };
 
