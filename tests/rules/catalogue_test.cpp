@@ -201,6 +201,28 @@ private slots:
         QCOMPARE(stale_mask(PF_EQ | PF_BACKUP), 0U);
     }
 
+    void whatever_shapes_an_editor_makes_another_of_it()
+    {
+        const PropertyDesc desc = catalogue().product_table.at(5).properties.at("dsp/eq0/freq");
+        QVERIFY(desc.same_editor(PropertyDesc(desc)));
+        const std::vector<void (*)(PropertyDesc &)> changes{
+            [](PropertyDesc &other) { other.key += "x"; },
+            [](PropertyDesc &other) { other.path.push_back("x"); },
+            [](PropertyDesc &other) { other.label += "x"; },
+            [](PropertyDesc &other) { other.kind = PROP_FLOAT; },
+            [](PropertyDesc &other) { other.min -= 1.0; },
+            [](PropertyDesc &other) { other.max += 1.0; },
+            [](PropertyDesc &other) { other.unit += "x"; },
+            [](PropertyDesc &other) { other.decimals += 1; },
+            [](PropertyDesc &other) { other.choices.push_back({.value = 1, .label = "x"}); },
+            [](PropertyDesc &other) { other.user_value = 1; }};
+        for (size_t i = 0; i < changes.size(); ++i) {
+            PropertyDesc other = desc;
+            changes[i](other);
+            QVERIFY2(!desc.same_editor(other), qPrintable(QString::number(i)));
+        }
+    }
+
     void flags_and_needs_do_not_count_as_another_editor()
     {
         PropertyDesc desc = desc_of(3, "dsp/bank");

@@ -170,6 +170,14 @@ private slots:
         QCOMPARE(device->properties.at("stream/name").choices.size(), size_t(1));
     }
 
+    void a_device_that_hears_no_session_offers_to_disable_at_once()
+    {
+        merge_report(*device, loudspeaker());
+        QCOMPARE(device->properties.at("stream/name").choices.size(), size_t(1));
+        QCOMPARE(device->properties.at("stream/name").choices.front().label,
+                 std::string("<disable>"));
+    }
+
     void sessions_of_wrong_types_are_empty_ones()
     {
         const std::vector<session_item> sessions = sessions_of(
@@ -221,6 +229,9 @@ private slots:
         QCOMPARE(dsp.value("eq0").toObject().value("q").toDouble(), 0.1);
         QCOMPARE(dsp.value("eq0").toObject().value("gain").toDouble(), -25.0);
         QCOMPARE(dsp.value("eq0").toObject().value("freq").toDouble(), 10.0);
+        QCOMPARE(report.value("link_state").toObject().value("rx_bw"), QJsonValue(0));
+        QCOMPARE(report.value("net").toObject().value("static_ip"), QJsonValue("0.0.0.0"));
+        QCOMPARE(report.value("ui").toObject().value("loc"), QJsonValue(""));
         QVERIFY(!report.contains("dummy"));
         QVERIFY(!report.contains("firmware_version"));
     }

@@ -186,6 +186,39 @@ private slots:
         QCOMPARE(box.current, QString("direct3"));
     }
 
+    // Each interface has one of IPv6.
+    void a_link_local_address_counts_where_it_is_ipv4()
+    {
+        NetworkInterface interface = usable("lan", "192.168.1.5");
+        interface.entries.push_back({.ip = QHostAddress("fe80::1"), .netmask = QHostAddress()});
+        QVERIFY(!has_link_local_address(interface));
+        QVERIFY(has_link_local_address(usable("direct", "169.254.3.4")));
+    }
+
+    // Whoever chose by hand in a copy that saves nothing would be sent back each half second.
+    void a_round_without_news_selects_nothing()
+    {
+        std::set<QString> known{"lan", "direct"};
+        bool is_link_local = false;
+        QStringList selected;
+        const auto select = [&selected](const QString &name) {
+            selected.append(name);
+            return false;
+        };
+        const std::vector<NetworkInterface> same{usable("lan", "192.168.1.5"),
+                                                 usable("direct", "169.254.3.4")};
+        update_networks(same, known, is_link_local, "lan",
+                        {.add = [](auto &) {}, .select = select});
+        QCOMPARE(selected, QStringList());
+    }
+
+    void a_tip_tells_this_computers_address()
+    {
+        QCOMPARE(network_tip({.index = 1, .source = QHostAddress("10.8.0.1")}),
+                 QString("The network with the devices; this computer is 10.8.0.1"));
+        QCOMPARE(network_tip({}), QString("The network with the devices"));
+    }
+
     void the_report_names_every_interface_of_this_machine()
     {
         const QString report = network_report();

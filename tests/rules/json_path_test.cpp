@@ -71,6 +71,7 @@ private slots:
         QVERIFY(!value_from_json({{"a", 48.5}}, desc).isValid());
         QVERIFY(!value_from_json({{"a", "5"}}, desc).isValid());
         QCOMPARE(value_from_json({{"a", -2147483648.0}}, desc), QVariant(-2147483647 - 1));
+        QCOMPARE(value_from_json({{"a", 2147483647.0}}, desc), QVariant(2147483647));
         for (const double number : {3e9, -3e9, 1e300, -1e300, qInf(), qQNaN()})
             QVERIFY(!value_from_json({{"a", number}}, desc).isValid());
     }

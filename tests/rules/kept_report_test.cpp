@@ -62,6 +62,16 @@ private slots:
         }
     }
 
+    // Parsed, each of these takes about as much as the longest datagram.
+    void what_takes_more_parsed_than_a_datagram_is_kept_as_text()
+    {
+        for (const int lists : {300, 700}) {
+            KeptReport report(read("{\"x\":[" + QByteArray("[],").repeated(lists) + "1]}"));
+            report.settle();
+            QCOMPARE(report.is_text(), lists == 700);
+        }
+    }
+
     void a_new_report_replaces_one_kept_as_text()
     {
         KeptReport report(read(many_lists()));
@@ -80,6 +90,7 @@ private slots:
         QVERIFY(heavy == KeptReport(heavy));
         QVERIFY(!(heavy == other));
         QVERIFY(!(heavy == KeptReport(plain_report())));
+        QVERIFY(!(KeptReport(plain_report()) == KeptReport(QJsonObject{{"device_id", "a"}})));
         QVERIFY(KeptReport(plain_report()) == KeptReport(plain_report()));
     }
 
@@ -98,6 +109,11 @@ private slots:
     void weighing_ends_above_what_is_asked_for()
     {
         QVERIFY(parsed_weight(read(many_lists()), 1000) > 1000);
+        QJsonArray lists;
+        for (int i = 0; i < 100; ++i)
+            lists.append(QJsonArray{1, 2, 3});
+        // Of a hundred lists with 96 bytes and three members each no more than one is looked at.
+        QCOMPARE(parsed_weight(lists, 96 + 100 * 32), 96 + 100 * 32 + 96 + 3 * 32);
         QVERIFY(parsed_weight(read(many_lists()), 1 << 30) > 15000 * 96);
         QVERIFY(parsed_weight(plain_report(), 1000) < 1000);
         QCOMPARE(parsed_weight(5, 1000), 0);

@@ -49,6 +49,10 @@ private slots:
             << QByteArray(R"({"product":"KESTA","device_id":"a","seq":false})") << reply;
         QTest::newRow("another family")
             << QByteArray(R"({"product":"kesta","device_id":"a","seq":0})") << reply;
+        QTest::newRow("a longer family name")
+            << QByteArray(R"({"product":"KESTA2","device_id":"a","seq":0})") << reply;
+        QTest::newRow("a fraction of 1")
+            << QByteArray(R"({"product":"KESTA","device_id":"a","seq":0.5})") << reply;
         QTest::newRow("empty id") << QByteArray(R"({"product":"KESTA","device_id":"","seq":0})")
                                   << reply;
         QTest::newRow("id as number")

@@ -297,6 +297,7 @@ private slots:
     void a_file_too_large_to_be_read_is_set_aside()
     {
         put(path, R"({"devices":[{"data":{"device_id":"a"}}]})");
+        QCOMPARE(LARGEST_CACHE, 134217728); // bytes
         QVERIFY(QFile::resize(path, qint64{LARGEST_CACHE} + 1));
         cache->set_read_only(true);
         QCOMPARE(load(), size_t(0));
@@ -361,6 +362,20 @@ private slots:
         const std::vector<SavedDevice> saved = read_cache_text(contents(path));
         QVERIFY(saved.front().data.value("memo").toString().size() > 1000);
         QCOMPARE(saved.back().data.value("memo").toString(), QString("first"));
+    }
+
+    void devices_of_the_start_keep_their_room_from_save_to_save()
+    {
+        report(plain_report("a"));
+        cache->save();
+        restart(100 * 1024);
+        load();
+        for (int i = 0; i < 4; ++i) {
+            const QString memo = QString(60 * 1024, 'm') + QString::number(i);
+            report(plain_report("a", memo));
+            cache->save();
+            QCOMPARE(read_cache_text(contents(path)).front().data.value("memo").toString(), memo);
+        }
     }
 
     void a_device_of_the_start_that_was_deleted_has_its_place_when_it_returns()

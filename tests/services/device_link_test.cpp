@@ -325,6 +325,19 @@ private slots:
         QCOMPARE(link->source_address(), QHostAddress("10.8.0.1"));
     }
 
+    void interfaces_are_told_as_they_are()
+    {
+        shell("ip link add near type veth peer name nearx; ip link set near up");
+        std::map<QString, NetworkInterface> found;
+        for (const NetworkInterface &interface : present_interfaces())
+            found[interface.name] = interface;
+        QVERIFY(found["near"].is_up);
+        QVERIFY(!found["near"].is_running); // its far end is down
+        QVERIFY(found["near"].can_broadcast);
+        QVERIFY(!found["nearx"].is_up);
+        QVERIFY(found["lo"].is_up && found["lo"].is_running && !found["lo"].can_broadcast);
+    }
+
     void a_broadcast_goes_to_the_networks_own_address()
     {
         lay_cable("near", "10.8.0.1/24");

@@ -43,7 +43,7 @@ private slots:
         QTRY_COMPARE(due->count(), 1);
         for (int i = 0; i < 1000; ++i)
             throttle->ask();
-        QCOMPARE(throttle->wait(), FrameThrottle::FRAME);
+        QCOMPARE(throttle->wait(), 16);
         QTRY_COMPARE(due->count(), 2);
         QCoreApplication::processEvents();
         QCOMPARE(due->count(), 2);
