@@ -47,6 +47,23 @@ private slots:
         QCOMPARE(table->selected(), (std::vector<Device *>{devices[1].get()}));
     }
 
+    void values_are_not_edited_in_the_list()
+    {
+        add("Left");
+        click(0);
+        QTest::mouseDClick(view()->viewport(), Qt::LeftButton, {}, middle_of(0));
+        QTest::keyClick(view(), Qt::Key_F2);
+        QTest::keyClicks(view(), "x");
+        QCOMPARE(view()->editTriggers(), QAbstractItemView::NoEditTriggers);
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList("Left"));
+        QVERIFY(view()->viewport()->findChildren<QWidget *>().isEmpty());
+    }
+
+    void pictures_have_32_points()
+    {
+        QCOMPARE(view()->iconSize(), QSize(32, 32) * qApp->devicePixelRatio());
+    }
+
     void all_rows_are_as_high_as_the_first()
     {
         add("Left");
@@ -161,6 +178,42 @@ private slots:
         QVERIFY(table->selected().empty());
         QTest::keyClick(view(), Qt::Key_Home);
         QCOMPARE(table->selected(), (std::vector<Device *>{devices[0].get()}));
+    }
+
+    // With Shift rows are selected as far as the key goes, and with Ctrl it only moves.
+    void every_key_that_leads_to_a_row_selects_it_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("first");
+        QTest::addColumn<int>("selected");
+        QTest::newRow("Up") << int(Qt::Key_Up) << 0 << 0;
+        QTest::newRow("Down") << int(Qt::Key_Down) << 2 << 2;
+        QTest::newRow("Home") << int(Qt::Key_Home) << 0 << 0;
+        QTest::newRow("End") << int(Qt::Key_End) << 2 << 2;
+        QTest::newRow("Page up") << int(Qt::Key_PageUp) << 0 << 0;
+        QTest::newRow("Page down") << int(Qt::Key_PageDown) << 2 << 2;
+        QTest::newRow("another key") << int(Qt::Key_F7) << 1 << -1;
+    }
+    void every_key_that_leads_to_a_row_selects_it()
+    {
+        QFETCH(int, key);
+        QFETCH(int, first);
+        QFETCH(int, selected);
+        for (const char *name : {"name 0", "name 1", "name 2"})
+            add(name);
+        const auto stand_on = [this, first] {
+            view()->selectionModel()->setCurrentIndex(table->model().index(first, 0),
+                                                      QItemSelectionModel::Clear);
+        };
+        stand_on();
+        QTest::keyClick(view(), Qt::Key(key), Qt::ControlModifier);
+        QVERIFY(table->selected().empty());
+        stand_on();
+        QTest::keyClick(view(), Qt::Key(key), Qt::KeypadModifier);
+        const auto expected = selected < 0
+            ? std::vector<Device *>{}
+            : std::vector<Device *>{devices[static_cast<size_t>(selected)].get()};
+        QCOMPARE(table->selected(), expected);
     }
 
     void devices_are_counted()
@@ -297,6 +350,32 @@ private slots:
         QVERIFY(texts().isEmpty());
         table->remove({devices[0].get()});
         QTRY_COMPARE(texts(), QStringList("No device on eth0"));
+    }
+
+    void what_an_empty_list_says_stands_in_its_middle_under_a_bold_headline()
+    {
+        table->set_network("eth0 <b>");
+        QTRY_VERIFY(table->note()->isVisible());
+        const QList<QLabel *> labels = table->note()->findChildren<QLabel *>();
+        QCOMPARE(labels.size(), 2);
+        const QLabel *headline = labels.at(0)->text().isEmpty() ? labels.at(1) : labels.at(0);
+        QCOMPARE(headline->text(), QString("No device on eth0 <b>"));
+        for (const QLabel *label : labels) {
+            QCOMPARE(label->font().bold(), label == headline);
+            QCOMPARE(label->alignment(), Qt::AlignCenter);
+            QVERIFY(label->wordWrap());
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+        }
+        const QRect both = labels.at(0)->geometry() | labels.at(1)->geometry();
+        QVERIFY(std::abs(both.center().y() - table->note()->rect().center().y()) <= 1);
+        QVERIFY(both.height() < table->note()->height() / 2);
+        QCOMPARE(table->note()->focusPolicy(), Qt::NoFocus);
+        for (const bool is_dark : {false, true}) {
+            table->set_dark_theme(is_dark);
+            for (const QLabel *label : labels)
+                QCOMPARE(label->palette().color(QPalette::WindowText),
+                         QColor(is_dark ? "#b0b0b0" : "#666666"));
+        }
     }
 
     void what_an_empty_list_says_can_be_read_and_clicked_through_data()

@@ -1,6 +1,7 @@
 // The columns of the list of devices: its header, its menu, sorting.
 #include "gui/device_cell.h"
 #include "gui/empty_note.h"
+#include "gui/list_header.h"
 #include "model/device_state.h"
 #include "support/contrast.h"
 #include "support/device_table_case.h"
@@ -8,6 +9,8 @@
 #include <QAction>
 #include <QApplication>
 #include <QPointer>
+#include <QScrollBar>
+#include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTimer>
 #include <QtTest>
@@ -67,6 +70,15 @@ public:
 class DeviceTableColumnsTest : public DeviceTableCase
 {
     Q_OBJECT
+
+    void focus_header()
+    {
+        view()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(view()));
+        view()->setFocus(); // the header may have the focus from the start
+        header()->setFocus();
+        QVERIFY(header()->hasFocus());
+    }
 
 private slots:
     void initTestCase() { build_catalogue(); }
@@ -189,6 +201,89 @@ private slots:
         table->menu()->close();
     }
 
+    // What is hidden lies between those that show.
+    void arrows_go_from_the_sorted_caption_to_those_that_show()
+    {
+        header()->moveSection(header()->visualIndex(table->column_of("ip")), 0);
+        QList<int> places;
+        for (int place = 0; place < header()->count(); ++place)
+            if (!view()->isColumnHidden(header()->logicalIndex(place)))
+                places.append(header()->logicalIndex(place));
+        QVERIFY(places.size() > 5);
+        table->sort_by(places.at(2), Qt::AscendingOrder);
+        focus_header();
+        for (const int key : {int(Qt::Key_Space), int(Qt::Key_Return), int(Qt::Key_Enter)}) {
+            const int from = static_cast<int>(places.indexOf(header()->sortIndicatorSection()));
+            QTest::keyClick(header(), Qt::Key_Right);
+            QTest::keyClick(header(), Qt::Key(key));
+            QCOMPARE(header()->sortIndicatorSection(), places.at(from + 1));
+            QCOMPARE(header()->sortIndicatorOrder(), Qt::AscendingOrder);
+            QTest::keyClick(header(), Qt::Key(key));
+            QCOMPARE(header()->sortIndicatorOrder(), Qt::DescendingOrder);
+            QTest::keyClick(header(), Qt::Key(key));
+            QCOMPARE(header()->sortIndicatorOrder(), Qt::AscendingOrder);
+        }
+        view()->setFocus();
+        table->sort_by(places.at(1), Qt::AscendingOrder);
+        focus_header();
+        for (int i = 0; i < 3; ++i)
+            QTest::keyClick(header(), Qt::Key_Left); // there is one
+        QTest::keyClick(header(), Qt::Key_Space);
+        QCOMPARE(header()->sortIndicatorSection(), places.at(0));
+        for (int i = 0; i < header()->count(); ++i)
+            QTest::keyClick(header(), Qt::Key_Right);
+        QTest::keyClick(header(), Qt::Key_Space);
+        QCOMPARE(header()->sortIndicatorSection(), places.last());
+    }
+
+    void the_menu_opens_under_the_chosen_caption()
+    {
+        const int name = table->column_of("ui/name");
+        table->sort_by(name, Qt::AscendingOrder);
+        focus_header();
+        QSignalSpy wanted(qobject_cast<ListHeader *>(header()), &ListHeader::menu_wanted);
+        for (const int key : {int(Qt::Key_Down), int(Qt::Key_Menu)}) {
+            QTest::keyClick(header(), Qt::Key(key));
+            QTRY_VERIFY(table->menu()->isVisible());
+            QCOMPARE(wanted.last().at(0).toPoint(),
+                     QPoint(header()->sectionViewportPosition(name), header()->height()));
+            table->menu()->close();
+        }
+        QVERIFY(header()->sectionViewportPosition(name) > 0);
+    }
+
+    void a_caption_that_is_chosen_comes_into_sight()
+    {
+        add("A name of some length");
+        for (const char *id : {"ui/memo", "dsp/delay", "dsp/level", "dsp/preset", "ui/order"})
+            show_column(id);
+        view()->resize(300, 500);
+        QTRY_VERIFY(view()->horizontalScrollBar()->maximum() > 300);
+        QTRY_VERIFY(view()->has_settled());
+        table->sort_by(table->column_of("status"), Qt::AscendingOrder);
+        view()->horizontalScrollBar()->setValue(view()->horizontalScrollBar()->maximum());
+        focus_header();
+        const auto left
+            = [this](int section) { return header()->sectionViewportPosition(section); };
+        QVERIFY(left(table->column_of("product_id")) < 0);
+        for (int i = 0; i < header()->count(); ++i)
+            QTest::keyClick(header(), Qt::Key_Left);
+        QCOMPARE(left(table->column_of("product_id")), 0);
+    }
+
+    void captions_stand_at_the_left_and_can_be_moved()
+    {
+        QCOMPARE(header()->defaultAlignment(), Qt::AlignLeft | Qt::AlignVCenter);
+        QVERIFY(header()->sectionsMovable());
+        QCOMPARE(header()->focusPolicy(), Qt::TabFocus);
+        // As states of before have it.
+        header()->setStretchLastSection(true);
+        const QByteArray state = table->save_state();
+        header()->setStretchLastSection(false);
+        table->restore_state(state);
+        QVERIFY(!header()->stretchLastSection());
+    }
+
     void the_chosen_caption_can_be_seen()
     {
         view()->activateWindow();
@@ -238,6 +333,21 @@ private slots:
         font.setPointSize(2 * font.pointSize());
         view()->setFont(font);
         QTRY_VERIFY(fits());
+    }
+
+    // Numbers that change all the time would else move the columns with each change.
+    void a_column_waits_a_quarter_of_a_second_before_it_gets_narrower()
+    {
+        add("Left");
+        Device &device = add("A name of some length", {}, 1);
+        QTRY_VERIFY(view()->has_settled());
+        const int before = view()->measurements();
+        TimersThatFired timers;
+        tell(device, "Short", {}, 1);
+        QTRY_VERIFY(view()->measurements() > before);
+        QVERIFY(std::any_of(timers.all.begin(), timers.all.end(), [](const QPointer<QTimer> &one) {
+            return one && one->isSingleShot() && one->interval() == 250;
+        }));
     }
 
     void a_list_that_has_shown_a_change_rests()

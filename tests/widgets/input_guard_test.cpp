@@ -63,6 +63,48 @@ private slots:
         QCOMPARE(presses, 2);
     }
 
+    // What is under the pointer or has the focus when a window opens takes no wheel and no touch
+    // either.
+    void every_kind_of_input_is_kept_away_and_nothing_else_data()
+    {
+        QTest::addColumn<QEvent::Type>("type");
+        QTest::addColumn<bool>("is_input");
+        QTest::newRow("key") << QEvent::KeyPress << true;
+        QTest::newRow("key that comes up") << QEvent::KeyRelease << true;
+        QTest::newRow("shortcut") << QEvent::Shortcut << true;
+        QTest::newRow("button") << QEvent::MouseButtonPress << true;
+        QTest::newRow("button that comes up") << QEvent::MouseButtonRelease << true;
+        QTest::newRow("double click") << QEvent::MouseButtonDblClick << true;
+        QTest::newRow("touch") << QEvent::TouchBegin << true;
+        QTest::newRow("end of a touch") << QEvent::TouchEnd << true;
+        QTest::newRow("wheel") << QEvent::Wheel << true;
+        QTest::newRow("paint") << QEvent::Paint << false;
+        QTest::newRow("focus") << QEvent::FocusIn << false;
+        QTest::newRow("pointer") << QEvent::MouseMove << false;
+    }
+    void every_kind_of_input_is_kept_away_and_nothing_else()
+    {
+        QFETCH(QEvent::Type, type);
+        QFETCH(bool, is_input);
+        QEvent event(type);
+        QVERIFY(!guard->eventFilter(field, &event));
+        guard->start();
+        QCOMPARE(guard->eventFilter(field, &event), is_input);
+    }
+
+    // By the time that is left, which the test may not wait for.
+    void only_a_key_that_is_pressed_begins_the_time_anew()
+    {
+        guard->start();
+        QTRY_VERIFY(guard->rest() < 350);
+        int rest = guard->rest();
+        QTest::mouseClick(button, Qt::LeftButton);
+        QVERIFY(guard->rest() <= rest);
+        rest = guard->rest();
+        QTest::keyClick(field, Qt::Key_X);
+        QVERIFY(guard->rest() > rest);
+    }
+
     void what_is_not_watched_hears_everything()
     {
         QLineEdit other;

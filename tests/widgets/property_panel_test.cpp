@@ -1,10 +1,18 @@
 // The property panel without a window around it.
+#include "gui/modified_combo_box.h"
 #include "gui/property_panel.h"
 #include "gui/row_caption.h"
 #include "gui/row_editors.h"
 #include "gui/value_spinner.h"
 #include "support/selected_rows.h"
 
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QToolButton>
 #include <QtTest>
 
 namespace {
@@ -192,6 +200,145 @@ private slots:
         alone.panel.show_selection();
         QVERIFY(alone.panel.row_widgets("ui/order")->spinner != order);
         QCOMPARE(alone.panel.row_widgets("ui/order")->spinner->maximum(), 5.0);
+    }
+
+    // ---- where things stand
+
+    void few_rows_stand_close_together_at_the_top()
+    {
+        PanelAlone alone;
+        alone.panel.set_edit_mode(false);
+        for (const auto &device : alone.devices)
+            for (const std::string &key : catalogue().property_keys)
+                if (key != "ui/name" && key != "ui/loc" && key != "ui/order")
+                    device->properties.erase(key);
+        alone.panel.show_selection();
+        alone.panel.resize(500, 700);
+        alone.panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&alone.panel));
+        int bottom = 0; // a pixel above the first
+        int rows = 0;
+        for (const std::string &key : catalogue().property_keys) {
+            if (!alone.is_shown(key))
+                continue;
+            const RowWidgets &row = *alone.panel.row_widgets(key);
+            const QRect holder = row.holder->geometry();
+            QCOMPARE(holder.top(), bottom + 1);
+            QCOMPARE(row.caption->x(), 6);
+            QCOMPARE(holder.left(), row.caption->geometry().right() + 1 + 6);
+            QCOMPARE(holder.right() + 1, row.holder->parentWidget()->width() - 6);
+            QCOMPARE(row.editor->input()->geometry(),
+                     holder.translated(-holder.topLeft()).adjusted(0, 1, 0, -1));
+            bottom = holder.bottom();
+            ++rows;
+        }
+        QCOMPARE(rows, 3);
+    }
+
+    void head_and_rows_stand_four_pixels_from_the_edges_and_each_other()
+    {
+        PanelAlone alone;
+        alone.panel.resize(500, 700);
+        alone.panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&alone.panel));
+        const QRect head = alone.panel.findChild<QWidget *>("property_head")->geometry();
+        const QRect rows = alone.panel.findChild<QScrollArea *>()->geometry();
+        QCOMPARE(head.topLeft(), QPoint(4, 4));
+        QCOMPARE(head.right(), 500 - 4 - 1);
+        QCOMPARE(rows.topLeft(), QPoint(4, head.bottom() + 1 + 4));
+        QCOMPARE(rows.bottomRight(), QPoint(500 - 4 - 1, 700 - 4 - 1));
+    }
+
+    // The title, the wide button, and what ends an edit.
+    void the_buttons_of_an_edit_stand_behind_the_title()
+    {
+        PanelAlone alone;
+        alone.panel.resize(500, 700);
+        alone.panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&alone.panel));
+        const auto *head = alone.panel.findChild<QWidget *>("property_head");
+        const auto *title = head->findChild<QLabel *>();
+        const auto *edit = head->findChild<QPushButton *>("edit_button");
+        const auto *cancel = head->findChild<QToolButton *>("cancel_button");
+        const auto *confirm = head->findChild<QToolButton *>("confirm_button");
+        QCOMPARE(title->text(), QString("<b>Properties"));
+        QCOMPARE(title->x(), 0);
+        QVERIFY(title->geometry().right() < edit->x());
+        QVERIFY(edit->geometry().right() < cancel->x());
+        QVERIFY(cancel->geometry().right() < confirm->x());
+        QCOMPARE(confirm->geometry().right(), head->width() - 1);
+        QCOMPARE(title->width(), title->sizeHint().width()); // the rest is the button's
+        QVERIFY(edit->width() > 250);
+    }
+
+    void editors_keep_what_they_need_however_narrow_the_panel_is()
+    {
+        const PanelAlone alone;
+        const auto row = [&alone](const char *key) { return *alone.panel.row_widgets(key); };
+        const ValueSpinner *order = row("ui/order").spinner;
+        QCOMPARE(order->minimumWidth(),
+                 order->fontMetrics().horizontalAdvance("20000 Hz") + order->sizeHint().height());
+        const ModifiedComboBox *level = row("dsp/level").combo;
+        QCOMPARE(level->minimumContentsLength(), 6);
+        QCOMPARE(level->sizeAdjustPolicy(), QComboBox::AdjustToMinimumContentsLengthWithIcon);
+        for (const QWidget *widget : {static_cast<QWidget *>(row("firmware_version").button),
+                                      row("dummy/load_restore/0").extra_widgets.at(0),
+                                      row("dummy/load_restore/0").extra_widgets.at(1)}) {
+            const auto *button = qobject_cast<const QPushButton *>(widget);
+            QCOMPARE(button->minimumWidth(),
+                     button->fontMetrics().horizontalAdvance(button->text()) + 16);
+        }
+    }
+
+    // Whatever kind of field they stand in.
+    void texts_of_fields_and_labels_begin_on_one_line()
+    {
+        const PanelAlone alone;
+        QCOMPARE(alone.panel.row_widgets("ui/name")->line_edit->textMargins(),
+                 QMargins(2, 0, 0, 0));
+        QCOMPARE(alone.panel.row_widgets("firmware_version")->line_edit->textMargins(),
+                 QMargins(2, 0, 0, 0));
+        QCOMPARE(alone.panel.row_widgets("rtp/lock")->text_label->indent(), 5);
+    }
+
+    void a_heading_stands_bold_in_the_middle_of_its_own_ground()
+    {
+        const PanelAlone alone;
+        const RowWidgets &row = *alone.panel.row_widgets("dummy/header/1");
+        QCOMPARE(row.caption->text(), QString());
+        QCOMPARE(row.text_label->text(), QString("<b>AES67</b>\n"));
+        QCOMPARE(row.text_label->alignment(), Qt::AlignCenter);
+        QCOMPARE(row.text_label->styleSheet(), QString("padding-top: 10px;"));
+        QVERIFY(!row.holder->autoFillBackground());
+        QVERIFY(alone.panel.row_widgets("ui/name")->holder->autoFillBackground());
+    }
+
+    void what_is_switched_off_has_three_parts_of_the_texts_colour_and_one_of_the_grounds()
+    {
+        const auto device = device_from_report(report_of(3, {{"device_id", "a"}}));
+        for (const bool is_dark : {false, true}) {
+            PropertyPanel panel{[&device] { return std::vector<Device *>{device.get()}; }};
+            QPalette desktop;
+            desktop.setColor(QPalette::Window, QColor(40, 80, 120));
+            desktop.setColor(QPalette::Text, QColor(200, 0, 240));
+            desktop.setColor(QPalette::WindowText, QColor(0, 40, 80));
+            desktop.setColor(QPalette::ButtonText, QColor(160, 200, 0));
+            panel.findChild<QScrollArea *>()->setPalette(desktop);
+            panel.set_ground(is_dark);
+            panel.show_selection();
+            const RowWidgets &row = *panel.row_widgets("ui/name");
+            for (const QWidget *widget : {row.holder, static_cast<QWidget *>(row.line_edit)}) {
+                const QPalette colours = widget->palette();
+                QCOMPARE(colours.color(QPalette::Disabled, QPalette::Text), QColor(160, 20, 210));
+                QCOMPARE(colours.color(QPalette::Disabled, QPalette::WindowText),
+                         QColor(10, 50, 90));
+                QCOMPARE(colours.color(QPalette::Disabled, QPalette::ButtonText),
+                         QColor(130, 170, 30));
+                QCOMPARE(colours.color(QPalette::Disabled, QPalette::Base), QColor(40, 80, 120));
+                QCOMPARE(colours.color(QPalette::Active, QPalette::Window),
+                         QColor(is_dark ? Qt::black : Qt::white));
+            }
+        }
     }
 
     void an_edit_that_ends_before_its_frame_leaves_no_mark()

@@ -170,9 +170,12 @@ private slots:
         DialogProbe probe;
         QString text;
         QSize picture;
+        QString tip;
         bool is_fixed = false;
+        bool is_in_the_middle = false;
         int first_row = -1;
-        probe.answer = [&is_fixed, &first_row, &picture, &text](QDialog *dialog) {
+        probe.answer = [&is_fixed, &is_in_the_middle, &first_row, &picture, &text,
+                        &tip](QDialog *dialog) {
             auto *grid = qobject_cast<QGridLayout *>(dialog->layout());
             is_fixed = grid->sizeConstraint() == QLayout::SetFixedSize;
             for (int row = grid->rowCount() - 1; row >= 0; --row)
@@ -181,7 +184,16 @@ private slots:
             picture = qobject_cast<QLabel *>(grid->itemAtPosition(2, 0)->widget())
                           ->pixmap(Qt::ReturnByValue)
                           .size();
-            text = qobject_cast<QLabel *>(grid->itemAtPosition(3, 0)->widget())->text();
+            const auto *label = qobject_cast<QLabel *>(grid->itemAtPosition(3, 0)->widget());
+            text = label->text();
+            tip = label->toolTip();
+            is_in_the_middle = label->alignment() == Qt::AlignHCenter
+                && label->textFormat() == Qt::RichText
+                && std::abs(label->geometry().center().x() - dialog->rect().center().x()) <= 1
+                && std::abs(grid->itemAtPosition(2, 0)->geometry().center().x()
+                            - dialog->rect().center().x())
+                    <= 1;
+            QCOMPARE(dialog->size(), dialog->sizeHint());
             auto *buttons = qobject_cast<QDialogButtonBox *>(grid->itemAtPosition(4, 0)->widget());
             QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
         };
@@ -194,6 +206,9 @@ private slots:
         QCOMPARE(lines.size(), 4);
         QCOMPARE(lines.at(0), QString("VELMARK Network Manager"));
         QCOMPARE(lines.at(1), QString("Version v1.6.2"));
+        QVERIFY(is_in_the_middle);
+        const QString guide = find_guide(QCoreApplication::applicationDirPath());
+        QCOMPARE(tip, guide.isEmpty() ? QString() : "The guide is " + guide);
         QVERIFY(gui().widget().findChildren<QDialog *>().isEmpty()
                 || gui().widget().findChildren<QDialog *>().first()->isHidden());
     }

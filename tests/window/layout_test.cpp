@@ -65,7 +65,7 @@ private slots:
     // Also while it is switched off: whoever rests on it asks what it would do.
     void every_button_tells_what_it_is_for()
     {
-        QStringList told;
+        QMap<QString, QString> told;
         for (QAbstractButton *button : gui().widget().findChildren<QAbstractButton *>()) {
             if (!button->isVisible() || qobject_cast<QCheckBox *>(button))
                 continue;
@@ -76,12 +76,20 @@ private slots:
             const QString name = button->text().isEmpty() ? button->toolTip() : button->text();
             QVERIFY2(!button->toolTip().isEmpty() && QToolTip::text() == button->toolTip(),
                      qPrintable(name));
-            told.append(name);
+            told[name] = button->toolTip();
         }
-        told.sort();
-        QCOMPARE(told,
-                 QStringList({"Cancel", "Confirm", "Edit", "Identify", "Load", "Save",
-                              "Show User EQ", "Update"}));
+        const QMap<QString, QString> expected{
+            {"Cancel", "Cancel"},
+            {"Confirm", "Confirm"},
+            {"Edit", "Lets the values of the selected devices be changed (F2)"},
+            {"Identify", "Lets the selected devices blink"},
+            {"Load", "Fills in the values of such a file: nothing is sent before Confirm"},
+            {"Save", "Writes the values of the one selected device to a file"},
+            {"Show User EQ", "Shows the user equaliser of the selected devices under the list"},
+            {"Update", "Sends an image from a file to each of the selected devices"}};
+        QCOMPARE(told, expected);
+        QCOMPARE(gui().search_box()->toolTip(),
+                 QString("Leaves the devices that have this text in a column (Ctrl+F)"));
         QToolTip::hideText();
     }
 
@@ -230,6 +238,51 @@ private slots:
         const Box box = show_box("<b></b>10.0.0.1: network not found");
         QCOMPARE(box.scroll_range, 0);
         QVERIFY(box.size.height() < 300);
+    }
+
+    // Three fifths of the screen, and no wider than its text and a scroll bar.
+    void a_long_text_takes_most_of_the_screen()
+    {
+        DialogProbe probe;
+        QSize area_size;
+        QSize text_size;
+        bool is_plain = false;
+        probe.answer = [&area_size, &text_size, &is_plain](QDialog *dialog) {
+            const auto *area = dialog->findChild<QScrollArea *>();
+            const auto *label = dialog->findChild<QLabel *>("qt_msgbox_label");
+            area_size = area->size();
+            text_size = label->sizeHint() + QSize(area->verticalScrollBar()->sizeHint().width(), 0);
+            is_plain = area->frameShape() == QFrame::NoFrame
+                && label->alignment() == (Qt::AlignTop | Qt::AlignLeft) && area->widget() == label;
+            DialogProbe::press_default(dialog);
+        };
+        show_message_box(&gui().widget(), QMessageBox::Information, "Network info",
+                         QString("loopback IPv4 127.0.0.1\n").repeated(300));
+        const QSize screen = QGuiApplication::primaryScreen()->availableGeometry().size();
+        QCOMPARE(area_size, QSize(text_size.width(), qRound(0.6 * screen.height())));
+        QVERIFY(text_size.width() < screen.width() / 2);
+        QVERIFY(is_plain);
+    }
+
+    void a_box_shows_what_kind_of_news_it_brings()
+    {
+        DialogProbe probe;
+        std::vector<QMessageBox::Icon> icons;
+        probe.answer = [&icons](QDialog *dialog) {
+            const auto *box = qobject_cast<QMessageBox *>(dialog);
+            icons.push_back(box->icon());
+            QCOMPARE(box->standardButtons(), QMessageBox::Ok);
+            DialogProbe::press_default(dialog);
+        };
+        show_network_errors(&gui().widget(), {});
+        show_network_errors(&gui().widget(), "10.0.0.1: network not found");
+        show_message_box(&gui().widget(), QMessageBox::Information, "Network info", "none");
+        QCOMPARE(icons, (std::vector{QMessageBox::Warning, QMessageBox::Information}));
+    }
+
+    void handles_of_the_curve_can_be_told_apart_however_low_it_is()
+    {
+        QCOMPARE(gui().curve()->minimumHeight(), 120);
     }
 
     void dividers_collapse_nothing()

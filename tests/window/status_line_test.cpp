@@ -1,4 +1,5 @@
 // What the window says at its bottom while it is worked in.
+#include "gui/elided_label.h"
 #include "support/dialog_probe.h"
 #include "support/panel_case.h"
 #include "support/window_main.h"
@@ -51,7 +52,29 @@ private slots:
         const QProgressBar *bar = window->gui->widget().statusBar()->findChild<QProgressBar *>();
         QCOMPARE(bar->minimumWidth(), 160);
         QCOMPARE(bar->maximumWidth(), 160);
+        QCOMPARE(bar->minimum(), 0);
+        QCOMPARE(bar->maximum(), 100);
+        QVERIFY(!bar->isTextVisible());
+        QVERIFY(!bar->isVisible());
+        QCOMPARE(bar->maximumHeight(), ElidedLabel().sizeHint().height());
         QVERIFY(bar->maximumHeight() <= label("status_counts")->height());
+    }
+
+    void each_part_tells_more_to_who_rests_on_it()
+    {
+        QCOMPARE(label("status_counts")->toolTip(),
+                 QString("Devices in the list, how many of them are online, selected and hidden"));
+        QCOMPARE(label("status_message")->toolTip(), QString());
+        window->select({0});
+        window->press_edit();
+        QCOMPARE(label("status_message")->toolTip(), message()); // however narrow the window is
+        QVERIFY(!message().isEmpty());
+    }
+
+    void texts_begin_and_end_where_list_and_panel_do()
+    {
+        QCOMPARE(label("status_message")->contentsMargins(), QMargins(2, 0, 0, 0));
+        QCOMPARE(label("status_counts")->contentsMargins(), QMargins(0, 0, 4, 0));
     }
 
     // Many new devices are one count: at most one per painted frame.
