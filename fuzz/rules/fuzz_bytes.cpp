@@ -92,7 +92,7 @@ std::unique_ptr<Device> record_with_part(const ProductDesc &desc, size_t part)
     size_t place = part;
     for (const auto &[key, property] : desc.properties)
         if (++place % PARTS == 0 || key == PRODUCT || key == SESSIONS)
-            device->properties[key] = property;
+            device->properties.own(key) = property;
     return device;
 }
 
@@ -193,7 +193,7 @@ QJsonValue any_json(FuzzBytes &bytes, int depth)
     }
 }
 
-QJsonObject any_report(FuzzBytes &bytes, const PropertyMap &properties, int product_id)
+QJsonObject any_report(FuzzBytes &bytes, const DeviceProperties &properties, int product_id)
 {
     static const QJsonObject common{
         {"product", "KESTA"}, {"seq", 0}, {"device_id", "d"}, {"product_id", 0}};
@@ -247,7 +247,7 @@ Device &fresh_record(Records &kept, const RecordKind &kind)
     device->values[PRODUCT] = desc.product_id;
     if (!kind.has_heard || !device->session_list.empty()) {
         device->session_list.clear();
-        device->properties[SESSIONS].choices.clear();
+        device->properties.own(SESSIONS).choices.clear();
     }
     if (kind.has_heard && device->properties.find(SESSIONS)->second.choices.empty())
         merge_report(*device, {{QLatin1String("product_id"), desc.product_id}});

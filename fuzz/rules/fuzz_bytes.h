@@ -9,13 +9,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <vector>
 
+class DeviceProperties;
 struct Device;
 struct ProductDesc;
-struct PropertyDesc;
 
 class FuzzBytes
 {
@@ -60,8 +59,7 @@ void expect(bool claim, const char *what);
 QJsonValue any_json(FuzzBytes &bytes, int depth = 0);
 
 // A report with some of these properties, mostly of their own types.
-QJsonObject any_report(FuzzBytes &bytes, const std::map<std::string, PropertyDesc> &properties,
-                       int product_id);
+QJsonObject any_report(FuzzBytes &bytes, const DeviceProperties &properties, int product_id);
 
 // A record of a row of the product table that has one part of the product's properties: filling in
 // and merging all of them takes most of the time, and each is read like the next.

@@ -29,7 +29,7 @@ bool has_row_of_its_own(const Device *device, const std::string &key)
 void hide(Property &row, const std::vector<Device *> &selection)
 {
     if (!selection.empty()) {
-        const PropertyMap &properties = selection.front()->properties;
+        const DeviceProperties &properties = selection.front()->properties;
         const auto desc = properties.find(row.desc.key);
         if (desc != properties.end())
             row.desc = desc->second;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "meter/meter_object.h"
+#include "model/device_properties.h"
 #include "model/kept_report.h"
 #include "model/meta.h"
 #include "model/saved_state.h"
@@ -28,10 +29,10 @@ struct Device
     QString dsp_error = {};
     bool stale = false; // a report came during an edit of this device and was not merged
     KeptReport last_report = {};
-    bool is_merged = false;       // `values` say what last_report says
-    QByteArray last_payload = {}; // the datagram that last_report was read from, else empty
-    PropertyMap properties = {};  // what this device has: a copy of its product's
-    ValueMap values = {};         // absent or invalid: the device did not say
+    bool is_merged = false;           // `values` say what last_report says
+    QByteArray last_payload = {};     // the datagram that last_report was read from, else empty
+    DeviceProperties properties = {}; // what this device has: at first its product's
+    ValueMap values = {};             // absent or invalid: the device did not say
     std::vector<session_item> session_list = {};
     bool online = false;
     bool broken_net = false; // commands go unanswered

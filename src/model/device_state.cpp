@@ -78,11 +78,11 @@ std::vector<const std::string *> in_order_of_keys(const std::vector<const std::s
     return ordered;
 }
 
-bool rebuild_sessions(Device &device, PropertyDesc &desc, bool sessions_changed)
+bool rebuild_sessions(Device &device, bool sessions_changed)
 {
-    if (!sessions_changed && !desc.choices.empty())
+    if (!sessions_changed && !device.properties.at(session_key).choices.empty())
         return false;
-    desc.choices = session_choices(device.session_list);
+    device.properties.own(session_key).choices = session_choices(device.session_list);
     return true;
 }
 
@@ -125,7 +125,7 @@ MergeResult merge_report(Device &device, const QJsonObject &report)
     // Both maps stand in the order of their keys, so one walk along them needs no look-up.
     std::vector<const std::string *> changed;
     auto value = device.values.begin();
-    for (auto &[key, desc] : device.properties) {
+    for (const auto &[key, desc] : device.properties) {
         if (desc.kind == PROP_DUMMY)
             continue;
         while (value != device.values.end() && value->first < key)
@@ -140,7 +140,7 @@ MergeResult merge_report(Device &device, const QJsonObject &report)
             row_changed = true;
         }
         if (key == session_key)
-            row_changed |= rebuild_sessions(device, desc, sessions_changed);
+            row_changed |= rebuild_sessions(device, sessions_changed);
         if (row_changed)
             changed.push_back(&key);
     }

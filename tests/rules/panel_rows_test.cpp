@@ -73,7 +73,7 @@ void PanelRowsTest::a_refresh_tells_what_the_widgets_have_to_do()
     QVERIFY(panel.rows.refresh("dsp/delay", {first.get()}) == RowChange::NEW_EDITOR);
     QVERIFY(panel.rows.refresh("dsp/delay", {second.get()}) == RowChange::SAME_EDITOR);
     QCOMPARE(panel.row("dsp/delay").value, QVariant(2));
-    second->properties.at("dsp/delay").decimals = 1;
+    second->properties.own("dsp/delay").decimals = 1;
     second->values["dsp/delay"] = 1;
     QVERIFY(panel.rows.refresh("dsp/delay", {second.get()}) == RowChange::NEW_EDITOR);
     QVERIFY(panel.rows.refresh("dsp/delay", {first.get(), second.get()}) == RowChange::HIDDEN);
@@ -201,7 +201,7 @@ void PanelRowsTest::a_meter_is_for_one_device()
     const auto one = loudspeaker("delay", 1);
     const auto other = loudspeaker("delay", 1);
     for (Device *device : {one.get(), other.get()})
-        device->properties.at("rtp/lock").kind = PROP_METER;
+        device->properties.own("rtp/lock").kind = PROP_METER;
     SelectedRows panel;
     panel.select({one.get()});
     QVERIFY(panel.is_shown("rtp/lock"));
@@ -250,7 +250,7 @@ void PanelRowsTest::properties_that_some_lack_are_counted()
     QCOMPARE(panel.rows.count_unshared(panel.selection), 0);
     QCOMPARE(panel.rows.count_unshared({}), 0);
     // A row that all have, and that is hidden for another reason, is no such property.
-    like_it->properties.at("dsp/delay").decimals = 1;
+    like_it->properties.own("dsp/delay").decimals = 1;
     panel.select({one.get(), like_it.get()});
     QVERIFY(!panel.is_shown("dsp/delay"));
     QCOMPARE(panel.rows.count_unshared(panel.selection), 0);

@@ -80,7 +80,7 @@ std::unique_ptr<Device> device_from_case(const QJsonObject &given)
     std::unique_ptr<Device> device = device_from_report(given.value("report").toObject());
     const QJsonObject overrides = given.value("overrides").toObject();
     for (auto it = overrides.begin(); it != overrides.end(); ++it)
-        override_descriptor(device->properties.at(it.key().toStdString()), it.value().toObject());
+        override_descriptor(device->properties.own(it.key().toStdString()), it.value().toObject());
     return device;
 }
 
@@ -231,7 +231,7 @@ void SelectionMergeTest::different_decimals_hide_the_row()
 {
     const DeviceList devices
         = devices_of({report_of(11, dsp("delay", 1)), report_of(11, dsp("delay", 1))});
-    devices[1]->properties.at("dsp/delay").decimals = 2;
+    devices[1]->properties.own("dsp/delay").decimals = 2;
     SelectedRows panel;
     panel.select(pointers(devices));
     QVERIFY(!panel.is_shown("dsp/delay"));
@@ -262,13 +262,13 @@ void SelectionMergeTest::smaller_minimum_wins()
 {
     const DeviceList devices
         = devices_of({report_of(11, dsp("delay", 1)), report_of(11, dsp("delay", 1))});
-    devices[1]->properties.at("dsp/delay").min = 10;
-    devices[1]->properties.at("dsp/delay").max = 500;
+    devices[1]->properties.own("dsp/delay").min = 10;
+    devices[1]->properties.own("dsp/delay").max = 500;
     SelectedRows panel;
     panel.select(pointers(devices));
     QCOMPARE(panel.row("dsp/delay").desc.min, 0.0);
     QCOMPARE(panel.row("dsp/delay").desc.max, 500.0);
-    devices[1]->properties.at("dsp/delay").max = -1;
+    devices[1]->properties.own("dsp/delay").max = -1;
     panel.select(pointers(devices));
     QVERIFY(!panel.is_shown("dsp/delay"));
 }

@@ -108,7 +108,7 @@ private slots:
             device->properties.erase("dsp/mute");
         alone.panel.show_selection();
         for (const auto &device : alone.devices)
-            device->properties["dsp/mute"] = mute;
+            device->properties.own("dsp/mute") = mute;
         if (step == "one row")
             alone.panel.update_property("dsp/mute");
         else if (step == "all rows")
@@ -195,7 +195,7 @@ private slots:
         std::vector<std::unique_ptr<Device>> devices = std::move(alone.devices);
         alone.devices.clear();
         alone.panel.show_selection();
-        devices[1]->properties.at("ui/order").max = 5;
+        devices[1]->properties.own("ui/order").max = 5;
         alone.devices.push_back(std::move(devices[1]));
         alone.panel.show_selection();
         QVERIFY(alone.panel.row_widgets("ui/order")->spinner != order);

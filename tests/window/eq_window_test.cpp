@@ -181,7 +181,7 @@ void EqWindowTest::a_hidden_row_still_draws_and_takes_nothing()
 {
     FakeDevice &shown = show_device(one_band(eq_band(EQ_PEQ, 1000, 1.0, 6.0)));
     window->press_edit();
-    shown.record()->properties.at("dsp/eq0/q").flags |= PF_NO_ROW;
+    shown.record()->properties.own("dsp/eq0/q").flags |= PF_NO_ROW;
     gui().panel().update_property("dsp/eq0/q");
     QVERIFY(!window->is_shown("dsp/eq0/q"));
     gui().refresh_eq_view();

@@ -280,7 +280,7 @@ private slots:
         window->add({});
         window->add({});
         for (const auto &device : window->devices)
-            device->record()->properties.at("rtp/lock").kind = PROP_METER;
+            device->record()->properties.own("rtp/lock").kind = PROP_METER;
         window->select({0});
         QVERIFY(window->is_shown("rtp/lock"));
         QVERIFY(window->row("rtp/lock").meter_widget);
@@ -307,7 +307,7 @@ private slots:
     void an_unknown_pseudo_row_is_never_seen()
     {
         FakeDevice &device = window->add({});
-        device.record()->properties.at("dummy/header/1").path = {"dummy", "else", "1"};
+        device.record()->properties.own("dummy/header/1").path = {"dummy", "else", "1"};
         window->select({0});
         const PanelRow prop = window->row("dummy/header/1");
         QCOMPARE(prop.text_label->text(), QString("error"));
@@ -382,7 +382,7 @@ private slots:
         FakeDevice &device = window->add({});
         window->select({0});
         const QPointer<ValueSpinner> old = window->row("dsp/delay").spinner;
-        device.record()->properties.at("dsp/delay").decimals = 1; // seen at the next refresh
+        device.record()->properties.own("dsp/delay").decimals = 1; // seen at the next refresh
         window->gui->property_scroll()->ensureWidgetVisible(old);
         QTest::mouseClick(old.data(), Qt::LeftButton);
         QVERIFY(window->gui->is_editing());
@@ -397,7 +397,7 @@ private slots:
         window->select({0});
         window->press_edit();
         const QPointer<ModifiedComboBox> old = window->row("dsp/level").combo;
-        device.record()->properties.at("dsp/level").choices.pop_back();
+        device.record()->properties.own("dsp/level").choices.pop_back();
         window->gui->panel().mark("dsp/level");
         window->pick("dsp/level", "-12 dB");
         QTRY_VERIFY(!old);
