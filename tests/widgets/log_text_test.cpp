@@ -218,6 +218,11 @@ void LogTextTest::lines_with_kept_glyphs_look_as_those_drawn_anew()
             view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
         QCOMPARE(kept->grab().toImage(), anew->grab().toImage());
     }
+    for (QPlainTextEdit *view : {kept.get(), anew.get()}) {
+        view->zoomIn(4);
+        view->resize(220, 170);
+    }
+    QCOMPARE(kept->grab().toImage(), anew->grab().toImage());
 }
 
 void LogTextTest::several_views_get_their_own_text()
