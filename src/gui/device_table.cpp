@@ -81,7 +81,6 @@ void DeviceTable::set_up_view()
 {
     device_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     device_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    device_list->setSelectionBehavior(QAbstractItemView::SelectRows);
     device_list->setUniformRowHeights(true);
     device_list->header()->setSortIndicator(0, Qt::AscendingOrder);
     device_list->setSortingEnabled(true);

@@ -110,7 +110,6 @@ void Gui::start_timers()
 {
     panel_timer.setObjectName("panel_timer");
     panel_timer.setSingleShot(true);
-    panel_timer.setInterval(0);
     connect(&panel_timer, &QTimer::timeout, this, &Gui::refresh_eq_view);
     connect(&log_windows, &LogWindows::opened, this, &Gui::update_device_properties);
     // Position and pause outlive the window: the next one tells what was missed.

@@ -30,6 +30,7 @@ private slots:
     void flags_and_needs_rebuild_no_editor();
     void session_listed_twice_multiplies_with_each_device();
     void session_listed_twice_by_many_devices_fills_no_memory();
+    void choices_multiply_up_to_1024();
     void merging_changes_no_device();
 };
 
@@ -354,6 +355,25 @@ void SelectionMergeTest::session_listed_twice_by_many_devices_fills_no_memory()
     QVERIFY(panel.is_shown("stream/name"));
     QVERIFY(panel.row("stream/name").desc.choices.size() <= 1024);
     QCOMPARE(panel.row("stream/name").desc.choices.front().label, std::string("<disable>"));
+}
+
+// Beside the choice of none: 31, 7, 3 and 2 times the same one, each as often again.
+void SelectionMergeTest::choices_multiply_up_to_1024()
+{
+    QJsonArray list;
+    for (const auto &[name, times] : {std::pair("a", 31), {"b", 7}, {"c", 3}, {"d", 2}})
+        for (int i = 0; i < times; ++i)
+            list.append(QJsonObject{{"n", name}, {"i", "x"}, {"c", 2}});
+    const auto choices_with = [](const QJsonArray &sessions) {
+        const auto device
+            = device_from_report(report_of(11, {{"streams", QJsonObject{{"list", sessions}}}}));
+        SelectedRows panel;
+        panel.select({device.get()});
+        return panel.row("stream/name").desc.choices.size();
+    };
+    QCOMPARE(choices_with(list), std::size_t{1024});
+    list.append(QJsonObject{{"n", "e"}, {"i", "x"}, {"c", 2}});
+    QCOMPARE(choices_with(list), std::size_t{1 + 31 + 7 + 3 + 2 + 1});
 }
 
 void SelectionMergeTest::merging_changes_no_device()

@@ -59,6 +59,22 @@ private slots:
         QVERIFY(view()->viewport()->findChildren<QWidget *>().isEmpty());
     }
 
+    // As any model's cell: what is written from outside is told, once.
+    void a_cell_tells_what_is_written_into_it()
+    {
+        add("Left");
+        QStandardItem *cell = table->model().item(0, table->column_of("ui/name"));
+        QSignalSpy changes(&table->model(), &QAbstractItemModel::dataChanged);
+        cell->setData("Right", Qt::DisplayRole);
+        QCOMPARE(changes.size(), 1);
+        QCOMPARE(cell->text(), QString("Right"));
+        cell->setData("Right", Qt::EditRole);
+        QCOMPARE(changes.size(), 1);
+        cell->setData("tip", Qt::ToolTipRole);
+        QCOMPARE(changes.size(), 2);
+        QCOMPARE(cell->data(Qt::ToolTipRole), QVariant("tip"));
+    }
+
     void pictures_have_32_points()
     {
         QCOMPARE(view()->iconSize(), QSize(32, 32) * qApp->devicePixelRatio());
@@ -84,6 +100,14 @@ private slots:
         tell(top, "Left\nover\nfour\nlines");
         QTRY_VERIFY(height_of(0) > 2 * usual);
         QCOMPARE(height_of(1), height_of(0));
+    }
+
+    void a_list_that_is_sorted_by_nothing_takes_new_rows_at_its_end()
+    {
+        table->sort_by(-1, Qt::AscendingOrder);
+        for (const char *name : {"b", "c", "a"})
+            add(name);
+        QCOMPARE(shown_texts(*table, "ui/name"), QStringList({"b", "c", "a"}));
     }
 
     void properties_sort_by_their_values()

@@ -122,6 +122,23 @@ private slots:
         table->menu()->close();
     }
 
+    void a_press_that_ends_outside_closes_the_menu()
+    {
+        table->show_column_menu({5, 5});
+        QTRY_VERIFY(table->menu()->isVisible());
+        const QPoint outside(table->menu()->width() + 50, 50);
+        QTest::mousePress(table->menu(), Qt::LeftButton, {}, place_of("ui/memo"));
+        for (int i = 0; i < 10; ++i) {
+            const QPoint place(outside.x() + i, outside.y());
+            QMouseEvent move(QEvent::MouseMove, place, table->menu()->mapToGlobal(place),
+                             Qt::NoButton, Qt::LeftButton, {});
+            QApplication::sendEvent(table->menu(), &move);
+        }
+        QTest::mouseRelease(table->menu(), Qt::LeftButton, {}, outside);
+        QVERIFY(!table->menu()->isVisible());
+        QVERIFY(view()->isColumnHidden(table->column_of("ui/memo")));
+    }
+
     void the_menu_separates_groups_and_tells_columns_of_one_caption_apart()
     {
         const QList<QAction *> entries = table->menu()->actions();
@@ -331,8 +348,11 @@ private slots:
         QTRY_VERIFY(fits());
         QFont font = view()->font();
         font.setPointSize(2 * font.pointSize());
+        Device &short_one = add("B", {}, 1);
+        QTRY_VERIFY(view()->has_settled());
         view()->setFont(font);
-        QTRY_VERIFY(fits());
+        tell(short_one, "C", {}, 1); // before any has been measured
+        QVERIFY(fits());
     }
 
     // Numbers that change all the time would else move the columns with each change.
@@ -347,6 +367,20 @@ private slots:
         QTRY_VERIFY(view()->measurements() > before);
         QVERIFY(std::any_of(timers.all.begin(), timers.all.end(), [](const QPointer<QTimer> &one) {
             return one && one->isSingleShot() && one->interval() == 250;
+        }));
+    }
+
+    void a_column_waits_no_longer_than_a_frame_once_a_row_has_gone()
+    {
+        add("Left");
+        Device &device = add("A name of some length", {}, 1);
+        QTRY_VERIFY(view()->has_settled());
+        const int before = view()->measurements();
+        TimersThatFired timers;
+        table->remove({&device});
+        QTRY_VERIFY(view()->measurements() > before);
+        QVERIFY(std::none_of(timers.all.begin(), timers.all.end(), [](const QPointer<QTimer> &one) {
+            return one && one->interval() == 250;
         }));
     }
 

@@ -12,6 +12,22 @@
 
 #include <memory>
 
+namespace {
+
+class PaintCount : public QObject
+{
+public:
+    bool eventFilter(QObject * /*watched*/, QEvent *event) override
+    {
+        count += event->type() == QEvent::Paint;
+        return false;
+    }
+
+    int count = 0;
+};
+
+} // namespace
+
 class idle_pixels_test : public QObject
 {
     Q_OBJECT
@@ -110,6 +126,23 @@ private slots:
         QApplication::sendEvent(window->windowHandle(), &again);
         QCOMPARE(window->backingStore()->size(), window->size());
         QCOMPARE(picture(), expected);
+    }
+
+    // What is still there only goes to the screen once more.
+    void what_was_not_given_back_is_not_painted_again()
+    {
+        pixels->set_patience(60000);
+        show_window();
+        QTRY_COMPARE(window->backingStore()->size(), window->size());
+        QTest::qWait(20);
+        PaintCount paints;
+        label->installEventFilter(&paints);
+        QExposeEvent again(QRegion(0, 0, 20, 20));
+        QApplication::sendEvent(window->windowHandle(), &again);
+        QTest::qWait(20);
+        QCOMPARE(paints.count, 0);
+        label->setText("second");
+        QTRY_COMPARE(paints.count, 1);
     }
 
     void a_window_never_shown_is_harmless()

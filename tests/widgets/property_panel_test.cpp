@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QToolButton>
 #include <QtTest>
 
@@ -263,12 +264,83 @@ private slots:
         const auto *confirm = head->findChild<QToolButton *>("confirm_button");
         QCOMPARE(title->text(), QString("<b>Properties"));
         QCOMPARE(title->x(), 0);
+        QCOMPARE(title->height(), head->height());
         QVERIFY(title->geometry().right() < edit->x());
         QVERIFY(edit->geometry().right() < cancel->x());
         QVERIFY(cancel->geometry().right() < confirm->x());
         QCOMPARE(confirm->geometry().right(), head->width() - 1);
         QCOMPARE(title->width(), title->sizeHint().width()); // the rest is the button's
         QVERIFY(edit->width() > 250);
+    }
+
+    // Switched off they are as quiet as texts that are.
+    void pictures_of_buttons_that_are_switched_off_have_the_colour_of_such_texts()
+    {
+        PanelAlone alone;
+        alone.panel.set_edit_mode(false);
+        for (const char *name : {"cancel_button", "confirm_button"}) {
+            const auto *button = alone.panel.findChild<QToolButton *>(name);
+            QVERIFY(!button->isEnabled());
+            const QRgb quiet
+                = button->palette().color(QPalette::Disabled, QPalette::ButtonText).rgb();
+            const QImage picture = button->icon()
+                                       .pixmap({16, 16}, QIcon::Disabled)
+                                       .toImage()
+                                       .convertToFormat(QImage::Format_ARGB32);
+            int solid = 0;
+            for (int y = 0; y < picture.height(); ++y)
+                for (int x = 0; x < picture.width(); ++x)
+                    if (qAlpha(picture.pixel(x, y)) == 255) {
+                        QCOMPARE(picture.pixel(x, y), quiet);
+                        ++solid;
+                    }
+            QVERIFY(solid > 20);
+        }
+    }
+
+    // A scroll bar that comes must hide nothing.
+    void the_panel_is_never_narrower_than_its_rows_and_a_scroll_bar()
+    {
+        PanelAlone alone;
+        alone.panel.show();
+        const auto *rows = alone.panel.findChild<QScrollArea *>();
+        const auto wanted = [rows] {
+            return rows->widget()->minimumSizeHint().width()
+                + rows->verticalScrollBar()->sizeHint().width() + 2 * rows->frameWidth();
+        };
+        QTRY_COMPARE(rows->minimumWidth(), wanted());
+        const int before = wanted();
+        alone.panel.row_widgets("ui/name")->holder->setMinimumWidth(500);
+        QTRY_COMPARE(rows->minimumWidth(), wanted());
+        QVERIFY(wanted() > before);
+    }
+
+    // Source channels follow rows behind them, and get their editors when all others have theirs.
+    void editors_of_a_second_pass_are_read_in_order_too()
+    {
+        PanelAlone alone;
+        const auto module_of = [](int channels) {
+            return device_from_report(report_of(
+                1000,
+                {{"device_id", "a"},
+                 {"stream", QJsonObject{{"rtp", QJsonObject{{"en", true}, {"cc", channels}}}}}}));
+        };
+        alone.devices.clear();
+        alone.devices.push_back(module_of(2));
+        alone.panel.show_selection();
+        const ModifiedComboBox *before = alone.panel.row_widgets("stream/ch0")->combo;
+        alone.devices[0] = module_of(4);
+        alone.panel.show_selection();
+        QVERIFY(alone.panel.row_widgets("stream/ch0")->combo != before);
+        const auto input
+            = [&alone](const char *key) { return alone.panel.row_widgets(key)->editor->input(); };
+        QWidget *const first = input("ui/name");
+        QWidgetList ring;
+        for (QWidget *next = first->nextInFocusChain(); next != first;
+             next = next->nextInFocusChain())
+            ring.append(next);
+        QVERIFY(ring.indexOf(input("stream/ch0")) < ring.indexOf(input("stream/ch1")));
+        QVERIFY(ring.indexOf(input("stream/ch1")) < ring.indexOf(input("stream/rtp/ip")));
     }
 
     void editors_keep_what_they_need_however_narrow_the_panel_is()

@@ -106,6 +106,15 @@ private slots:
         QCOMPARE(gui().log_view(device)->accessibleName(), QString("Firmware log"));
     }
 
+    void the_parts_above_the_list_begin_and_end_where_it_does()
+    {
+        const QRect list = place(gui().view());
+        QCOMPARE(place(gui().eq_button()).left(), list.left());
+        QCOMPARE(place(gui().search_box()).right(), list.right());
+        QCOMPARE(place(gui().eq_button()->parentWidget()).bottom() + 1 + 4, list.top());
+        QCOMPARE(list.left(), 4);
+    }
+
     void left_and_right_column_align()
     {
         QVERIFY(std::abs(place(gui().view()).top() - place(gui().property_scroll()).top()) <= 2);
@@ -252,7 +261,7 @@ private slots:
             const auto *label = dialog->findChild<QLabel *>("qt_msgbox_label");
             area_size = area->size();
             text_size = label->sizeHint() + QSize(area->verticalScrollBar()->sizeHint().width(), 0);
-            is_plain = area->frameShape() == QFrame::NoFrame
+            is_plain = area->widgetResizable() && area->frameShape() == QFrame::NoFrame
                 && label->alignment() == (Qt::AlignTop | Qt::AlignLeft) && area->widget() == label;
             DialogProbe::press_default(dialog);
         };

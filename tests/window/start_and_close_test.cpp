@@ -292,6 +292,11 @@ private slots:
         gui().widget().setGeometry(37, 41, 911, 573);
         QCoreApplication::processEvents();
         gui().property_splitter()->setSizes({420, 480});
+        gui().eq_button()->setChecked(true);
+        gui().eq_splitter()->setSizes({150, 250});
+        QCoreApplication::processEvents();
+        const QList<int> heights = gui().eq_splitter()->sizes();
+        QVERIFY(heights.at(0) < heights.at(1));
         const QRect place = gui().widget().geometry();
         const QList<int> sizes = gui().property_splitter()->sizes();
         QVERIFY(sizes != QList<int>({0, 0}));
@@ -300,6 +305,7 @@ private slots:
         gui().show();
         QCOMPARE(gui().widget().geometry(), place);
         QCOMPARE(gui().property_splitter()->sizes(), sizes);
+        QCOMPARE(gui().eq_splitter()->sizes(), heights);
     }
 
     void a_sort_column_in_the_settings_is_read()
