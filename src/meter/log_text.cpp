@@ -208,6 +208,12 @@ private:
     QWidget *viewport;
 };
 
+// With one that is cut off. The scroll bar's page is that of the lines there are.
+int lines_that_fit(const QPlainTextEdit *view)
+{
+    return view->viewport()->height() / std::max(1, view->fontMetrics().lineSpacing()) + 1;
+}
+
 // Otherwise the toolkit forgets the glyphs of a line when it has been laid out, and again each time
 // that it has been painted, and looks all of them up anew: half of what a line costs. Kept for all
 // lines they would take more room than the text.
@@ -216,11 +222,12 @@ class PageGlyphs
 public:
     PageGlyphs(const QPlainTextEdit *view, bool follows_end, int new_lines)
         : document(view->document())
-        , page(follows_end ? view->verticalScrollBar()->pageStep() + 1 : 0)
+        , page(follows_end ? lines_that_fit(view) : 0)
+        , laid_out_next(std::min(page, new_lines + 1))
     {
-        QTextBlock line = document->lastBlock();
-        for (int stays = page - new_lines; stays > 0 && line.isValid(); --stays)
-            line = line.previous();
+        // Of two pages: to scroll by one the toolkit measures the lines that leave.
+        const int stay = std::max(0, 2 * page - new_lines);
+        QTextBlock line = document->findBlockByNumber(document->blockCount() - 1 - stay);
         for (; line.isValid() && line.layout()->cacheEnabled(); line = line.previous()) {
             line.layout()->setCacheEnabled(false);
             line.clearLayout();
@@ -230,7 +237,7 @@ public:
     void keep() const
     {
         QTextBlock line = document->lastBlock();
-        for (int left = page; left > 0 && line.isValid(); --left) {
+        for (int left = laid_out_next; left > 0 && line.isValid(); --left) {
             line.layout()->setCacheEnabled(true);
             line = line.previous();
         }
@@ -239,6 +246,7 @@ public:
 private:
     const QTextDocument *document;
     int page; // lines that may be in view
+    int laid_out_next;
 };
 
 // Two pieces inserted as one give what they give one by one, unless a line end lies across them.
