@@ -24,6 +24,8 @@ private slots:
     void hostile_channel_counts_fill_no_memory();
     void hostile_products_and_banks_have_no_presets_or_the_first();
     void two_sessions_stand_behind_disable();
+    void sessions_of_one_name_keep_the_devices_order();
+    void sessions_that_are_alike_compare_equal();
     void numbers_that_are_not_found_are_shown_one_higher_for_source_channels_only();
 };
 
@@ -237,6 +239,23 @@ void ChoicesTest::two_sessions_stand_behind_disable()
     QVERIFY(!choices[0].data.isValid());
     QCOMPARE(choices[1].label, std::string("a (y)"));
     QCOMPARE(choices[2].label, std::string("b (x)"));
+}
+
+void ChoicesTest::sessions_of_one_name_keep_the_devices_order()
+{
+    std::vector<session_item> sessions;
+    for (int channels = 0; channels < 100; ++channels)
+        sessions.push_back({.name = "a", .info = "x", .channels = channels});
+    const std::vector<PropertyChoice> choices = session_choices(sessions);
+    for (size_t i = 0; i < sessions.size(); ++i)
+        QCOMPARE(choices[i + 1].data.value<session_item>().channels, static_cast<int>(i));
+}
+
+void ChoicesTest::sessions_that_are_alike_compare_equal()
+{
+    register_session_item();
+    const std::vector<session_item> sessions{{.name = "a", .info = "x", .channels = 2}};
+    QVERIFY(session_choices(sessions) == session_choices(sessions));
 }
 
 void ChoicesTest::numbers_that_are_not_found_are_shown_one_higher_for_source_channels_only()

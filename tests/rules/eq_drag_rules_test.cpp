@@ -13,6 +13,7 @@ private slots:
     void init();
     void a_drag_is_relative_to_the_press();
     void the_press_side_decides_which_edge_is_held();
+    void a_press_on_the_centre_holds_the_upper_edge();
     void stubs_pulled_together_give_an_infinite_q();
     void an_edge_at_zero_gives_no_number();
     void an_edge_below_zero_still_gives_a_width();
@@ -62,6 +63,16 @@ void EqDragRulesTest::the_press_side_decides_which_edge_is_held()
     QVERIFY(dragged_q(grid, start_at(center - 20), 1000.0F, {center - 60, 0}) < q_of_octaves(2.0));
     QVERIFY(dragged_q(grid, start_at(center + 20), 1000.0F, {center + 60, 0}) < q_of_octaves(2.0));
     QVERIFY(dragged_q(grid, start_at(center + 60), 1000.0F, {center + 20, 0}) > q_of_octaves(2.0));
+}
+
+void EqDragRulesTest::a_press_on_the_centre_holds_the_upper_edge()
+{
+    const float freq = grid.x_to_freq(400);
+    const DragStart start{
+        .position = {400, 0}, .freq = freq, .low_edge = freq / 2.0F, .high_edge = freq * 2.0F};
+    const float at_rest = dragged_q(grid, start, freq, {400, 0});
+    QVERIFY(dragged_q(grid, start, freq, {410, 0}) < at_rest);
+    QVERIFY(dragged_q(grid, start, freq, {390, 0}) > at_rest);
 }
 
 void EqDragRulesTest::stubs_pulled_together_give_an_infinite_q()

@@ -242,6 +242,8 @@ void FilterResponseTest::an_area_below_the_view_closes_at_its_first_row()
     const std::vector<QPointF> below = response_outline(grid, std::vector<float>(10, 0.1F));
     QVERIFY(below[0].y() > 100.0);
     QVERIFY(response_closing(grid, below)[2] == QPointF(10.0, below[0].y()));
+    const std::vector<QPointF> on_the_edge(10, QPointF(0.0, 100.0));
+    QVERIFY(response_closing(grid, on_the_edge)[2] == QPointF(10.0, 100.0));
 }
 
 void FilterResponseTest::broken_magnitudes_stay_in_reach_of_the_painter()

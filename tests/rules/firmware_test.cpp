@@ -218,6 +218,18 @@ private slots:
         QCOMPARE(extract(lead + chunk({}) + chunk({}), 7).code, int{FIRMWARE_ERR_NO_DEVICE});
     }
 
+    void a_container_section_of_the_second_type_is_no_chunk()
+    {
+        QByteArray other = chunk(section(7, "seven"));
+        put_u32(other, 8, 0x00020001);
+        QByteArray header = other.left(128);
+        seal(header);
+        other.replace(0, 128, header);
+        const QByteArray lead = section(FIRMWARE_CONTAINER_MAGIC, "lead");
+        QCOMPARE(extract(lead + other, 7).code, int{FIRMWARE_ERR_NO_DEVICE});
+        QCOMPARE(extract(lead + other, FIRMWARE_CONTAINER_MAGIC).bytes, lead + other);
+    }
+
     void a_damaged_nested_image_is_invalid()
     {
         QByteArray inner = section(7, "seven");

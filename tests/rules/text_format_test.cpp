@@ -14,6 +14,12 @@ private slots:
         QCOMPARE(format_text("eq%d/%s", 7, name.c_str()), "eq7/" + name);
     }
 
+    void what_has_no_text_says_so()
+    {
+        const wchar_t no_letter[] = {static_cast<wchar_t>(0x7FFFFFFF), 0};
+        QCOMPARE(format_text("%ls", no_letter), std::string("<error>"));
+    }
+
     void an_empty_text_is_no_fault() { QCOMPARE(format_text("%s", ""), std::string()); }
 };
 

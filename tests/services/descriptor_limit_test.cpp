@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -48,6 +49,23 @@ private slots:
         limit.rlim_cur = next_descriptor() + static_cast<rlim_t>(allowed);
         QCOMPARE(setrlimit(RLIMIT_NOFILE, &limit), 0);
         QTEST(has_spare_descriptor(), "is_spare");
+    }
+
+    void none_is_spare_when_all_of_many_are_taken()
+    {
+        rlimit limit{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
+        const rlimit before = limit;
+        std::vector<int> taken;
+        for (int i = 0; i < 100; ++i)
+            taken.push_back(dup(STDERR_FILENO));
+        limit.rlim_cur = next_descriptor();
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &limit), 0);
+        const bool is_spare = has_spare_descriptor();
+        setrlimit(RLIMIT_NOFILE, &before);
+        for (const int one : taken)
+            close(one);
+        QVERIFY(!is_spare);
     }
 };
 

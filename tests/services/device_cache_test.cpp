@@ -4,6 +4,7 @@
 #include "model/device_cache.h"
 #include "model/registry_limit.h"
 #include "support/files.h"
+#include "support/idle_loop.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>
@@ -236,6 +237,16 @@ private slots:
         QVERIFY(!cache->is_saving());
         QCoreApplication::processEvents();
         QCOMPARE(contents(path), before);
+    }
+
+    void it_rests_when_it_is_stopped_in_the_middle()
+    {
+        report(plain_report("a"));
+        cache->begin_slices();
+        QVERIFY(cache->is_saving());
+        cache->stop();
+        const int turns = turns_at_rest();
+        QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
     }
 
     void a_file_that_is_only_read_stays_as_it_is()

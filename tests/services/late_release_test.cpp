@@ -1,6 +1,7 @@
 // Records that have gone are freed in turns of the event loop.
 #include "model/device.h"
 #include "model/late_release.h"
+#include "support/idle_loop.h"
 
 #include <QPointer>
 #include <QtTest>
@@ -45,6 +46,15 @@ private slots:
             release.take(new Device);
             QTRY_COMPARE(release.waiting(), size_t(0));
         }
+    }
+
+    void it_rests_when_all_are_freed()
+    {
+        LateRelease release;
+        release.take(new Device);
+        QTRY_COMPARE(release.waiting(), size_t(0));
+        const int turns = turns_at_rest();
+        QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
     }
 };
 

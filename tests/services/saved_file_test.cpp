@@ -136,6 +136,30 @@ private slots:
     void a_file_that_tells_no_size_is_read_whole()
     {
         QVERIFY(read_saved_file("/proc/self/status")->contains("Name:"));
+        QCOMPARE(*read_saved_file("/proc/self/status", 100), QByteArray());
+    }
+
+    void a_new_file_may_be_read_by_whom_the_user_lets()
+    {
+        const mode_t mask = umask(027);
+        QVERIFY(replace_saved_file(path, "new"));
+        umask(mask);
+        struct stat state = {};
+        QCOMPARE(stat(QFile::encodeName(path).constData(), &state), 0);
+        QCOMPARE(state.st_mode & 0777, mode_t{0640});
+    }
+
+    void a_file_that_is_set_aside_takes_the_place_of_the_one_before()
+    {
+        for (const char *text : {"first", "second"}) {
+            put(path, text);
+            set_aside_if_larger(path, 3);
+            QVERIFY(!QFile::exists(path));
+            QCOMPARE(contents(path + ".too-large"), QByteArray(text));
+        }
+        put(path, "abc");
+        set_aside_if_larger(path, 3);
+        QVERIFY(QFile::exists(path));
     }
 
     // Last: it changes what this process sees of the file system.

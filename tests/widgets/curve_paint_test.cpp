@@ -214,6 +214,9 @@ void CurvePaintTest::narrow_views_lose_the_columns_under_the_labels()
     QVERIFY(is_black(image, hidden - 1, row));
     const int shown = view.grid->freq_to_x(100.0F);
     QCOMPARE(image.pixelColor(shown, row), QColor(0x33, 0x33, 0x33));
+    // The line of 100 Hz stays, though it lies under the labels here.
+    set_up(view, {40, 300});
+    QVERIFY(!is_black(picture(view), view.grid->freq_to_x(100.0F), row));
 }
 
 void CurvePaintTest::the_font_follows_the_area()
@@ -379,6 +382,27 @@ void CurvePaintTest::golden_bands_write_where_the_mouse_finds_them()
     const QRect felt
         = shelf ? shelf->center_rect : dynamic_cast<const FilterPEQ *>(filter)->center_rect;
     QCOMPARE(felt, drawn.adjusted(-2, -2, 3, 3));
+    const int half = strip_half_width(view.grid->font_size);
+    const QPoint anchor(filter->marker_x, filter->marker_y);
+    const QRect level(QPoint(-3, anchor.y() - half - 2),
+                      QPoint(view.width() + 4, anchor.y() + half + 3));
+    const QRect upright(QPoint(anchor.x() - half - 2, -3),
+                        QPoint(anchor.x() + half + 3, view.height() + 4));
+    if (shelf) {
+        QCOMPARE(shelf->gain_band, level);
+        QCOMPARE(shelf->freq_band, upright);
+    } else {
+        const auto *peak = dynamic_cast<const FilterPEQ *>(filter);
+        QCOMPARE(peak->gain_band, level);
+        QCOMPARE(peak->freq_band, upright);
+        const int reach = half + 2 * view.grid->font_size;
+        for (const auto &[rect, column] :
+             {std::pair(peak->low_rect, view.grid->freq_to_x(peak->low_edge)),
+              std::pair(peak->high_rect, view.grid->freq_to_x(peak->high_edge))})
+            QCOMPARE(rect,
+                     QRect(QPoint(column - half - 2, anchor.y() - reach - 2),
+                           QPoint(column + half + 3, anchor.y() + reach + 3)));
+    }
 }
 
 void CurvePaintTest::bands_outside_the_view_keep_their_markers()

@@ -107,7 +107,9 @@ private slots:
     void the_active_bands_response_lies_above_its_handles();
     void the_outline_of_a_response_is_half_transparent();
     void the_ground_of_a_label_lets_more_than_half_through();
+    void a_labels_ground_is_wider_than_its_text();
     void a_bubble_has_round_corners_of_six_pixels();
+    void a_bubble_names_its_band_in_a_font_of_its_own();
 };
 
 void CurvePictureTest::gains_stand_in_the_left_column_data()
@@ -340,6 +342,61 @@ void CurvePictureTest::the_ground_of_a_label_lets_more_than_half_through()
     QVERIFY(column < filter->marker_x);
     const QColor color = image.pixelColor(column, row);
     QVERIFY2(is_near(color, 0xD8 * 2 / 5, 0x18 * 2 / 5, 0x18 * 2 / 5, 2), qPrintable(color.name()));
+}
+
+void CurvePictureTest::a_labels_ground_is_wider_than_its_text()
+{
+    const auto view = view_of({peak(1400.0F, 12.0F)});
+    view->hover_index = 0;
+    const QImage image = picture(*view);
+    const Filter *filter = view->filters[0];
+    Expectation expected({800, 400});
+    QFont font("Helvetica");
+    font.setPixelSize(qRound(8.0 * view->logicalDpiY() / 72.0));
+    expected.painter->setFont(font);
+    const QRect text = expected.painter->boundingRect(QRect(), Qt::AlignCenter, "PEQ 1");
+    const int row = filter->marker_y - marker_size(12).half - text.height() / 2;
+    const auto is_red = [&image, row](int x) {
+        return image.pixelColor(x, row).red() > image.pixelColor(x, row).green() + 20;
+    };
+    const int left = filter->marker_x - text.width() / 2 - 1;
+    const int right = left + text.width() + 2;
+    QVERIFY(is_red(left) && !is_red(left - 1));
+    QVERIFY(is_red(right) && !is_red(right + 1));
+}
+
+void CurvePictureTest::a_bubble_names_its_band_in_a_font_of_its_own()
+{
+    const QSize whole(800, 500);
+    const auto view = view_of({peak(1350.0F, 0.0F, 2)}, whole);
+    view->active_index = 0;
+    const QImage image = picture(*view);
+    const Filter *filter = view->filters[0];
+    Expectation expected(whole);
+    // 12 points, as large as the view's screen makes them.
+    QFont font("Helvetica");
+    font.setPixelSize(qRound(12.0 * view->logicalDpiY() / 72.0));
+    expected.painter->setFont(font);
+    const QRect text = expected.painter->boundingRect(QRect(), Qt::AlignLeft, "PEQ 2");
+    const QSize size = text.size() + QSize(12, 12);
+    const QRect bubble(QPoint(filter->marker_x + 24, filter->marker_y - 24 - size.height()), size);
+    expected.painter->setPen(QColor(0xAA, 0xAA, 0xAA));
+    expected.painter->setBrush(QColor(90, 90, 90, 185));
+    expected.painter->drawRoundedRect(bubble, 6.0, 6.0, Qt::AbsoluteSize);
+    expected.painter->drawText(QRect(bubble.topLeft() + QPoint(6, 6), text.size()), Qt::AlignLeft,
+                               "PEQ 2");
+    // The grid shines through, dimly; the text is as bright as the frame.
+    const QRect inside(bubble.topLeft() + QPoint(6, 6), text.size());
+    int wanted = 0;
+    int other = 0;
+    for (int y = inside.top(); y <= inside.bottom(); ++y)
+        for (int x = inside.left(); x <= inside.right(); ++x) {
+            const bool is_bright = expected.image.pixelColor(x, y).red() > 120;
+            wanted += is_bright;
+            other += is_bright != (image.pixelColor(x, y).red() > 120);
+        }
+    QVERIFY2(wanted > 50 && other * 5 < wanted,
+             qPrintable(QString("%1 of %2").arg(other).arg(wanted)));
 }
 
 void CurvePictureTest::a_bubble_has_round_corners_of_six_pixels()

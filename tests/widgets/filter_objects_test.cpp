@@ -5,6 +5,7 @@
 #include "support/eq_numbers.h"
 #include "support/vectors.h"
 
+#include <QMouseEvent>
 #include <QPainter>
 #include <QtTest>
 
@@ -68,6 +69,7 @@ private slots:
     void a_disabled_filter_is_flat();
     void a_grid_that_is_not_ready_computes_nothing();
     void new_filters_start_idle();
+    void of_handles_that_overlap_the_smaller_ones_win();
     void bands_become_objects();
     void lists_are_the_same_by_type_and_exact_params();
     void equal_bands_of_other_numbers_are_others();
@@ -162,6 +164,42 @@ void FilterObjectsTest::new_filters_start_idle()
     QCOMPARE(peak.label_flags, 0);
     QVERIFY(peak.enabled);
     QVERIFY(!peak.widget);
+}
+
+// In small views strips and stubs reach beyond the marker where they cross.
+void FilterObjectsTest::of_handles_that_overlap_the_smaller_ones_win()
+{
+    const QRect everywhere(0, 0, 100, 100);
+    const auto held_by = [](auto &filter) {
+        filter.drag_state = 1;
+        QMouseEvent event(QEvent::MouseButtonPress, QPointF(50, 50), Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        filter.mouse_press(&event);
+        return filter.drag_state;
+    };
+    FilterPEQ peak(1, nullptr);
+    const std::vector<std::pair<QRect FilterPEQ::*, int>> of_peak{{&FilterPEQ::center_rect, 3},
+                                                                  {&FilterPEQ::low_rect, 4},
+                                                                  {&FilterPEQ::high_rect, 4},
+                                                                  {&FilterPEQ::freq_band, 5},
+                                                                  {&FilterPEQ::gain_band, 6}};
+    for (const auto &[rect, state] : of_peak)
+        peak.*rect = everywhere;
+    for (const auto &[rect, state] : of_peak) {
+        QCOMPARE(held_by(peak), state);
+        peak.*rect = QRect();
+    }
+    QCOMPARE(held_by(peak), 0);
+    FilterShelf shelf(1, true);
+    const std::vector<std::pair<QRect FilterShelf::*, int>> of_shelf{
+        {&FilterShelf::center_rect, 3}, {&FilterShelf::freq_band, 4}, {&FilterShelf::gain_band, 5}};
+    for (const auto &[rect, state] : of_shelf)
+        shelf.*rect = everywhere;
+    for (const auto &[rect, state] : of_shelf) {
+        QCOMPARE(held_by(shelf), state);
+        shelf.*rect = QRect();
+    }
+    QCOMPARE(held_by(shelf), 0);
 }
 
 void FilterObjectsTest::bands_become_objects()

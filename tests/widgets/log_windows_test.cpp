@@ -2,6 +2,7 @@
 #include "meter/log_window.h"
 #include "meter/log_windows.h"
 #include "model/device.h"
+#include "support/idle_loop.h"
 
 #include <QPlainTextEdit>
 #include <QtTest>
@@ -46,6 +47,18 @@ private slots:
     {
         logs->drop(device.get());
         logs.reset();
+    }
+
+    void it_rests_when_all_windows_are_open()
+    {
+        Device other;
+        logs->open({&other, device.get()});
+        QTRY_VERIFY(logs->window(&other));
+        say("first\n");
+        QCoreApplication::processEvents();
+        const int turns = turns_at_rest();
+        QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
+        logs->drop(&other);
     }
 
     void the_first_line_is_shown_at_once()

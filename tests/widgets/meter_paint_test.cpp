@@ -165,6 +165,8 @@ private slots:
     void golden_bars_are_drawn_to_the_pixel_data() { add_vector_rows("meter_bars", "bars"); }
     void golden_bars_are_drawn_to_the_pixel();
     void two_channels_in_the_panel();
+    void a_bar_falls_after_its_level_has_gone();
+    void a_frame_follows_its_widgets_colours();
     void no_channels_are_grey_in_list_and_panel();
     void a_cell_shows_the_same_meter_as_the_panel();
     void a_narrow_cell_shows_a_narrow_meter_in_its_middle();
@@ -211,6 +213,39 @@ void MeterPaintTest::two_channels_in_the_panel()
     QCOMPARE(count_pixels(image, widget.rect(), YELLOW), 48 * 9 * area);
     const QRgb base = widget.palette().color(QPalette::Base).rgb();
     QCOMPARE(count_pixels(image, QRect(25, 1, 24, 9), base), 24 * 9 * area);
+}
+
+void MeterPaintTest::a_bar_falls_after_its_level_has_gone()
+{
+    MeterObject meter;
+    meter.set_levels({70}, {});
+    meter.set_levels({0}, {});
+    meter.tick();
+    MeterWidget widget;
+    widget.set_meter(&meter);
+    const int area = qRound(widget.devicePixelRatioF() * widget.devicePixelRatioF());
+    // 4.25 dB below full scale are 89.375 % of 48 pixels.
+    QCOMPARE(count_pixels(widget.grab().toImage(), widget.rect(), GREEN), 42 * 18 * area);
+}
+
+void MeterPaintTest::a_frame_follows_its_widgets_colours()
+{
+    MeterObject meter;
+    meter.set_levels({0}, {}); // no bar is a pixel long
+    for (const QPalette &palette : {QPalette(QColor(0xEF, 0xEF, 0xEF)), dark_palette()}) {
+        QWidget widget;
+        widget.setPalette(palette);
+        const QRect frame(5, 5, 50, 20);
+        QImage wanted = canvas(frame, 1);
+        QImage drawn = wanted;
+        QPainter by_style(&wanted);
+        draw_frame(by_style, widget, frame);
+        by_style.end();
+        QPainter painter(&drawn);
+        paint_meter(meter, &painter, &widget, frame);
+        painter.end();
+        QCOMPARE(drawn, wanted);
+    }
 }
 
 void MeterPaintTest::no_channels_are_grey_in_list_and_panel()

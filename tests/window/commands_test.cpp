@@ -79,6 +79,9 @@ private slots:
         QVERIFY(!gui().identify_button()->isEnabled());
         device.report();
         QVERIFY(gui().identify_button()->isEnabled());
+        device.record()->last_seen -= 3000;
+        gui().discover();
+        QVERIFY(!gui().identify_button()->isEnabled());
     }
 
     void a_failed_identify_shows_nowhere()

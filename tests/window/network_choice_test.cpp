@@ -96,6 +96,24 @@ private slots:
         }
     }
 
+    void an_empty_list_names_the_network_that_is_chosen()
+    {
+        lay_two_cables();
+        window = std::make_unique<WindowCase>();
+        gui().show();
+        QTRY_COMPARE(gui().network_box()->count(), 2);
+        const auto is_named = [this](const QString &name) {
+            for (const QLabel *label : gui().view()->findChildren<QLabel *>())
+                if (label->text() == "No device on " + name)
+                    return true;
+            return false;
+        };
+        for (const int index : {1, 0}) {
+            gui().network_box()->setCurrentIndex(index);
+            QTRY_VERIFY(is_named(gui().network_box()->itemText(index)));
+        }
+    }
+
     void a_choice_by_hand_prints_act_and_is_remembered_and_a_change_is_not()
     {
         lay_two_cables();

@@ -212,6 +212,20 @@ private slots:
         QVERIFY(repeated > 25); // or nothing was compared
     }
 
+    void a_datagram_without_bytes_repeats_nothing()
+    {
+        const std::unique_ptr<WindowCase> window = make_window();
+        const QHostAddress address("10.0.0.1");
+        QJsonObject report = loudspeaker_report("a");
+        report.insert("warning", "hot"); // such a report's bytes are not kept
+        window->gui->deliver(address, bytes_of(report));
+        Device *device = window->gui->find_device("a");
+        device->last_seen -= 1000;
+        const qint64 before = device->last_seen;
+        window->gui->deliver(address, QByteArray());
+        QCOMPARE(device->last_seen, before);
+    }
+
     void a_report_with_a_warning_during_an_edit_is_not_taken_for_the_one_before()
     {
         const std::unique_ptr<WindowCase> window = make_window();
