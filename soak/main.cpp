@@ -5,6 +5,7 @@
 #include "soak/soak.h"
 
 #include <QLoggingCategory>
+#include <QTemporaryDir>
 
 #include <cstdio>
 #include <map>
@@ -42,7 +43,10 @@ int play(const SoakPlan &plan)
         std::printf("FAILED: %s\n", qPrintable(failure));
     for (const auto &[text, count] : warnings)
         std::printf("warning, %d times: %s\n", count, qPrintable(text));
-    std::printf("%s\n", failures.isEmpty() ? "all agree" : "they do not agree");
+    if (failures.isEmpty())
+        std::printf("all agree, no limit missed\n");
+    else
+        std::printf("FAILED by %d of its claims, see above\n", static_cast<int>(failures.size()));
     return failures.isEmpty() ? 0 : 1;
 }
 
@@ -57,6 +61,10 @@ int main(int argc, char **argv)
     // Nobody sees this window; a screen can still be asked for.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // A file dialog opens in the folder that any program of the user looked at last, and notes its
+    // own for them.
+    const QTemporaryDir settings;
+    qputenv("XDG_CONFIG_HOME", settings.path().toUtf8());
     set_program_names();
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);

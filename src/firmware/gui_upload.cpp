@@ -3,6 +3,7 @@
 #include "firmware/assistant_rules.h"
 #include "firmware/firmware.h"
 #include "firmware/upload_rules.h"
+#include "gui/file_patterns.h"
 #include "gui/gui.h"
 
 #include <QFile>
@@ -19,6 +20,7 @@ QString ask_for_file(QWidget *parent)
 {
     QFileDialog dialog(parent);
     dialog.setOption(QFileDialog::ReadOnly);
+    spare_patterns(dialog);
     if (dialog.exec() != QDialog::Accepted)
         return {};
     const QStringList names = dialog.selectedFiles();

@@ -1,6 +1,7 @@
 // Asks where a device's backup goes, and which one comes back.
 #include "gui/backup_dialogs.h"
 
+#include "gui/file_patterns.h"
 #include "model/saved_file.h"
 #include "model/saved_state.h"
 
@@ -11,6 +12,18 @@
 namespace {
 
 constexpr auto BACKUP_FILTER = "Device backups (*.ntd)";
+constexpr auto BACKUP_ENDING = ".ntd";
+
+// The path that the operator chooses; empty when there is none.
+QString ask_for_path(QWidget *parent, const QString &title, QFileDialog::AcceptMode mode)
+{
+    QFileDialog dialog(parent, title, "", BACKUP_FILTER);
+    dialog.setAcceptMode(mode);
+    dialog.setFileMode(mode == QFileDialog::AcceptSave ? QFileDialog::AnyFile
+                                                       : QFileDialog::ExistingFile);
+    spare_patterns(dialog, BACKUP_ENDING);
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+}
 
 void tell(QWidget *parent, const QString &title, const QString &text)
 {
@@ -21,7 +34,7 @@ void tell(QWidget *parent, const QString &title, const QString &text)
 
 QString ask_for_backup_path(QWidget *parent)
 {
-    return QFileDialog::getSaveFileName(parent, "Save backup", "", BACKUP_FILTER);
+    return ask_for_path(parent, "Save backup", QFileDialog::AcceptSave);
 }
 
 void write_backup(QWidget *parent, const QString &path, const QJsonObject &report)
@@ -35,7 +48,7 @@ void write_backup(QWidget *parent, const QString &path, const QJsonObject &repor
 
 std::optional<QJsonObject> ask_for_backup(QWidget *parent)
 {
-    const QString path = QFileDialog::getOpenFileName(parent, "Load backup", "", BACKUP_FILTER);
+    const QString path = ask_for_path(parent, "Load backup", QFileDialog::AcceptOpen);
     const std::optional<QByteArray> text = path.isEmpty() ? std::nullopt : read_saved_file(path);
     if (!text)
         return {};

@@ -4,6 +4,11 @@
 #include "support/files.h"
 #include "support/panel_case.h"
 
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QFileSystemModel>
+#include <QTreeView>
+
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -115,6 +120,41 @@ private slots:
         press("Save");
         press("Load");
         QCOMPARE(filters, QStringList({"Device backups (*.ntd)", "Device backups (*.ntd)"}));
+    }
+
+    // By the end of their names: a pattern is compiled anew for each file of a folder.
+    void both_dialogs_show_backups_and_folders_without_patterns()
+    {
+        const QTemporaryDir place;
+        QVERIFY(QDir(place.path()).mkdir("tour"));
+        for (const char *name : {"hall.ntd", "OPEN AIR.NTD", "notes.txt", "ntd"})
+            put(place.filePath(name), {});
+        window->add({});
+        window->select({0});
+        DialogProbe probe;
+        QList<QStringList> shown;
+        QStringList patterns;
+        probe.answer = [&place, &shown, &patterns](QDialog *dialog) {
+            qobject_cast<QFileDialog *>(dialog)->setDirectory(place.path());
+            auto *kinds = dialog->findChild<QComboBox *>("fileTypeCombo");
+            kinds->showPopup(); // the one kind is chosen once more
+            QTest::keyClick(kinds->view(), Qt::Key_Enter);
+            const auto *list = dialog->findChild<QTreeView *>("treeView");
+            const auto count = [list] { return list->model()->rowCount(list->rootIndex()); };
+            static_cast<void>(QTest::qWaitFor([&count] { return count() == 3; }));
+            QStringList names;
+            for (int row = 0; row < count(); ++row)
+                names += list->model()->index(row, 0, list->rootIndex()).data().toString();
+            names.sort();
+            shown += names;
+            patterns += dialog->findChild<QFileSystemModel *>()->nameFilters();
+            DialogProbe::cancel(dialog);
+        };
+        press("Save");
+        press("Load");
+        const QStringList expected = {"OPEN AIR.NTD", "hall.ntd", "tour"};
+        QCOMPARE(shown, QList<QStringList>({expected, expected}));
+        QCOMPARE(patterns, QStringList());
     }
 
     void a_file_that_is_no_backup_is_refused_data()

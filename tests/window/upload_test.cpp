@@ -2,6 +2,7 @@
 #include "firmware/tftp_uploader.h"
 #include "support/upload_case.h"
 
+#include <QFileSystemModel>
 #include <QPointer>
 
 #include <sys/stat.h>
@@ -266,6 +267,24 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
         press_lpi_upload();
         QCOMPARE(only_reads, QList<bool>({true, true}));
+    }
+
+    // A pattern is compiled anew for each file: a folder of 20,000 would hold up the window.
+    void the_file_dialog_compares_no_names_with_patterns()
+    {
+        add_devices(1);
+        window->select({0});
+        DialogProbe probe;
+        QStringList patterns("not seen");
+        QStringList kinds;
+        probe.answer = [&patterns, &kinds](QDialog *dialog) {
+            patterns = dialog->findChild<QFileSystemModel *>()->nameFilters();
+            kinds = qobject_cast<QFileDialog *>(dialog)->nameFilters();
+            DialogProbe::cancel(dialog);
+        };
+        press_update();
+        QCOMPARE(patterns, QStringList());
+        QCOMPARE(kinds, QStringList("All Files (*)"));
     }
 
     void a_lost_network_does_not_keep_a_transfer_from_starting()
