@@ -208,7 +208,8 @@ private slots:
         gui().cache().set_delay(0);
         gui().cache().changed();
         gui().close();
-        QTest::qWait(20); // a due timer would fire now
+        QCoreApplication::processEvents(); // a due timer fires now, and begins to write
+        QTRY_VERIFY(!gui().cache().is_pending() && !gui().cache().is_saving());
         QFile file(gui().cache().path());
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(QJsonDocument::fromJson(file.readAll()).object().value("devices").toArray().size(),
