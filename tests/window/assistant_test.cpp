@@ -466,6 +466,15 @@ private slots:
         QTest::keyClick(button("Next"), Qt::Key_Space);
         QCOMPARE(page(), int{PAGE_CONFIRM_PRODUCT});
     }
+
+    void the_keypads_enter_presses_the_button_that_has_the_focus()
+    {
+        reach(PAGE_CHOOSE_PRODUCT);
+        choose(2);
+        button("Next")->setFocus();
+        QTest::keyClick(button("Next"), Qt::Key_Enter);
+        QCOMPARE(page(), int{PAGE_CONFIRM_PRODUCT});
+    }
 };
 
 WINDOW_TEST_MAIN(AssistantTest)

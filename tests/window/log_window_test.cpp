@@ -195,6 +195,7 @@ private slots:
     {
         FakeDevice &device = device_with_log();
         QPointer<LogWindow> log = gui().log_window(device.record());
+        console(device)->setFocus(); // it is no key of the text alone
         QTest::keyClick(console(device), Qt::Key_W, Qt::ControlModifier);
         QVERIFY(!gui().log_window(device.record()));
         QTRY_VERIFY(log.isNull());

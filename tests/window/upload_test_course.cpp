@@ -25,6 +25,7 @@ private slots:
         update_with(image_section(MODULE_MAGIC, QByteArray(9 * 512 - 128 + 1, 'x')));
         // Block 5 of 10 is in the air, 4 are acknowledged.
         QTRY_COMPARE(status(0), QString("Online, updating 39%"));
+        const QPointer<QTFTPFileUploader> transfer = gui().transfer(device(0));
         device(0)->broken_net = true;
         gui().update(device(0));
         QCOMPARE(status(0), QString("Broken net, updating 39%"));
@@ -33,6 +34,7 @@ private slots:
         peer(0).send(ack(5));
         QTRY_COMPARE(status(0), QString("Online, muted"));
         QVERIFY(device(0)->upload_ok);
+        QTRY_VERIFY(transfer.isNull()); // and its socket with it
     }
 
     void the_status_bar_shows_how_far_transfers_are_while_they_run()
