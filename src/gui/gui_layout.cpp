@@ -95,7 +95,6 @@ void Gui::build_window()
     top_bar = new TopBar;
     left_layout->addWidget(top_bar);
     left_layout->addWidget(eq_splitter);
-    left_layout->setStretch(1, 2);
 
     property_splitter = new QSplitter(Qt::Horizontal);
     property_splitter->setObjectName("property_splitter");

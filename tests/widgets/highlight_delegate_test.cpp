@@ -384,10 +384,12 @@ void HighlightDelegateTest::painter_comes_back_as_it_was()
     painter.translate(3, 4);
     const QTransform before = painter.transform();
     ShownDelegate delegate;
-    delegate.drawDisplay(&painter, {}, cell, "text");
-    QCOMPARE(painter.transform(), before);
-    QCOMPARE(painter.pen().color(), QColor(Qt::red));
-    QVERIFY(!painter.hasClipping());
+    for (const char *text : {"text", "two  blanks"}) { // laid out as a line, and as a document
+        delegate.drawDisplay(&painter, {}, cell, text);
+        QCOMPARE(painter.transform(), before);
+        QCOMPARE(painter.pen().color(), QColor(Qt::red));
+        QVERIFY(!painter.hasClipping());
+    }
 }
 
 void HighlightDelegateTest::what_follows_512_characters_is_neither_measured_nor_painted_data()

@@ -203,6 +203,25 @@ private slots:
         QCOMPARE(alone.panel.row_widgets("ui/order")->spinner->maximum(), 5.0);
     }
 
+    // An open list would jump.
+    void a_value_that_is_no_choice_keeps_its_item_while_it_stays()
+    {
+        PanelAlone alone;
+        alone.panel.set_edit_mode(false);
+        alone.devices.resize(1);
+        alone.devices[0]->values["dsp/level"] = 9;
+        alone.panel.show_selection();
+        const ModifiedComboBox *level = alone.panel.row_widgets("dsp/level")->combo;
+        QCOMPARE(level->currentText(), QString("9 (not found)"));
+        QSignalSpy removals(level->model(), &QAbstractItemModel::rowsRemoved);
+        alone.panel.refresh_all_rows();
+        QCOMPARE(removals.size(), 0);
+        alone.devices[0]->values["dsp/level"] = 10;
+        alone.panel.refresh_all_rows();
+        QCOMPARE(removals.size(), 1);
+        QCOMPARE(level->currentText(), QString("10 (not found)"));
+    }
+
     // ---- where things stand
 
     void few_rows_stand_close_together_at_the_top()
