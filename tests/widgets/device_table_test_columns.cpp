@@ -384,6 +384,18 @@ private slots:
         }));
     }
 
+    void the_column_that_is_moved_last_takes_the_rest_at_once()
+    {
+        add("Left");
+        view()->resize(1600, 500);
+        QTRY_VERIFY(view()->has_settled());
+        const int ip = table->column_of("ip");
+        const int before = header()->sectionSize(ip);
+        header()->moveSection(header()->visualIndex(ip), header()->count() - 1);
+        QVERIFY(header()->sectionSize(ip) > before);
+        QCOMPARE(header()->length(), view()->viewport()->width());
+    }
+
     void a_list_that_has_shown_a_change_rests()
     {
         Device &device = add("A name of some length");

@@ -103,31 +103,30 @@ private slots:
     {
         QFETCH(QString, step);
         PanelAlone alone;
-        // Without the property the row has no editor, and gets a new one with it.
-        const PropertyDesc mute = alone.devices[0]->properties.at("dsp/mute");
-        for (const auto &device : alone.devices)
-            device->properties.erase("dsp/mute");
+        // Other bounds make another editor.
+        const QWidget *before = alone.panel.row_widgets("ui/order")->spinner;
         alone.panel.show_selection();
         for (const auto &device : alone.devices)
-            device->properties.own("dsp/mute") = mute;
+            device->properties.own("ui/order").max = 5;
         if (step == "one row")
-            alone.panel.update_property("dsp/mute");
+            alone.panel.update_property("ui/order");
         else if (step == "all rows")
             alone.panel.refresh_all_rows();
         else if (step == "selection")
             alone.panel.show_selection();
-        alone.panel.mark("dsp/mute");
+        alone.panel.mark("ui/order");
         if (step == "needed rows")
             alone.panel.refresh_needed_rows();
         const auto input
             = [&alone](const char *key) { return alone.panel.row_widgets(key)->editor->input(); };
-        QWidget *const first = input("dsp/mute");
+        QWidget *const first = input("ui/order");
+        QVERIFY(first != before);
         QWidgetList ring;
         for (QWidget *next = first->nextInFocusChain(); next != first;
              next = next->nextInFocusChain())
             ring.append(next);
-        QVERIFY(ring.indexOf(input("dsp/delay")) < ring.indexOf(input("ui/name")));
-        QVERIFY(ring.indexOf(input("ui/name")) < ring.indexOf(input("dsp/level")));
+        QVERIFY(ring.indexOf(input("firmware_version")) < ring.indexOf(input("ui/name")));
+        QVERIFY(ring.indexOf(input("ui/name")) < ring.indexOf(input("dsp/delay")));
     }
 
     // Each row that comes would push down all those below it, and the panel would take three times
