@@ -13,7 +13,7 @@
 // A class of tests, which is made only when its turn comes.
 struct TestClass
 {
-    QByteArray file; // of its source
+    QByteArray file; // of its source, without folders: compilers may be given them in two ways
     const QMetaObject *meta;
     int (*run)(int argc, char **argv);
 
@@ -28,7 +28,9 @@ struct TestClass
 template<typename Tests>
 TestClass test_class(const QByteArray &file)
 {
-    return {.file = file, .meta = &Tests::staticMetaObject, .run = [](int argc, char **argv) {
+    return {.file = file.mid(file.lastIndexOf('/') + 1),
+            .meta = &Tests::staticMetaObject,
+            .run = [](int argc, char **argv) {
                 Tests tests;
                 return QTest::qExec(&tests, argc, argv);
             }};
@@ -56,7 +58,8 @@ template<typename First>
 int run_tests(int argc, char **argv, const QByteArray &file)
 {
     std::vector<TestClass> classes{test_class<First>(file)};
-    const QByteArray own_parts = file.chopped(static_cast<int>(std::strlen(".cpp"))) + '_';
+    const QByteArray &own = classes.front().file;
+    const QByteArray own_parts = own.chopped(static_cast<int>(std::strlen(".cpp"))) + '_';
     // Programs of several tests have the parts of all.
     std::copy_if(test_parts().begin(), test_parts().end(), std::back_inserter(classes),
                  [own_parts](const TestClass &tests) { return tests.file.startsWith(own_parts); });
