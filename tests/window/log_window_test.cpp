@@ -306,6 +306,40 @@ private slots:
                  QString("boot\nready\n\n[lost 980 log bytes]\nlate\n"));
     }
 
+    // Where in one it stands, and how long it is already, counts on from message to message.
+    void a_terminal_code_may_be_cut_by_the_end_of_a_message()
+    {
+        FakeDevice &device = device_with_log();
+        stream(device, 0, "a\x1b[3");
+        stream(device, 4, "2mb");
+        const QByteArray half("0;0;0;0;0;0;0;0;0;0;0;0;0;0;0;0;");
+        stream(device, 7, "\x1b[" + half);
+        stream(device, 41, half + "cd\n"); // without an end it ends after 64
+        QCOMPARE(gui().log_view(device.record())->toPlainText(), QString("abcd\n"));
+    }
+
+    void what_comes_without_a_window_is_not_counted()
+    {
+        FakeDevice &device = device_with_log();
+        stream(device, 0, "one\n");
+        gui().log_window(device.record())->close();
+        stream(device, 4, "missed\n");
+        QCOMPARE(device.record()->log_pos, 4U);
+    }
+
+    void logging_is_switched_on_again_also_when_the_same_bytes_come_again()
+    {
+        FakeDevice &device = device_with_log();
+        const QByteArray bytes = QJsonDocument(device.state).toJson(QJsonDocument::Compact);
+        const auto count_of_sent = [&device, this] {
+            return gui().log_view(device.record())->toPlainText().count("Sending JSON: ");
+        };
+        const int before = count_of_sent();
+        for (int i = 0; i < 3; ++i)
+            gui().deliver(device.address, bytes);
+        QCOMPARE(count_of_sent(), before + 3);
+    }
+
     void json_traffic_is_echoed()
     {
         FakeDevice &device = device_with_log();

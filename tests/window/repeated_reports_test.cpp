@@ -1,5 +1,6 @@
 // A report with the bytes of the last one is not read again, and must change just what reading
 // changes.
+#include "firmware/deppen_ass.h"
 #include "gui/device_list_view.h"
 #include "link/datagram.h"
 #include "support/allocation_count.h"
@@ -262,6 +263,38 @@ private slots:
         QVERIFY(device->stale);
         window->gui->cancel_button()->click();
         QVERIFY(!device->stale);
+    }
+
+    void the_same_bytes_bring_the_assistant_when_its_turn_comes_data()
+    {
+        QTest::addColumn<bool>("is_edited");
+        QTest::newRow("in peace") << false;
+        QTest::newRow("while it is edited") << true;
+    }
+    void the_same_bytes_bring_the_assistant_when_its_turn_comes()
+    {
+        QFETCH(bool, is_edited);
+        const std::unique_ptr<WindowCase> window = make_window();
+        const QHostAddress addresses[]{QHostAddress("10.0.0.1"), QHostAddress("10.0.0.2")};
+        const char *ids[]{"a", "b"};
+        for (int i : {0, 1, 1}) {
+            QJsonObject report = loudspeaker_report(ids[i]);
+            report.insert("firmware_version", "1.1");
+            window->gui->deliver(addresses[i], bytes_of(report));
+        }
+        Device *first = window->gui->find_device("a");
+        const Device *second = window->gui->find_device("b");
+        QVERIFY(first->has_assistant);
+        if (is_edited) {
+            window->gui->view()->selectAll();
+            window->gui->set_edit_mode(true);
+        }
+        QVERIFY(window->gui->assistant(first)->close());
+        QVERIFY(!second->has_assistant);
+        QJsonObject report = loudspeaker_report("b");
+        report.insert("firmware_version", "1.1");
+        window->gui->deliver(addresses[1], bytes_of(report));
+        QVERIFY(second->has_assistant);
     }
 
     // A merge allocates a dozen times, even when nothing comes of it.
