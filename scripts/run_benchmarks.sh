@@ -34,6 +34,13 @@ run_all "${others[@]}" 3>"$log/failed-others"
 wait
 cat "$log/fleets"
 mapfile -t failed < <(cat "$log"/failed-*)
+# Where a computer has others beside, what they take counts as one's own for a moment: a slice of 4 ms
+# took 41 once in five runs. A short run is to find what is slow each time.
+if ((${#failed[@]})) && [[ ${options[*]} == --short ]]; then
+    printf '\nOnce more, by themselves: %s\n' "${failed[*]}"
+    run_all "${failed[@]}" 3>"$log/failed-again"
+    mapfile -t failed <"$log/failed-again"
+fi
 ((${#failed[@]} == 0)) && exit 0
 printf '\nLimits were missed. One alone: scripts/run_benchmarks.sh %s %s\n' "${options[*]}" "${failed[*]}"
 exit 1
