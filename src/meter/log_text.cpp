@@ -2,6 +2,7 @@
 #include "meter/log_text.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QPainter>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -214,6 +215,15 @@ int lines_that_fit(const QPlainTextEdit *view)
     return view->viewport()->height() / std::max(1, view->fontMetrics().lineSpacing()) + 1;
 }
 
+// As after each painting, here of nothing: where its rows begin stays known. A line at the cap
+// without them would be laid out once more to be removed.
+void drop_glyphs(const QTextBlock &line)
+{
+    const QRectF above(0, line.layout()->position().y() - 1000, 1, 1);
+    QPainter none;
+    line.layout()->draw(&none, QPointF(), {}, above);
+}
+
 // Otherwise the toolkit forgets the glyphs of a line when it has been laid out, and again each time
 // that it has been painted, and looks all of them up anew: half of what a line costs. Kept for all
 // lines they would take more room than the text.
@@ -230,7 +240,7 @@ public:
         QTextBlock line = document->findBlockByNumber(document->blockCount() - 1 - stay);
         for (; line.isValid() && line.layout()->cacheEnabled(); line = line.previous()) {
             line.layout()->setCacheEnabled(false);
-            line.clearLayout();
+            drop_glyphs(line);
         }
     }
     // Before the lines are laid out.
