@@ -78,9 +78,9 @@ std::vector<const std::string *> in_order_of_keys(const std::vector<const std::s
     return ordered;
 }
 
-bool rebuild_sessions(Device &device, bool sessions_changed)
+bool rebuild_sessions(Device &device, const PropertyDesc &desc, bool sessions_changed)
 {
-    if (!sessions_changed && !device.properties.at(session_key).choices.empty())
+    if (!sessions_changed && !desc.choices.empty())
         return false;
     device.properties.own(session_key).choices = session_choices(device.session_list);
     return true;
@@ -140,7 +140,7 @@ MergeResult merge_report(Device &device, const QJsonObject &report)
             row_changed = true;
         }
         if (key == session_key)
-            row_changed |= rebuild_sessions(device, sessions_changed);
+            row_changed |= rebuild_sessions(device, desc, sessions_changed);
         if (row_changed)
             changed.push_back(&key);
     }
