@@ -20,8 +20,7 @@ ChannelLevels::ChannelLevels(int channels, const std::vector<int> &wanted, Rando
 {
     for (int i = 0; i < channels; ++i) {
         const auto index = std::min(static_cast<size_t>(i), wanted.size() - 1);
-        const int mean = wanted.empty() ? drawn_mean(random) : wanted[index];
-        means.push_back(std::clamp(mean, 0, LOUDEST));
+        means.push_back(wanted.empty() ? drawn_mean(random) : wanted[index]);
     }
     peaks = means;
     overdrive.assign(means.size(), 0);

@@ -1,7 +1,6 @@
 // A running fleet: start and time.
 #include "simulator/fleet.h"
 
-#include "link/datagram.h"
 #include "simulator/loudspeaker_state.h"
 #include "simulator/param_rules.h"
 
@@ -11,39 +10,19 @@
 
 namespace simulator {
 
-namespace {
-
-constexpr uint16_t TFTP_PORT = 69;
-
-} // namespace
-
 Fleet::Fleet(SimulatorOptions options_, std::vector<DevicePlan> plans_)
     : options(std::move(options_))
     , plans(std::move(plans_))
 {
-    connect(&alarm, &AlarmClock::rings, this, &Fleet::on_alarm);
 }
 
 Fleet::~Fleet() = default;
 
-QString Fleet::start()
-{
-    now = steady_time();
-    QString error = add_addresses();
-    if (error.isEmpty())
-        error = open_sockets();
-    if (error.isEmpty())
-        error = start_faults();
-    finish_round();
-    return error;
-}
-
-QString Fleet::add_addresses()
+QString Fleet::make_devices(std::vector<uint32_t> &addresses)
 {
     const QString error = assign_addresses(plans, options.first_address);
     if (!error.isEmpty())
         return error;
-    std::vector<uint32_t> addresses;
     for (const DevicePlan &plan : plans) {
         const int index = device_count();
         const uint64_t seed = options.seed * 1'000'003 + static_cast<uint64_t>(index);
@@ -57,34 +36,21 @@ QString Fleet::add_addresses()
         if (!refusal.isEmpty())
             return QString("device %1: %2").arg(device->index + 1).arg(refusal);
     }
-    if (options.interface.isEmpty())
-        return {};
+    return {};
+}
+
+QString Fleet::take_addresses()
+{
+    std::vector<uint32_t> addresses;
+    const QString error = make_devices(addresses);
+    if (!error.isEmpty() || options.interface.isEmpty())
+        return error;
     interface_index = static_cast<int>(if_nametoindex(options.interface.toLocal8Bit().constData()));
     if (interface_index == 0)
         return QString("there is no network interface \"%1\"").arg(options.interface);
     if (options.addresses_exist)
         return {};
     return own_addresses.add(options.interface, addresses, options.prefix_length);
-}
-
-// Without uploads a fleet is still of use, and an ordinary user may not open their port.
-QString Fleet::open_sockets()
-{
-    const QString error = device_socket.open(DEVICE_PORT);
-    if (!error.isEmpty())
-        return error + " (does the manager run on this machine outside a network of its own?)";
-    listen_on(device_socket, device_notifier, &Fleet::on_device_packets);
-    tftp_fault = tftp_socket.open(TFTP_PORT);
-    if (tftp_fault.isEmpty())
-        listen_on(tftp_socket, tftp_notifier, &Fleet::on_tftp_packets);
-    return {};
-}
-
-void Fleet::listen_on(PacketSocket &socket, std::unique_ptr<QSocketNotifier> &notifier,
-                      void (Fleet::*handler)()) const
-{
-    notifier = std::make_unique<QSocketNotifier>(socket.native_descriptor(), QSocketNotifier::Read);
-    connect(notifier.get(), &QSocketNotifier::activated, this, handler);
 }
 
 QString Fleet::start_faults()
@@ -123,22 +89,6 @@ const Fleet::DeviceList &Fleet::devices_at(uint32_t address) const
 void Fleet::after(int ms, std::function<void()> work)
 {
     schedule.at(now + int64_t{ms} * 1000, std::move(work));
-}
-
-void Fleet::on_alarm()
-{
-    now = steady_time();
-    schedule.run_due(now);
-    finish_round();
-}
-
-void Fleet::finish_round()
-{
-    if (device_socket.is_open())
-        device_socket.flush();
-    if (tftp_socket.is_open())
-        tftp_socket.flush();
-    alarm.set(schedule.next_due());
 }
 
 void Fleet::report_event(const char *event, const SimulatedDevice &device, QJsonObject details)

@@ -1,7 +1,7 @@
-// A running fleet: devices, sockets, time, and what a person asks of it while it runs.
+// A running fleet: devices, their time, and what a person asks of it while it runs. Datagrams and
+// time come in as parameters; what it sends waits for whoever carries it, FleetNetwork or a test.
 #pragma once
 
-#include "simulator/alarm_clock.h"
 #include "simulator/member_reader.h"
 #include "simulator/options.h"
 #include "simulator/own_addresses.h"
@@ -12,7 +12,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QObject>
-#include <QSocketNotifier>
 
 #include <functional>
 #include <memory>
@@ -37,14 +36,27 @@ public:
     Fleet(SimulatorOptions options, std::vector<DevicePlan> plans);
     ~Fleet() override;
 
-    // Gives out the addresses, opens the sockets and switches on the plans' faults. Returns what
-    // went wrong, then nothing runs.
-    QString start();
+    // Makes the devices and gives out their addresses. Returns what went wrong, then nothing runs.
+    QString take_addresses();
+    // Switches on the plans' faults. Returns what is wrong with one.
+    QString start_faults();
+    int device_count() const { return static_cast<int>(devices.size()); }
+
+    // µs of a clock that never goes back; holds for all that is heard, asked and run until the
+    // next.
+    void set_time(int64_t time) { now = time; }
+    // A datagram that came to the port for requests and commands, or to the one for uploads.
+    void hear(const ReceivedPacket &packet);
+    void hear_upload(const ReceivedPacket &packet);
     // Carries out a request as it comes over standard input; the result is its answer.
     QJsonObject answer(const QJsonObject &request);
-    int device_count() const { return static_cast<int>(devices.size()); }
-    // Why there are no uploads; empty when there are.
-    QString tftp_error() const { return tftp_fault; }
+    // Does what is due by now, and tells when there is more to do.
+    void run_due() { schedule.run_due(now); }
+    int64_t next_due() const { return schedule.next_due(); }
+
+    // To be sent from the port for requests, and from the one for uploads.
+    std::vector<OutgoingPacket> outgoing = {};
+    std::vector<OutgoingPacket> outgoing_uploads = {};
 
 signals:
     // Something that a person at the fleet would see: a device blinks, boots, got a file.
@@ -55,22 +67,13 @@ private:
     using DeviceList = std::vector<SimulatedDevice *>;
 
     // --- start and time: fleet.cpp
-    QString add_addresses();
-    QString open_sockets();
-    QString start_faults();
-    void listen_on(PacketSocket &socket, std::unique_ptr<QSocketNotifier> &notifier,
-                   void (Fleet::*handler)()) const;
+    QString make_devices(std::vector<uint32_t> &addresses);
     void index_address(SimulatedDevice &device, uint32_t address);
     const DeviceList &devices_at(uint32_t address) const;
     void after(int ms, std::function<void()> work);
-    void on_alarm();
-    // Sends what has been queued and sets the alarm. Every way in from the event loop ends here.
-    void finish_round();
     void report_event(const char *event, const SimulatedDevice &device, QJsonObject details = {});
 
     // --- datagrams of the device port: fleet_traffic.cpp
-    void on_device_packets();
-    void handle_packet(const ReceivedPacket &packet);
     void handle_broadcast(const QJsonObject &object, const ReceivedPacket &packet);
     void handle_unicast(SimulatedDevice &device, const QJsonDocument &document,
                         const ReceivedPacket &packet);
@@ -94,13 +97,12 @@ private:
     void follow_logging(SimulatedDevice &device);
 
     // --- uploads: fleet_tftp.cpp
-    void on_tftp_packets();
     void handle_tftp(SimulatedDevice &device, const ReceivedPacket &packet);
     void answer_tftp(SimulatedDevice &device, const TftpAnswer &tftp_answer,
                      const ReceivedPacket &packet);
     void finish_upload(SimulatedDevice &device);
     void await_reboot(SimulatedDevice &device);
-    QString store_upload(const SimulatedDevice &device) const;
+    QString store_upload(const SimulatedDevice &device, const QByteArray &bytes) const;
 
     // --- requests: fleet_control.cpp
     struct RequestRow;
@@ -131,14 +133,7 @@ private:
     int interface_index = 0; // 0: requests are heard on every interface
 
     Schedule schedule;
-    AlarmClock alarm;
-    int64_t now = 0; // µs, read once per round
-
-    PacketSocket device_socket;
-    PacketSocket tftp_socket;
-    std::unique_ptr<QSocketNotifier> device_notifier;
-    std::unique_ptr<QSocketNotifier> tftp_notifier;
-    QString tftp_fault = {};
+    int64_t now = 0;
 
     bool is_ticking = false;
     int64_t last_tick = 0;

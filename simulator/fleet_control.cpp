@@ -80,13 +80,11 @@ const Fleet::FaultRow Fleet::FAULTS[] = {
 
 QJsonObject Fleet::answer(const QJsonObject &request)
 {
-    now = steady_time();
     QJsonObject result = carry_out(request);
     if (!result.contains("error"))
         result.insert("ok", true);
     if (request.contains("id"))
         result.insert("id", request.value("id"));
-    finish_round();
     return result;
 }
 

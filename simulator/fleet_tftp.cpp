@@ -34,15 +34,11 @@ void start_upload(SimulatedDevice &device)
 
 } // namespace
 
-void Fleet::on_tftp_packets()
+void Fleet::hear_upload(const ReceivedPacket &packet)
 {
-    now = steady_time();
-    tftp_socket.receive_round([this](const ReceivedPacket &packet) {
-        for (SimulatedDevice *device : devices_at(packet.to))
-            if (device->hears())
-                handle_tftp(*device, packet);
-    });
-    finish_round();
+    for (SimulatedDevice *device : devices_at(packet.to))
+        if (device->hears())
+            handle_tftp(*device, packet);
 }
 
 void Fleet::handle_tftp(SimulatedDevice &device, const ReceivedPacket &packet)
@@ -73,7 +69,7 @@ void Fleet::answer_tftp(SimulatedDevice &device, const TftpAnswer &tftp_answer,
     SimulatedDevice *answering = &device;
     const auto send_answer = [this, answering, answer_packet] {
         if (answering->is_reachable() && !answering->random.happens(answering->faults.loss_out))
-            tftp_socket.queue(answer_packet);
+            outgoing_uploads.push_back(answer_packet);
     };
     if (tftp_answer.delay == 0)
         send_answer();
@@ -84,18 +80,18 @@ void Fleet::answer_tftp(SimulatedDevice &device, const TftpAnswer &tftp_answer,
 void Fleet::finish_upload(SimulatedDevice &device)
 {
     TftpSession &tftp = device.tftp;
+    const QByteArray file = tftp.take_file();
     const bool is_firmware = tftp.file_name == FIRMWARE_REMOTE_NAME;
     QString error = tftp.faults.refuse;
     if (error.isEmpty() && is_firmware)
-        error = image_error(tftp.data, device.fw_magic());
-    const QJsonObject upload{{"file", tftp.file_name}, {"size", tftp.data.size()},
+        error = image_error(file, device.fw_magic());
+    const QJsonObject upload{{"file", tftp.file_name}, {"size", file.size()},
                              {"blocks", tftp.blocks},  {"ok", error.isEmpty()},
-                             {"refused", error},       {"stored", store_upload(device)}};
+                             {"refused", error},       {"stored", store_upload(device, file)}};
     device.counters.uploads.append(upload);
     report_event("upload", device, upload);
     if (is_firmware && error.isEmpty())
-        device.flashed_version = image_version(tftp.data);
-    tftp.data.clear();
+        device.flashed_version = image_version(file);
     if (!error.isEmpty()) {
         device.state.insert("firmware_update_error", error);
         device.state_changed();
@@ -118,14 +114,14 @@ void Fleet::await_reboot(SimulatedDevice &device)
 }
 
 // The path of the stored file, or empty.
-QString Fleet::store_upload(const SimulatedDevice &device) const
+QString Fleet::store_upload(const SimulatedDevice &device, const QByteArray &bytes) const
 {
     const QDir folder(options.store_folder);
     if (options.store_folder.isEmpty() || !folder.mkpath("."))
         return {};
     const QString name = harmless(device.device_id()) + '-' + harmless(device.tftp.file_name);
     QFile file(folder.filePath(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(device.tftp.data) != device.tftp.data.size())
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         return {};
     return file.fileName();
 }

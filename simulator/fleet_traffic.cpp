@@ -44,14 +44,7 @@ void change_visible_value(SimulatedDevice &device)
 
 } // namespace
 
-void Fleet::on_device_packets()
-{
-    now = steady_time();
-    device_socket.receive_round([this](const ReceivedPacket &packet) { handle_packet(packet); });
-    finish_round();
-}
-
-void Fleet::handle_packet(const ReceivedPacket &packet)
+void Fleet::hear(const ReceivedPacket &packet)
 {
     const DeviceList receivers = devices_at(packet.to);
     if (!packet.is_broadcast && receivers.empty())
@@ -171,7 +164,7 @@ bool Fleet::send(SimulatedDevice &device, uint32_t to, uint16_t port, const QByt
         report_event("too_large", device, {{"bytes", bytes.size()}});
         return false;
     }
-    device_socket.queue({.from = device.address, .to = to, .to_port = port, .bytes = bytes});
+    outgoing.push_back({.from = device.address, .to = to, .to_port = port, .bytes = bytes});
     return true;
 }
 

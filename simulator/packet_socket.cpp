@@ -9,7 +9,6 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <utility>
 
 namespace simulator {
 
@@ -170,23 +169,18 @@ const std::vector<ReceivedPacket> &PacketSocket::receive()
     return received;
 }
 
-void PacketSocket::queue(OutgoingPacket packet)
-{
-    outgoing.push_back(std::move(packet));
-}
-
-void PacketSocket::flush()
+void PacketSocket::send(std::vector<OutgoingPacket> &packets)
 {
     size_t done = 0;
-    while (done < outgoing.size()) {
-        const size_t count = std::min(BATCH, outgoing.size() - done);
+    while (done < packets.size()) {
+        const size_t count = std::min(BATCH, packets.size() - done);
         for (size_t i = 0; i < count; ++i)
-            buffers->prepare_to_send(i, outgoing[done + i]);
+            buffers->prepare_to_send(i, packets[done + i]);
         const int sent
             = sendmmsg(descriptor, buffers->headers_out.data(), static_cast<unsigned>(count), 0);
         done += sent > 0 ? static_cast<size_t>(sent) : 1; // the first one was refused
     }
-    outgoing.clear();
+    packets.clear();
 }
 
 } // namespace simulator

@@ -66,11 +66,9 @@ public:
                 break;
         }
     }
-    // Sends at the next flush().
-    void queue(OutgoingPacket packet);
-    // Sends all that is queued; waits for room in the send buffer. A datagram that the network
-    // refuses is dropped, as on a wire.
-    void flush();
+    // Sends them all and empties the list; waits for room in the send buffer. A datagram that the
+    // network refuses is dropped, as on a wire.
+    void send(std::vector<OutgoingPacket> &packets);
 
 private:
     struct Buffers;
@@ -78,7 +76,6 @@ private:
     int descriptor = -1;
     std::unique_ptr<Buffers> buffers;
     std::vector<ReceivedPacket> received = {};
-    std::vector<OutgoingPacket> outgoing = {};
 };
 
 } // namespace simulator

@@ -6,6 +6,7 @@
 #include "simulator/fleet.h"
 #include "simulator/fleet_file.h"
 #include "simulator/fleet_mix.h"
+#include "simulator/fleet_network.h"
 #include "simulator/termination.h"
 
 #include <QCoreApplication>
@@ -32,10 +33,10 @@ FleetFile load_plans(const SimulatorOptions &options)
     return {.plans = make_fleet_mix(options.count)};
 }
 
-void connect_console(Console &console, Fleet &fleet, bool exit_with_stdin)
+void connect_console(Console &console, Fleet &fleet, FleetNetwork &network, bool exit_with_stdin)
 {
-    QObject::connect(&console, &Console::asked, &fleet, [&fleet](const QJsonObject &request) {
-        Console::print(fleet.answer(request));
+    QObject::connect(&console, &Console::asked, &network, [&network](const QJsonObject &request) {
+        Console::print(network.answer(request));
     });
     QObject::connect(&fleet, &Fleet::happened, &console, &Console::print);
     if (exit_with_stdin)
@@ -46,21 +47,22 @@ void connect_console(Console &console, Fleet &fleet, bool exit_with_stdin)
 int play(const SimulatorOptions &options, const FleetFile &file)
 {
     Fleet fleet(options, file.plans);
+    FleetNetwork network(fleet);
     Termination termination;
     Console console;
-    connect_console(console, fleet, options.exit_with_stdin);
+    connect_console(console, fleet, network, options.exit_with_stdin);
     QCoreApplication *application = QCoreApplication::instance();
     QObject::connect(&termination, &Termination::asked, application, &QCoreApplication::quit);
     QObject::connect(&fleet, &Fleet::quit_asked, application, &QCoreApplication::quit,
                      Qt::QueuedConnection); // after its answer
-    const QString error = fleet.start();
+    const QString error = network.start();
     if (!error.isEmpty())
         return complain(error, EXIT_NO_START);
-    if (!fleet.tftp_error().isEmpty())
-        complain("no uploads: " + fleet.tftp_error(), 0);
+    if (!network.tftp_error().isEmpty())
+        complain("no uploads: " + network.tftp_error(), 0);
     Console::print({{"ready", true},
                     {"devices", fleet.device_count()},
-                    {"tftp", fleet.tftp_error().isEmpty()}});
+                    {"tftp", network.tftp_error().isEmpty()}});
     return QCoreApplication::exec();
 }
 

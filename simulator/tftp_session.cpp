@@ -4,6 +4,7 @@
 #include <QtEndian>
 
 #include <cstring>
+#include <utility>
 
 namespace simulator {
 
@@ -61,6 +62,11 @@ QByteArray tftp_error(uint16_t code, const QByteArray &text)
     append_word(packet, OPCODE_ERROR);
     append_word(packet, code);
     return packet.append(text).append('\0');
+}
+
+QByteArray TftpSession::take_file()
+{
+    return std::exchange(data, {});
 }
 
 void TftpSession::reset()

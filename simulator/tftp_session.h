@@ -57,6 +57,8 @@ public:
     // and unexpected ones change no data; the repeated last block is acknowledged again. Files
     // over 64 MiB are refused with error 3.
     TftpOutcome handle(uint32_t peer_address, uint16_t peer_port, const char *bytes, int size);
+    // The file, of which the session keeps nothing: a fleet would keep a file for each device.
+    QByteArray take_file();
     // Forgets the transfer, not the faults.
     void reset();
 

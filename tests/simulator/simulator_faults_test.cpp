@@ -73,6 +73,52 @@ private slots:
         QCOMPARE(device.faults.loss_out, 5.0);
     }
 
+    void loss_out_leaves_the_way_in()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        apply(device, "loss", {{"percent", 5}, {"direction", "out"}});
+        QCOMPARE(device.faults.loss_in, 0.0);
+        QCOMPARE(device.faults.loss_out, 5.0);
+    }
+
+    void each_number_has_bounds_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<double>("lowest");
+        QTest::addColumn<double>("highest");
+        QTest::newRow("ms") << "delay" << 0.0 << 600'000.0;
+        QTest::newRow("percent") << "loss" << 0.0 << 100.0;
+        for (const char *count : {"lose", "overflow", "nul", "lie"})
+            QTest::newRow(count) << "log" << 0.0 << 1'000'000.0;
+        QTest::newRow("loss") << "log" << 0.0 << 100.0;
+        QTest::newRow("length_error") << "log" << -65'535.0 << 65'535.0;
+        QTest::newRow("padding") << "log" << 0.0 << 1024.0;
+        QTest::newRow("rate") << "log" << -1.0 << 1'000'000.0;
+        QTest::newRow("pos") << "log" << 0.0 << 4'294'967'295.0;
+        QTest::newRow("ack_delay") << "tftp" << 0.0 << 600'000.0;
+        QTest::newRow("ms of a late one") << "tftp" << 0.0 << 600'000.0;
+        QTest::newRow("at_block") << "tftp" << -1.0 << 1'000'000.0;
+        QTest::newRow("times") << "tftp" << 0.0 << 1'000'000.0;
+        QTest::newRow("offset") << "tftp" << -65'535.0 << 65'535.0;
+        QTest::newRow("code") << "tftp" << 0.0 << 65'535.0;
+    }
+
+    void each_number_has_bounds()
+    {
+        QFETCH(QString, name);
+        QFETCH(double, lowest);
+        QFETCH(double, highest);
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        const QString member = QString(QTest::currentDataTag()).section(' ', 0, 0);
+        const auto complaint = [&device, name, member](double value) {
+            return apply(device, name.toLatin1().constData(), {{member, value}});
+        };
+        QCOMPARE(complaint(lowest), QString());
+        QCOMPARE(complaint(highest), QString());
+        QVERIFY(complaint(lowest - 1).contains(member));
+        QVERIFY(complaint(highest + 1).contains(member));
+    }
+
     void state_is_set_and_removed()
     {
         SimulatedDevice device(0, {.product_id = 6}, 1);
@@ -82,6 +128,7 @@ private slots:
         QVERIFY(device.state.value("dsp").toObject().contains("mute"));
         QVERIFY(device.report().contains("\"error\":\"hot\""));
         QCOMPARE(apply(device, "remove", {{"path", "dsp/mute"}}), QString());
+        QVERIFY(!device.report().contains("\"mute\""));
         QVERIFY(!device.state.value("dsp").toObject().contains("mute"));
         QCOMPARE(apply(device, "remove", {{"path", "dsp/none/such"}}), QString());
         QVERIFY(!device.state.value("dsp").toObject().contains("none"));
@@ -106,6 +153,45 @@ private slots:
         QVERIFY(!device.log.faults.split_escapes);
         QVERIFY(!apply(device, "log", {{"pos", -1}}).isEmpty());
         QVERIFY(!apply(device, "log", {{"pos", 1e300}}).isEmpty());
+    }
+
+    void a_strike_starts_from_the_usual_values_and_other_requests_leave_it()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        const TftpFaults &faults = device.tftp.faults;
+        apply(device, "tftp", {{"strike", "lose"}, {"at_block", 4}, {"times", 3}, {"text", "x"}});
+        apply(device, "tftp", {{"ack_delay", 7}, {"text", "not of a strike"}});
+        QCOMPARE(faults.strike, TftpStrike::LOSE);
+        QCOMPARE(faults.at_block, 4);
+        QCOMPARE(faults.times, 3);
+        QCOMPARE(faults.bytes, QByteArray("x"));
+        apply(device, "tftp", {{"strike", "double"}});
+        QCOMPARE(faults.at_block, -1);
+        QCOMPARE(faults.times, 1);
+        QCOMPARE(faults.bytes, QByteArray());
+        QCOMPARE(faults.ack_delay, 7);
+    }
+
+    void each_strike_has_its_name_data()
+    {
+        QTest::addColumn<int>("strike");
+        QTest::newRow("none") << int(TftpStrike::NONE);
+        QTest::newRow("lose") << int(TftpStrike::LOSE);
+        QTest::newRow("double") << int(TftpStrike::DOUBLE);
+        QTest::newRow("wrong_ack") << int(TftpStrike::WRONG_ACK);
+        QTest::newRow("late") << int(TftpStrike::LATE);
+        QTest::newRow("error") << int(TftpStrike::ERROR_SENT);
+        QTest::newRow("raw") << int(TftpStrike::RAW);
+        QTest::newRow("offline") << int(TftpStrike::OFFLINE);
+    }
+
+    void each_strike_has_its_name()
+    {
+        QFETCH(int, strike);
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        device.tftp.faults.strike = strike == 0 ? TftpStrike::LOSE : TftpStrike::NONE;
+        QCOMPARE(apply(device, "tftp", {{"strike", QTest::currentDataTag()}}), QString());
+        QCOMPARE(int(device.tftp.faults.strike), strike);
     }
 
     void tftp_faults_are_read()

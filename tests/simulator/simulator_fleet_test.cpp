@@ -172,7 +172,7 @@ private slots:
         request_reports();
         const auto frame_from = [this](const char *address) {
             for (const Heard &one : heard_from(QHostAddress(QString(address))))
-                if (one.command() == "broadcast_info")
+                if (one.is_frame())
                     return one.object.value("metering").toObject();
             return QJsonObject();
         };
@@ -337,7 +337,8 @@ private slots:
         QVERIFY(ask({{"options", QJsonObject{{"spread", 0}}}}).contains("ok"));
         simulator.write("no json\n[1]\n\n");
         QTRY_COMPARE(lines.size(), 8);
-        QVERIFY(lines[6].contains("error") && lines[7].contains("error"));
+        QCOMPARE(lines[6], (QJsonObject{{"error", "illegal value"}}));
+        QCOMPARE(lines[7], (QJsonObject{{"error", "not a JSON object"}}));
     }
 
     void the_state_can_be_asked_for()
@@ -352,14 +353,30 @@ private slots:
     // From here on the fleet is gone.
     void the_end_of_standard_input_ends_it()
     {
+        simulator.write(R"({"state":true,"device":0,"id":"the last line needs no end"})");
         simulator.closeWriteChannel();
         QTRY_COMPARE(simulator.state(), QProcess::NotRunning);
         QCOMPARE(simulator.exitCode(), 0);
+        QVERIFY(!line_with("id", "the last line needs no end").isEmpty());
+    }
+
+    void without_the_port_for_uploads_it_plays_on_and_says_so()
+    {
+        socket.close();
+        QProcess process;
+        process.start(SIMULATOR_PATH, {"--count", "1", "--addresses-exist"});
+        process.write("{\"quit\":true}\n");
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(process.readAllStandardError(),
+                 QByteArray("loudspeaker-simulator: no uploads: UDP port 69: Address already in "
+                            "use\n"));
+        QCOMPARE(process.readAllStandardOutput(),
+                 QByteArray("{\"devices\":1,\"ready\":true,\"tftp\":false}\n{\"ok\":true}\n"));
     }
 
     void its_addresses_go_with_it()
     {
-        socket.close();
         tftp.close();
         run_ip("link add spare type veth peer name other");
         run_ip("link set spare up");

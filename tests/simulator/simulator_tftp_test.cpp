@@ -167,6 +167,31 @@ private slots:
         QVERIFY(session.running);
     }
 
+    void one_file_comes_after_the_other()
+    {
+        TftpSession session;
+        for (const char *file : {"first", "second"}) {
+            QVERIFY(upload(session, file).finished);
+            QCOMPARE(session.take_file(), QByteArray(file));
+            QVERIFY(session.data.isEmpty());
+        }
+    }
+
+    void a_device_that_starts_anew_knows_of_no_transfer()
+    {
+        TftpSession session;
+        session.faults.ack_delay = 5;
+        upload(session, "abc");
+        session.reset();
+        QVERIFY(hear(session, data_block(1, "abc")).answers.isEmpty());
+        hear(session, write_request());
+        session.reset();
+        QVERIFY(!session.running);
+        QVERIFY(session.file_name.isEmpty());
+        QVERIFY(hear(session, data_block(1, "abc")).answers.isEmpty());
+        QCOMPARE(hear(session, write_request()).answers[0].delay, 5); // the faults stay
+    }
+
     void a_new_request_starts_anew()
     {
         TftpSession session;

@@ -1,7 +1,7 @@
 // The real simulator at the far end of a cable: what it is asked, and what it sends.
 #pragma once
 
-#include "link/crc32.h"
+#include "support/heard.h"
 #include "support/private_network.h"
 
 #include <QFile>
@@ -25,40 +25,6 @@ constexpr const char *FLEET = R"({"devices": [
     {"product": "e5", "name": "Four", "faults": [{"fault": "no_checksum"}]},
     {"product": "e5", "name": "Five", "fw_magic": 1},
     {"product": 2001, "name": "Six"}]})";
-
-struct Heard
-{
-    QHostAddress from = {};
-    QJsonObject object = {};
-    QByteArray attachment = {};
-    bool has_checksum = false;
-    bool is_right = false;
-
-    bool is_report() const { return object.value("product").toString() == "KESTA"; }
-    bool is_reply() const { return object.contains("status"); }
-    QString command() const { return object.value("command").toString(); }
-};
-
-inline Heard take_apart(const QNetworkDatagram &datagram)
-{
-    QByteArray bytes = datagram.data();
-    Heard heard{.from = datagram.senderAddress()};
-    heard.has_checksum = bytes.size() > 12 && bytes.mid(bytes.size() - 12, 4) == "\n//#";
-    if (heard.has_checksum) {
-        const uint32_t told = bytes.right(8).toUInt(nullptr, 16);
-        bytes.chop(12);
-        heard.is_right = told
-            == crc32(0, reinterpret_cast<const uint8_t *>(bytes.constData()),
-                     static_cast<size_t>(bytes.size()));
-    }
-    const int separator = bytes.indexOf('\0');
-    if (separator >= 0) {
-        heard.attachment = bytes.mid(separator + 1);
-        bytes.truncate(separator);
-    }
-    heard.object = QJsonDocument::fromJson(bytes).object();
-    return heard;
-}
 
 inline void run_ip(const QString &arguments)
 {
@@ -117,8 +83,10 @@ protected:
 
     void read_datagrams()
     {
-        while (socket.hasPendingDatagrams())
-            heard.append(take_apart(socket.receiveDatagram()));
+        while (socket.hasPendingDatagrams()) {
+            const QNetworkDatagram datagram = socket.receiveDatagram();
+            heard.append(take_apart(datagram.senderAddress(), datagram.data()));
+        }
     }
 
     QJsonObject line_with(const char *member, const QJsonValue &value) const
@@ -196,7 +164,7 @@ protected:
     {
         QList<Heard> found;
         for (const Heard &one : heard_from(from))
-            if (one.command() == "raw_log")
+            if (one.is_log())
                 found.append(one);
         return found;
     }
