@@ -162,10 +162,8 @@ void DeppenAss::add_product_combo()
     colour_selection(product_combo->view(), is_theme_dark());
     guard->watch(product_combo);
     product_combo->setCurrentIndex(0);
-    chosen_product_id = 0;
     page_layout->addWidget(product_combo, 0, 0);
     setTabOrder(text_label, product_combo);
-    setTabOrder(product_combo, back_button);
 }
 
 // Comes queued, so it may arrive after the dialog has been closed and the device deleted.
@@ -212,9 +210,7 @@ void DeppenAss::start_update()
     QFile image(QString(":/") + FIRMWARE_REMOTE_NAME);
     if (!image.open(QIODevice::ReadOnly))
         return;
-    const QByteArray bytes = image.readAll();
-    image.close();
-    emit update_wanted(device, bytes);
+    emit update_wanted(device, image.readAll());
     go_to_page(PAGE_UPDATING);
 }
 

@@ -43,7 +43,6 @@ void Uploads::begin(Device *device, unsigned interface_index, const QByteArray &
     auto *const uploader
         = new QTFTPFileUploader(interface_index, device->address, bytes, remote_name);
     transfers[device] = uploader;
-    device->upload = UploadState{};
     entry_of(device) = {.device = device};
     connect(uploader, &QTFTPFileUploader::progress, uploader,
             [this, device] { note_progress(device); });

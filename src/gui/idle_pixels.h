@@ -17,11 +17,13 @@ public:
     // So long nothing has to be painted before the pixels go. 250 ms at first.
     void set_patience(int ms);
     bool are_released() const;
+    // What is done each time that the patience is over: the pixels go when nothing was painted
+    // since the time before.
+    void look();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void look();
     void release();
 
     QWidget *window = nullptr;

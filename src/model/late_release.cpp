@@ -20,8 +20,7 @@ LateRelease::~LateRelease() = default;
 void LateRelease::take(Device *device)
 {
     records.emplace_back(device);
-    if (!timer.isActive())
-        timer.start();
+    timer.start();
 }
 
 void LateRelease::release_some()

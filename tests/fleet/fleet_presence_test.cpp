@@ -169,20 +169,25 @@ private slots:
         fleet = std::make_unique<SimulatedFleet>(
             QStringList{"--count", "80", "--spread", "0", "--metering-rate", "0"});
         window = std::make_unique<WindowCase>();
-        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 80, 20000);
-        gui().discovery_timer().stop();
-        QTest::qWait(400); // late answers to the last request
-        for (const auto &[id, device] : gui().all_devices())
-            device->online = false;
-        fleet->ask({{"stats", true}, {"reset", true}});
-        gui().discover();
-        gui().discovery_timer().stop();
+        int received = 0;
+        connect(&gui().link(), &DeviceLink::received, this,
+                [this, &received](const QHostAddress &from) {
+                    received += from != gui().link().source_address(); // it hears itself, too
+                });
         const auto reports_sent = [this] {
             int sent = 0;
             for (const QJsonValue &device : fleet->stats())
                 sent += device.toObject().value("reports_sent").toInt();
             return sent;
         };
+        QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 80, 20000);
+        gui().discovery_timer().stop();
+        QTRY_COMPARE(received, reports_sent()); // also late answers to the last request
+        for (const auto &[id, device] : gui().all_devices())
+            device->online = false;
+        fleet->ask({{"stats", true}, {"reset", true}});
+        gui().discover();
+        gui().discovery_timer().stop();
         // Asking the fleet runs no event loop here.
         QElapsedTimer elapsed;
         elapsed.start();
@@ -190,6 +195,7 @@ private slots:
             QThread::msleep(10);
         QCOMPARE(online_count(gui()), 0);
         QTRY_COMPARE_WITH_TIMEOUT(online_count(gui()), 80, 5000);
+        disconnect(&gui().link(), nullptr, this, nullptr);
     }
 };
 

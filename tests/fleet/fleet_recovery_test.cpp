@@ -13,6 +13,7 @@
 namespace {
 
 constexpr int DEVICES = 24;
+constexpr int ROUNDS_OF_SILENCE = 6; // more than a device may miss without being offline
 
 // Seconds that a test takes from the environment, so that it can be run at full length.
 int seconds_from(const char *variable, int otherwise)
@@ -69,6 +70,13 @@ class FleetRecoveryTest : public QObject
             if (manager.states.at(i).value(status).toInt() > 0)
                 return true;
         return false;
+    }
+
+    // Runs until all devices were asked so many times more.
+    static bool rounds_pass(SimulatedFleet &fleet, int rounds)
+    {
+        const int wanted = fleet.rounds_heard() + rounds;
+        return QTest::qWaitFor([&fleet, wanted] { return fleet.rounds_heard() >= wanted; }, 20000);
     }
 
     static bool has_asked(const ManagerProcess &manager)
@@ -160,19 +168,20 @@ private slots:
         const int logged = manager.log.size();
 
         kill(static_cast<pid_t>(manager.process_id()), SIGSTOP);
-        QTest::qWait(seconds_from("RECOVERY_STOP_SECONDS", 3) * 1000); // the gap itself
+        // The gap itself: the clock of the stopped process can't be moved.
+        QTest::qWait(seconds_from("RECOVERY_STOP_SECONDS", 3) * 1000);
         QCOMPARE(manager.states.size(), seen);
         kill(static_cast<pid_t>(manager.process_id()), SIGCONT);
 
-        // What it shows first may be old. Two seconds later it must be right, and stay so for as
-        // long as a device may be silent.
+        // What it shows first may be old. Two seconds later it must be right, and stay so for
+        // longer than a device may be silent.
         QElapsedTimer since;
         since.start();
         QTRY_VERIFY_WITH_TIMEOUT(since.elapsed() > 500 && all_online(manager), 3000);
         qInfo("all online again %lld ms after the wake-up; %s", since.elapsed(),
               has_shown(manager, seen, "Offline") ? "offline for a moment" : "never offline");
         const int settled = manager.states.size();
-        QTest::qWait(2500);
+        QVERIFY(rounds_pass(fleet, ROUNDS_OF_SILENCE));
         QVERIFY(all_online(manager));
         QVERIFY(!has_shown(manager, settled, "Offline"));
         QVERIFY(!has_shown(manager, seen, "Broken net"));
@@ -190,7 +199,7 @@ private slots:
         ManagerProcess last(other_settings.path());
         QTRY_VERIFY_WITH_TIMEOUT(all_online(last), 20000);
         QTRY_COMPARE_WITH_TIMEOUT(first.count("Offline"), DEVICES, 5000);
-        QTest::qWait(1200); // two more rounds of both
+        QVERIFY(rounds_pass(fleet, 2 * 2)); // of both
         QVERIFY(all_online(last));
         QCOMPARE(first.count("Offline"), DEVICES);
 
@@ -210,7 +219,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(all_online(last), 20000);
         const int seen = last.states.size();
         QCOMPARE(first.close(), 0);
-        QTest::qWait(2500); // longer than a device may be silent
+        QVERIFY(rounds_pass(fleet, ROUNDS_OF_SILENCE));
         QVERIFY(all_online(last));
         QVERIFY(!has_shown(last, seen, "Offline"));
         QCOMPARE(last.close(), 0);
@@ -237,7 +246,7 @@ private slots:
             QTRY_COMPARE_WITH_TIMEOUT(manager.state().value("network").toString(),
                                       QString("loudspeakers"), 5000);
             QTRY_COMPARE_WITH_TIMEOUT(manager.count("Online"), heard, 5000);
-            QTest::qWait(1200); // two more rounds
+            QVERIFY(rounds_pass(fleet, 2));
             QCOMPARE(manager.count("Online"), heard);
             QVERIFY(manager.is_running());
             QVERIFY(!has_asked(manager));

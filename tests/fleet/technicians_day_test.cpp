@@ -413,7 +413,9 @@ private slots:
         expect_message("Editing 1 device. Nothing is sent before Confirm.");
         key(Qt::Key_Escape);
         expect_outcome();
-        QTest::qWait(50);
+        const int refreshes = gui().status_refreshes();
+        click_row(FIRST_SUB + 1);
+        QVERIFY(runs_until([this, refreshes] { return gui().status_refreshes() > refreshes; }));
         expect_outcome();
         click(message());
         expect_message("");

@@ -249,6 +249,16 @@ private slots:
         QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
     }
 
+    void it_rests_when_all_is_written()
+    {
+        cache->set_delay(0);
+        report(plain_report("a"));
+        cache->changed();
+        QTRY_VERIFY(QFile::exists(path) && !cache->is_pending() && !cache->is_saving());
+        const int turns = turns_at_rest();
+        QVERIFY2(turns < 100, qPrintable(QString::number(turns)));
+    }
+
     void a_file_that_is_only_read_stays_as_it_is()
     {
         report(plain_report("a"));
@@ -387,6 +397,25 @@ private slots:
             cache->save();
             QCOMPARE(read_cache_text(contents(path)).front().data.value("memo").toString(), memo);
         }
+    }
+
+    void devices_of_the_start_keep_their_room_in_the_first_save()
+    {
+        const auto report_all = [this](std::initializer_list<QChar> ids, int length) {
+            for (const QChar id : ids)
+                report(plain_report(id, QString(length, id)));
+        };
+        report_all({'a', 'b'}, 30 * 1024);
+        cache->save();
+        restart(100 * 1024);
+        load();
+        report_all({'a', 'b'}, 60 * 1024); // of which one more has room
+        cache->save();
+        QVERIFY(contents(path).size() <= 100 * 1024);
+        QList<int> lengths;
+        for (const SavedDevice &saved : read_cache_text(contents(path)))
+            lengths.append(saved.data.value("memo").toString().size());
+        QCOMPARE(lengths, QList<int>({60 * 1024, 30 * 1024}));
     }
 
     void a_device_of_the_start_that_was_deleted_has_its_place_when_it_returns()

@@ -5,6 +5,7 @@
 #include <QtTest>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 class InterfaceListTest : public QObject
@@ -39,6 +40,22 @@ private slots:
         for (int i = 0; i < 3; ++i)
             list.present();
         QCOMPARE(list.readings(), 1);
+    }
+
+    // As when the program has as many files open as it may: nobody tells it of a change then.
+    void without_news_from_the_kernel_all_is_read_each_time()
+    {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const int next = dup(STDERR_FILENO);
+        close(next);
+        const rlimit none{.rlim_cur = static_cast<rlim_t>(next), .rlim_max = limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+        InterfaceList list;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        for (int i = 0; i < 3; ++i)
+            list.present();
+        QCOMPARE(list.readings(), 3);
     }
 };
 

@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <cerrno>
+#include <csignal>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -160,6 +161,22 @@ private slots:
         put(path, "abc");
         set_aside_if_larger(path, 3);
         QVERIFY(QFile::exists(path));
+    }
+
+    // Room is promised here, and refused when it is taken.
+    void what_was_set_aside_in_vain_is_given_back()
+    {
+        const QByteArray old(5000, 'o');
+        put(path, old);
+        signal(SIGXFSZ, SIG_IGN);
+        rlimit usual{};
+        getrlimit(RLIMIT_FSIZE, &usual);
+        const rlimit small{.rlim_cur = 20000, .rlim_max = usual.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+        const WriteResult refused = write_saved_file(path, QByteArray(50000, 'n'));
+        setrlimit(RLIMIT_FSIZE, &usual);
+        QCOMPARE(refused.error, EFBIG);
+        QCOMPARE(contents(path), old);
     }
 
     // Last: it changes what this process sees of the file system.

@@ -328,8 +328,27 @@ private slots:
         newest->uploader.start();
         first.send(ack(0));
         newest.reset();
+        QCOMPARE(to_first.progress.size(), 1); // whoever deletes one expects no signal of another
         QTRY_COMPARE(to_first.uploader.status(),
                      QString("Uploading...")); // else never: no other comes
+    }
+
+    void what_strangers_sent_to_one_that_is_deleted_is_not_handed_on()
+    {
+        Peer first(11);
+        first.reply = [](int, int) { return QList<QByteArray>{}; };
+        QUdpSocket other_port;
+        QVERIFY(other_port.bind(device_address(11), 6969));
+        Upload to_first(11, "data");
+        to_first.uploader.start();
+        QTRY_COMPARE(first.seen, 1);
+        auto newest = std::make_unique<Upload>(12, "data");
+        newest->uploader.start();
+        other_port.writeDatagram(ack(7), first.client, 69); // would end it
+        first.send(ack(0));
+        newest.reset();
+        QTRY_COMPARE(to_first.uploader.status(), QString("Uploading..."));
+        QVERIFY(to_first.done.isEmpty());
     }
 
     void a_new_transfer_to_the_same_device_takes_over()
@@ -346,6 +365,23 @@ private slots:
         upload.uploader.start();
         QTRY_VERIFY(upload.is_good());
         QCOMPARE(peer.stored, data);
+    }
+
+    // The one before goes late when its owner lets go of it with deleteLater.
+    void a_transfer_is_still_known_after_the_one_before_it_has_gone()
+    {
+        Peer peer(11);
+        peer.reply = [](int, int) { return QList<QByteArray>{}; };
+        auto old = std::make_unique<Upload>(11, "old");
+        old->uploader.start();
+        Upload upload(11, "new");
+        upload.uploader.start();
+        QTRY_COMPARE(peer.requests, 2);
+        old.reset();
+        Upload newest(12, "data"); // hears all from now on, and passes on what is for others
+        newest.uploader.start();
+        peer.send(ack(0));
+        QTRY_COMPARE(upload.uploader.status(), QString("Uploading...")); // no other answer comes
     }
 
     void datagrams_leave_by_the_given_interface_data()
@@ -379,6 +415,52 @@ private slots:
         }
         remove_cable("near");
         remove_cable("far");
+    }
+
+    void a_turn_takes_as_many_answers_as_leave_the_window_its_turn_data()
+    {
+        QTest::addColumn<QString>("other");
+        QTest::addColumn<int>("most");
+        QTest::newRow("alone") << "" << 1;
+        QTest::newRow("beside one that runs") << "runs" << 64;
+        QTest::newRow("beside one that has arrived") << "arrives" << 1;
+        QTest::newRow("beside one that has failed") << "fails" << 1;
+        QTest::newRow("after one that was deleted while it ran") << "is deleted" << 1;
+    }
+
+    // Answers that come faster than they are read would keep the window waiting for ever. Behind
+    // the answer to one that runs alone stands no other, unless the device repeats itself.
+    void a_turn_takes_as_many_answers_as_leave_the_window_its_turn()
+    {
+        QFETCH(const QString, other);
+        QFETCH(const int, most);
+        Peer peer(11);
+        Peer second(12);
+        peer.stop_at(0);
+        second.stop_at(other == "arrives" ? 100 : 0);
+        auto beside = std::make_unique<Upload>(12, "data");
+        if (!other.isEmpty()) {
+            beside->uploader.start();
+            QTRY_COMPARE(second.requests, 1);
+        }
+        if (other == "fails")
+            second.send(ack(7));
+        if (other == "arrives" || other == "fails")
+            QTRY_COMPARE(beside->done.size(), 1);
+        Upload upload(11, made_data(100 * 512)); // bound last: it hears all
+        upload.uploader.start();
+        QTRY_COMPARE(peer.requests, 1);
+        if (other == "is deleted")
+            beside.reset();
+        QElapsedTimer since_request;
+        since_request.start();
+        QTRY_VERIFY(since_request.elapsed() > 1); // an answer within a millisecond counts as quick
+        for (int block = 0; block < 100; ++block)
+            peer.send(ack(block));
+        const auto before = upload.progress.size();
+        QCoreApplication::processEvents();
+        QCOMPARE(upload.progress.size() - before, most);
+        QTRY_COMPARE(upload.progress.size() - before, 100);
     }
 
     void a_port_that_is_taken_is_told_once()

@@ -8,6 +8,9 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <algorithm>
+#include <climits>
+
 // Runs a command of the shell; ends the test program when it fails.
 inline void shell(const QString &command)
 {
@@ -86,6 +89,16 @@ public:
         if (devices.size() != count)
             qFatal("the simulator tells of %d devices", devices.size());
         return devices;
+    }
+
+    // How often every device was asked for a report: rounds of discovery, one each half second for
+    // each manager.
+    int rounds_heard()
+    {
+        int least = INT_MAX;
+        for (const QJsonValue &device : stats())
+            least = std::min(least, device.toObject().value("requests").toInt());
+        return least;
     }
 
     qint64 process_id() const { return process.processId(); }

@@ -4,6 +4,7 @@
 #include "model/device_state.h"
 #include "support/contrast.h"
 #include "support/device_table_case.h"
+#include "support/idle_loop.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -307,7 +308,7 @@ private slots:
         QFETCH(QString, tip);
         view()->resize(width, 500);
         add(name);
-        QTest::qWait(50); // the columns follow the texts a frame later
+        QVERIFY(frame_passes()); // the columns follow the texts
         const QRect cell = view()->visualRect(table->model().index(0, table->column_of("ui/name")));
         QCOMPARE(tool_tip_at(view()->viewport(), {cell.left() + 3, cell.center().y()}), tip);
         tool_tip_at(view()->viewport(), {5, 450}); // below the rows
@@ -370,7 +371,7 @@ private slots:
                                   "Clear the search to see them."}));
         table->set_search("lef");
         QVERIFY(texts().isEmpty());
-        QTest::qWait(40);
+        QVERIFY(frame_passes());
         QVERIFY(texts().isEmpty());
         table->remove({devices[0].get()});
         QTRY_COMPARE(texts(), QStringList("No device on eth0"));

@@ -5,6 +5,7 @@
 #include "model/device_state.h"
 #include "support/contrast.h"
 #include "support/device_table_case.h"
+#include "support/idle_loop.h"
 
 #include <QAction>
 #include <QApplication>
@@ -177,7 +178,7 @@ private slots:
             table->actions().at(static_cast<size_t>(column))->setChecked(false);
         }
         QVERIFY(table->shown_columns().empty());
-        QTest::qWait(50);
+        QVERIFY(frame_passes());
         QCOMPARE(header()->height(), usual);
         const QByteArray state = table->save_state();
         table = std::make_unique<DeviceTable>(); // the next start

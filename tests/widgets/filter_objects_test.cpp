@@ -150,6 +150,10 @@ void FilterObjectsTest::a_grid_that_is_not_ready_computes_nothing()
     grid.rebuild(10, 10);
     peak.compute_response();
     QCOMPARE(grid.responses_computed, uint64_t{1});
+    QVERIFY(!peak.magnitude.empty());
+    grid.ready = false; // nothing of the view before it stays
+    peak.compute_response();
+    QVERIFY(peak.magnitude.empty() && peak.phase.empty());
 }
 
 void FilterObjectsTest::new_filters_start_idle()

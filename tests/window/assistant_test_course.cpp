@@ -1,4 +1,5 @@
 // The setup assistant in the real window: what a press sends, and how uploads and answers lead on.
+#include "firmware/uploads.h"
 #include "support/assistant_case.h"
 #include "support/dialog_probe.h"
 
@@ -116,17 +117,21 @@ private slots:
     {
         reach(PAGE_CHOOSE_PRODUCT);
         DialogProbe probe;
-        probe.answer = [this](QDialog *open) {
+        bool is_still_drawn = false;
+        probe.answer = [this, &is_still_drawn](QDialog *open) {
             if (!qobject_cast<QMessageBox *>(open))
                 return;
             go_offline();
             open_dialog().close();
+            QCoreApplication::processEvents(); // what the closed dialog was drawn on could go now
+            is_still_drawn = open->isVisible() && open->windowHandle()->handle();
             select_row(0);
             gui().delete_selected();
             open->reject();
         };
         press("Next");
         QCOMPARE(probe.texts.size(), 1);
+        QVERIFY(is_still_drawn);
         QVERIFY(gui().all_devices().empty());
     }
 
@@ -215,6 +220,14 @@ private slots:
         QVERIFY(!button("Back")->isEnabled() && !button("Next")->isEnabled());
         leave(open_dialog(), BY_CLOSING);
         QCOMPARE(page(), -1);
+    }
+
+    void an_update_begins_a_round_of_its_own()
+    {
+        add_device();
+        gui().uploads().fail(device(1), "an earlier one");
+        reach(PAGE_UPDATING);
+        QCOMPARE(gui().uploads().summary().total, 1);
     }
 
     // The result of the last transfer is asked for, and a refusal is none.

@@ -45,6 +45,16 @@ private slots:
         QVERIFY(device(1)->has_assistant);
     }
 
+    void an_assistant_whose_device_goes_gives_back_what_it_was_drawn_on()
+    {
+        reach(PAGE_CHOOSE_PRODUCT);
+        const QPointer<DeppenAss> left = dialog();
+        QVERIFY(left->windowHandle());
+        left->forget_device();
+        device()->has_assistant = false;
+        QTRY_VERIFY(!left->windowHandle());
+    }
+
     void a_closed_assistant_comes_back_only_after_the_device_was_offline_data()
     {
         QTest::addColumn<int>("how");

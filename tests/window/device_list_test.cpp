@@ -1,6 +1,7 @@
 // The device list in the real window.
 #include "gui/column_rules.h"
 #include "gui/device_list_view.h"
+#include "support/idle_loop.h"
 #include "support/window_main.h"
 
 #include <QAction>
@@ -262,7 +263,7 @@ private slots:
         for (int i = 0; i < 200; ++i)
             window->report(QString("10.0.%1.1").arg(i), loudspeaker_report(QString::number(i)));
         const int column = window->column("ui/name");
-        QTest::qWait(50); // lets the frame that measures pass
+        QVERIFY(frame_passes()); // which measures
         const int before = gui.view()->columnWidth(column);
         const int measured = gui.view()->measurements();
         for (int i = 0; i < 50; ++i) {

@@ -1,6 +1,7 @@
 // How the window comes up, and that no way of leaving loses anything.
 #include "gui/column_rules.h"
 #include "gui/device_list_view.h"
+#include "support/idle_loop.h"
 #include "support/window_main.h"
 
 #include <QAction>
@@ -198,7 +199,7 @@ private slots:
         for (const QTimer *timer :
              {&gui().discovery_timer(), &gui().panel_timer(), &gui().meter_timer()})
             QVERIFY(!timer->isActive());
-        QTest::qWait(2 * FrameThrottle::FRAME); // it would have come by now
+        QVERIFY(frame_passes()); // in which it would have come
         QCOMPARE(gui().status_refreshes(), before);
     }
 

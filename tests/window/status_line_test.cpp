@@ -1,6 +1,7 @@
 // What the window says at its bottom while it is worked in.
 #include "gui/elided_label.h"
 #include "support/dialog_probe.h"
+#include "support/idle_loop.h"
 #include "support/panel_case.h"
 #include "support/window_main.h"
 
@@ -92,11 +93,11 @@ private slots:
     void reports_that_change_nothing_cost_nothing()
     {
         QTRY_COMPARE(counts(), QString("3 devices, 3 online"));
-        QTest::qWait(50);
+        QVERIFY(frame_passes());
         const int before = window->gui->status_refreshes();
         for (int i = 0; i < 50; ++i)
             window->devices[0]->report();
-        QTest::qWait(50);
+        QVERIFY(frame_passes());
         QCOMPARE(window->gui->status_refreshes(), before);
     }
 

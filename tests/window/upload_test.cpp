@@ -200,6 +200,9 @@ private slots:
         QTest::newRow("refused dialog") << "";
         QTest::newRow("no such file") << "/nowhere/at all";
         QTest::newRow("a pipe that nobody writes into") << "pipe";
+        QTest::newRow("two files") << R"("offered file" "another")";
+        // It says 4096 bytes, of which there are few: a device would get the front part of a file.
+        QTest::newRow("less than the file says") << "/sys/devices/system/cpu/online";
     }
 
     // Opening the pipe would wait for a writer for ever.
@@ -211,8 +214,16 @@ private slots:
         device(0)->upload_error = "untouched";
         const QString pipe = window->folder.filePath("pipe");
         QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
+        file_with(SMALL_IMAGE);
+        write_test_file(window->folder.filePath("another"), SMALL_IMAGE);
         DialogProbe probe;
         probe.choose_file(path == "pipe" ? pipe : path);
+        if (path.startsWith('"'))
+            probe.answer = [this, path](QDialog *dialog) {
+                qobject_cast<QFileDialog *>(dialog)->setDirectory(window->folder.path());
+                dialog->findChild<QLineEdit *>("fileNameEdit")->setText(path);
+                DialogProbe::press_default(dialog);
+            };
         if (path.isEmpty())
             probe.answer = DialogProbe::cancel;
         QVERIFY(QTest::qWaitForWindowActive(&gui().widget()));
@@ -347,6 +358,17 @@ private slots:
         QTEST(status(0), "expected");
         QVERIFY(!device(0)->upload && !device(0)->upload_ok);
         QCOMPARE(peer(0).seen, 0);
+    }
+
+    void what_was_said_of_one_file_holds_for_no_other()
+    {
+        add_devices(1);
+        peer(0).stop_at(0);
+        window->select({0});
+        lpi_upload_with(QByteArray(33'553'921, 'x')); // for which no device is asked
+        QByteArray image = SMALL_IMAGE;
+        gui().upload(device(0), image, "firmware.bin"); // as the assistant does
+        QVERIFY(device(0)->upload);
     }
 
     void the_largest_file_is_accepted()
