@@ -71,8 +71,6 @@ void Fleet::index_address(SimulatedDevice &device, uint32_t address)
 {
     DeviceList &before = by_address[device.address];
     before.erase(std::remove(before.begin(), before.end(), &device), before.end());
-    if (before.empty())
-        by_address.erase(device.address);
     device.address = address;
     by_address[address].push_back(&device);
     set_state_address(device.state, address);

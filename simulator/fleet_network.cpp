@@ -17,15 +17,28 @@ FleetNetwork::FleetNetwork(Fleet &fleet_)
     connect(&alarm, &AlarmClock::rings, this, &FleetNetwork::on_alarm);
 }
 
-QString FleetNetwork::start()
+template<typename Work>
+void FleetNetwork::in_round(const Work &work)
 {
     fleet.set_time(steady_time());
-    QString error = fleet.take_addresses();
-    if (error.isEmpty())
-        error = open_sockets();
-    if (error.isEmpty())
-        error = fleet.start_faults();
-    finish_round();
+    work();
+    if (device_socket.is_open())
+        device_socket.send(fleet.outgoing);
+    if (tftp_socket.is_open())
+        tftp_socket.send(fleet.outgoing_uploads);
+    alarm.set(fleet.next_due());
+}
+
+QString FleetNetwork::start()
+{
+    QString error;
+    in_round([this, &error] {
+        error = fleet.take_addresses();
+        if (error.isEmpty())
+            error = open_sockets();
+        if (error.isEmpty())
+            error = fleet.start_faults();
+    });
     return error;
 }
 
@@ -51,40 +64,26 @@ void FleetNetwork::listen_on(PacketSocket &socket, std::unique_ptr<QSocketNotifi
 
 QJsonObject FleetNetwork::answer(const QJsonObject &request)
 {
-    fleet.set_time(steady_time());
-    const QJsonObject result = fleet.answer(request);
-    finish_round();
+    QJsonObject result;
+    in_round([this, request, &result] { result = fleet.answer(request); });
     return result;
 }
 
 void FleetNetwork::on_device_packets()
 {
-    fleet.set_time(steady_time());
-    device_socket.receive_round([this](const ReceivedPacket &packet) { fleet.hear(packet); });
-    finish_round();
+    const auto hear = [this](const ReceivedPacket &packet) { fleet.hear(packet); };
+    in_round([this, hear] { device_socket.receive_round(hear); });
 }
 
 void FleetNetwork::on_tftp_packets()
 {
-    fleet.set_time(steady_time());
-    tftp_socket.receive_round([this](const ReceivedPacket &packet) { fleet.hear_upload(packet); });
-    finish_round();
+    const auto hear = [this](const ReceivedPacket &packet) { fleet.hear_upload(packet); };
+    in_round([this, hear] { tftp_socket.receive_round(hear); });
 }
 
 void FleetNetwork::on_alarm()
 {
-    fleet.set_time(steady_time());
-    fleet.run_due();
-    finish_round();
-}
-
-void FleetNetwork::finish_round()
-{
-    if (device_socket.is_open())
-        device_socket.send(fleet.outgoing);
-    if (tftp_socket.is_open())
-        tftp_socket.send(fleet.outgoing_uploads);
-    alarm.set(fleet.next_due());
+    in_round([this] { fleet.run_due(); });
 }
 
 } // namespace simulator

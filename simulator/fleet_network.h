@@ -36,8 +36,10 @@ private:
     void on_device_packets();
     void on_tftp_packets();
     void on_alarm();
-    // Sends what has been queued and sets the alarm. Every way in from the event loop ends here.
-    void finish_round();
+    // Every way in from the event loop: tells the fleet the time, does its work, sends what has
+    // been queued, and sets the alarm.
+    template<typename Work>
+    void in_round(const Work &work);
 
     Fleet &fleet;
     AlarmClock alarm;

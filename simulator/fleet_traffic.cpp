@@ -47,8 +47,6 @@ void change_visible_value(SimulatedDevice &device)
 void Fleet::hear(const ReceivedPacket &packet)
 {
     const DeviceList receivers = devices_at(packet.to);
-    if (!packet.is_broadcast && receivers.empty())
-        return;
     const bool is_own = !devices_at(packet.from).empty();
     if (is_own)
         return;

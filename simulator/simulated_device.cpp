@@ -4,9 +4,21 @@
 #include "model/meta.h"
 #include "simulator/loudspeaker_state.h"
 
+#include <QJsonDocument>
+
 #include <utility>
 
 namespace simulator {
+
+namespace {
+
+QByteArray between_quotes(const QString &text)
+{
+    const QByteArray list = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    return list.mid(2, list.size() - 4); // without [" and "]
+}
+
+} // namespace
 
 SimulatedDevice::SimulatedDevice(int index_, DevicePlan plan_, uint64_t seed)
     : index(index_)
@@ -40,7 +52,7 @@ uint32_t SimulatedDevice::fw_magic() const
 void SimulatedDevice::state_changed()
 {
     cached_report.clear();
-    cached_id = device_id().toUtf8();
+    cached_id = between_quotes(device_id());
     is_logging = state.value("logging").toObject().value("en").toBool();
     const auto channels
         = static_cast<size_t>(find_product(state.value("product_id").toInt()).channels);

@@ -53,7 +53,7 @@ struct SimulatedDevice
     SimulatedDevice(int index, DevicePlan plan, uint64_t seed);
 
     QString device_id() const;
-    const QByteArray &id_bytes() const { return cached_id; } // the same in UTF-8, made only once
+    const QByteArray &id_bytes() const { return cached_id; } // as JSON has it between quotes
     QString name() const;
     uint32_t fw_magic() const;
     bool is_reachable() const { return !faults.silent && !is_rebooting; }

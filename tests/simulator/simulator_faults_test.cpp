@@ -69,7 +69,8 @@ private slots:
         QCOMPARE(device.faults.loss_in, 0.0);
         QCOMPARE(device.faults.loss_out, 5.0);
         QVERIFY(!apply(device, "loss", {{"percent", 101}}).isEmpty());
-        QVERIFY(!apply(device, "loss", {{"direction", "up"}}).isEmpty());
+        for (const char *direction : {"up", "", "IN"})
+            QVERIFY(!apply(device, "loss", {{"direction", direction}}).isEmpty());
         QCOMPARE(device.faults.loss_out, 5.0);
     }
 
@@ -153,6 +154,63 @@ private slots:
         QVERIFY(!device.log.faults.split_escapes);
         QVERIFY(!apply(device, "log", {{"pos", -1}}).isEmpty());
         QVERIFY(!apply(device, "log", {{"pos", 1e300}}).isEmpty());
+    }
+
+    void each_member_of_log_and_tftp_is_kept()
+    {
+        SimulatedDevice device(0, {.product_id = 6}, 1);
+        QCOMPARE(apply(device, "log",
+                       {{"lose", 1},
+                        {"loss", 2.5},
+                        {"overflow", 3},
+                        {"split_escapes", true},
+                        {"nul", 4},
+                        {"lie", 5},
+                        {"length_error", -6},
+                        {"padding", 7}}),
+                 QString());
+        const auto check_log = [&device] {
+            const LogFaults &log = device.log.faults;
+            QCOMPARE(log.lose, 1);
+            QCOMPARE(log.loss_percent, 2.5);
+            QCOMPARE(log.overflow, 3);
+            QVERIFY(log.split_escapes);
+            QCOMPARE(log.nul, 4);
+            QCOMPARE(log.lie, 5);
+            QCOMPARE(log.length_error, -6);
+            QCOMPARE(log.padding, 7);
+        };
+        check_log();
+        apply(device, "log", {{"text", "x"}}); // names none of them
+        check_log();
+        QCOMPARE(apply(device, "tftp",
+                       {{"silent", true},
+                        {"ack_delay", 1},
+                        {"refuse", "no"},
+                        {"strike", "late"},
+                        {"at_block", 2},
+                        {"times", 3},
+                        {"offset", -4},
+                        {"ms", 5},
+                        {"code", 6}}),
+                 QString());
+        const auto check_tftp = [&device] {
+            const TftpFaults &tftp = device.tftp.faults;
+            QVERIFY(tftp.silent);
+            QCOMPARE(tftp.ack_delay, 1);
+            QCOMPARE(tftp.refuse, QString("no"));
+            QCOMPARE(tftp.strike, TftpStrike::LATE);
+            QCOMPARE(tftp.at_block, 2);
+            QCOMPARE(tftp.times, 3);
+            QCOMPARE(tftp.offset, -4);
+            QCOMPARE(tftp.late, 5);
+            QCOMPARE(tftp.code, 6);
+        };
+        check_tftp();
+        apply(device, "tftp");
+        check_tftp();
+        apply(device, "tftp", {{"silent", false}});
+        QVERIFY(!device.tftp.faults.silent);
     }
 
     void a_strike_starts_from_the_usual_values_and_other_requests_leave_it()

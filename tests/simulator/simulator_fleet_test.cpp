@@ -275,7 +275,6 @@ private slots:
         send("10.71.0.10", R"({"command":"set_params","seq":1,"logging":{"en":true}})");
         QTRY_VERIFY(stats(0).value("log_bytes_sent").toInt() > 0);
         fault(0, "reboot");
-        QVERIFY(!stats(0).value("reachable").toBool());
         QTRY_VERIFY(!line_with("event", "boot").isEmpty());
         request_reports();
         QTRY_VERIFY(!last_report(address).isEmpty());
@@ -392,6 +391,10 @@ private slots:
             const QByteArray during = output_of(listing);
             QVERIFY2(during.contains(has_network ? "10.72.0.6/31" : "10.73.0.6/31"),
                      during.constData());
+            process.write(R"({"fault":"change_address","device":0,"address":"10.74.0.9"})");
+            process.write("\n");
+            QVERIFY(process.waitForReadyRead());
+            QVERIFY(output_of(listing).contains("10.74.0.9"));
             process.terminate();
             QVERIFY(process.waitForFinished());
             QCOMPARE(process.exitCode(), 0);

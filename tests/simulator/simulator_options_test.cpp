@@ -84,6 +84,19 @@ private slots:
     {
         QCOMPARE(parse_fleet(R"({"devices": [{"product": "y6"}]})").plans[0].product_id, 6);
         QCOMPARE(parse_fleet(R"({"devices": [{"product": 12345}]})").plans[0].product_id, 12345);
+        QCOMPARE(parse_fleet(R"({"devices": [{"product": "velmark Y6 DP"}]})").plans[0].product_id,
+                 6);
+    }
+
+    void a_fleet_file_has_bounds_that_can_be_reached()
+    {
+        const FleetFile large = parse_fleet(R"({"devices": [{"product": "e5", "count": 10000}]})");
+        QCOMPARE(large.error, QString());
+        QCOMPARE(large.plans.size(), size_t{10'000});
+        const FleetFile magic
+            = parse_fleet(R"({"devices": [{"product": "e5", "fw_magic": 4294967295}]})");
+        QCOMPARE(magic.error, QString());
+        QCOMPARE(magic.plans[0].fw_magic, std::optional<uint32_t>(4'294'967'295U));
     }
 
     void one_row_can_stand_for_many_devices()
@@ -173,6 +186,12 @@ private slots:
         QCOMPARE(result.options.spread, 250);
         QCOMPARE(result.options.metering_rate, 10.0);
         QCOMPARE(result.options.reboot_time, 3000);
+        QCOMPARE(result.options.flash_time, 1500);
+        QCOMPARE(result.options.log_rate, 5.0);
+        QCOMPARE(result.options.reports_change, 0.0);
+        QCOMPARE(result.options.prefix_length, 16);
+        QVERIFY(!result.options.metering_broadcast && !result.options.addresses_exist);
+        QVERIFY(result.options.store_folder.isEmpty() && result.options.fleet_file.isEmpty());
         QCOMPARE(result.options.seed, uint64_t{1});
         QVERIFY(!result.options.exit_with_stdin);
     }
@@ -188,6 +207,49 @@ private slots:
         QCOMPARE(result.options.reports_change, 10.0);
         QCOMPARE(result.options.seed, uint64_t{77});
         QCOMPARE(result.options.first_address, ip("127.0.0.10"));
+    }
+
+    void each_option_reaches_its_place()
+    {
+        const ParsedOptions result
+            = parsed({"--fleet", "f", "--interface", "i", "--metering-broadcast", "--log-rate", "7",
+                      "--store", "folder", "--reboot-time", "8", "--flash-time", "9",
+                      "--prefix-length", "24", "--spread", "10", "--exit-with-stdin"});
+        QCOMPARE(result.error, QString());
+        QCOMPARE(result.options.fleet_file, QString("f"));
+        QVERIFY(result.options.metering_broadcast);
+        QCOMPARE(result.options.log_rate, 7.0);
+        QCOMPARE(result.options.store_folder, QString("folder"));
+        QCOMPARE(result.options.reboot_time, 8);
+        QCOMPARE(result.options.flash_time, 9);
+        QCOMPARE(result.options.prefix_length, 24);
+        QCOMPARE(result.options.spread, 10);
+        QVERIFY(result.options.exit_with_stdin && !result.options.addresses_exist);
+    }
+
+    void each_number_has_a_largest_value_data()
+    {
+        QTest::addColumn<qint64>("largest");
+        QTest::newRow("count") << qint64{10'000};
+        QTest::newRow("prefix-length") << qint64{30};
+        QTest::newRow("spread") << qint64{60'000};
+        QTest::newRow("metering-rate") << qint64{1000};
+        QTest::newRow("log-rate") << qint64{1'000'000};
+        QTest::newRow("reboot-time") << qint64{600'000};
+        QTest::newRow("flash-time") << qint64{600'000};
+        QTest::newRow("reports-change") << qint64{100};
+        QTest::newRow("seed") << qint64{9'000'000'000'000'000};
+    }
+
+    void each_number_has_a_largest_value()
+    {
+        QFETCH(qint64, largest);
+        const auto error_of = [](qint64 value) {
+            const QString option = QString("--%1=%2").arg(QTest::currentDataTag()).arg(value);
+            return parsed({"--count", "1", "--interface", "i", option}).error;
+        };
+        QCOMPARE(error_of(largest), QString());
+        QVERIFY(error_of(largest + 1).contains(QTest::currentDataTag()));
     }
 
     void wrong_options_are_told_data()

@@ -63,6 +63,24 @@ private slots:
                  found.isEmpty() ? QString("there is no such device") : QString());
     }
 
+    void no_name_is_nobodys_even_when_a_device_has_none()
+    {
+        PlayedFleet fleet(R"({"product": 0}, {"product": 0})");
+        QVERIFY(fleet.ask({{"state", true}, {"device", ""}}).contains("error"));
+    }
+
+    void equal_seeds_make_equal_fleets_and_others_others()
+    {
+        const auto first_id = [](uint64_t seed) {
+            SimulatorOptions options = PlayedFleet::quiet();
+            options.seed = seed;
+            PlayedFleet fleet(R"({"product": "e5"}, {"product": "e5"})", options);
+            return fleet.state(0).value("device_id").toString();
+        };
+        QCOMPARE(first_id(7), first_id(7));
+        QVERIFY(first_id(7) != first_id(8));
+    }
+
     void an_answer_brings_the_id_back_and_says_whether_all_went_well()
     {
         PlayedFleet fleet(FOUR);
@@ -217,7 +235,8 @@ private slots:
     {
         PlayedFleet fleet(FOUR, {.first_address = ip("10.71.0.10"), .spread = 0, .log_rate = 50});
         fleet.log_from("10.71.0.10");
-        fleet.hear("10.71.0.10", R"({"command":"blink_leds"})");
+        for (int i = 0; i < 3; ++i)
+            fleet.hear("10.71.0.10", R"({"command":"blink_leds"})");
         fleet.request_reports();
         fleet.pass(1000);
         fleet.fault(0, "reboot");
@@ -225,6 +244,13 @@ private slots:
                                    "reports_sent", "frames_sent",       "blinks",
                                    "reboots",      "log_messages_sent", "log_bytes_sent"};
         const QJsonObject before = fleet.stats(0);
+        QCOMPARE(before.value("device_id"), QJsonValue("id1"));
+        QCOMPARE(before.value("name"), QJsonValue("One"));
+        QCOMPARE(before.value("blinks"), QJsonValue(3));
+        QCOMPARE(before.value("commands_received"), QJsonValue(4));
+        QCOMPARE(before.value("replies_sent"), QJsonValue(4));
+        QCOMPARE(before.value("reboots"), QJsonValue(1));
+        QCOMPARE(before.value("requests"), QJsonValue(1));
         for (const QString &counter : counters)
             QVERIFY2(before.value(counter).toInt() > 0, qPrintable(counter));
         const QJsonObject told = fleet.ask({{"stats", true}, {"device", 0}, {"reset", true}});

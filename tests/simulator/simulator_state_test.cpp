@@ -2,6 +2,7 @@
 #include "link/crc32.h"
 #include "model/json_path.h"
 #include "model/meta.h"
+#include "simulator/datagrams.h"
 #include "simulator/device_commands.h"
 #include "simulator/fleet_mix.h"
 #include "simulator/loudspeaker_state.h"
@@ -315,6 +316,111 @@ private slots:
         QCOMPARE(device.state.value("product_id").toInt(), 29);
     }
 
+    void a_device_that_takes_a_product_keeps_all_else()
+    {
+        DevicePlan plan{.product_id = 0, .name = "Module", .location = "Rack"};
+        plan.memo = "left of the door";
+        plan.order = 7;
+        plan.fw_magic = 99;
+        plan.sessions = QJsonArray{QJsonObject{{"n", "Only"}, {"c", 2}}};
+        plan.state = {{"firmware_update_error", "worn out"}};
+        SimulatedDevice device(0, plan, 1);
+        set_state_address(device.state, 0x0A470005);
+        const QJsonObject before = device.state;
+        answer_command(device, command("set_params", {{"product_id", 29}}));
+        QCOMPARE(device.state.value("product_id").toInt(), 29);
+        for (const char *kept : {"net", "hw", "logging", "firmware_update_error", "fw_magic",
+                                 "device_id", "firmware_version"})
+            QVERIFY2(device.state.value(kept) == before.value(kept), kept);
+        for (const char *kept : {"name", "loc", "memo", "order"})
+            QVERIFY2(at(device.state, {"ui", kept}) == at(before, {"ui", kept}), kept);
+        QCOMPARE(at(device.state, {"streams", "list"}), QJsonValue(*plan.sessions));
+    }
+
+    void a_device_shows_as_many_levels_as_its_product_has_channels()
+    {
+        SimulatedDevice device(0, {.product_id = 2001}, 1);
+        QCOMPARE(device.levels.peaks.size(), size_t{32});
+        device.state.insert("product_id", 29);
+        device.state_changed();
+        QCOMPARE(device.levels.peaks.size(), size_t{1});
+        device.state.insert("product_id", 1000);
+        device.state_changed();
+        QCOMPARE(device.levels.peaks.size(), size_t{8});
+    }
+
+    void bridges_have_a_module_of_their_own()
+    {
+        for (const ProductDesc &product : catalogue().product_table) {
+            const int id = product.product_id;
+            const bool is_bridge = id == 2000 || id == 2001 || id < 0;
+            QCOMPARE(usual_fw_magic(id), is_bridge ? uint32_t{0x354A2937} : uint32_t{0x354A2936});
+        }
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        device.state.insert("fw_magic", 4294967295.0);
+        QCOMPARE(device.fw_magic(), uint32_t{4294967295U});
+    }
+
+    void a_device_that_hears_no_session_has_no_clock()
+    {
+        QSet<int> locks;
+        for (uint64_t seed = 0; seed < 30; ++seed) {
+            const SimulatedDevice device(0, {.product_id = 1000}, seed);
+            const QString playing = at(device.state, {"stream", "name"}).toString();
+            int channels = 0;
+            for (const QJsonValue &session : at(device.state, {"streams", "list"}).toArray())
+                if (session.toObject().value("n").toString() == playing)
+                    channels = session.toObject().value("c").toInt();
+            QCOMPARE(at(device.state, {"rtp", "lock"}).toInt(), playing.isEmpty() ? 0 : 3);
+            QCOMPARE(at(device.state, {"link_state", "rx_bw"}).toInt(), 40 + 1170 * channels);
+            locks.insert(at(device.state, {"rtp", "lock"}).toInt());
+        }
+        QCOMPARE(locks.size(), 2);
+    }
+
+    void what_was_never_sold_has_an_address_that_collides_with_nothing()
+    {
+        const SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const QStringList mac = at(device.state, {"net", "mac"}).toString().split(':');
+        QCOMPARE(mac.size(), 6);
+        QCOMPARE(mac[0].toInt(nullptr, 16) & 3, 2); // locally administered, of one station
+        QCOMPARE(at(device.state, {"dsp", "error"}), QJsonValue(""));
+    }
+
+    void a_text_may_be_as_long_as_its_property_allows_and_the_first_mistake_is_told()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        const auto error_of = [&device](const QJsonObject &params) {
+            return answer_command(device, command("set_params", params)).value("error").toString();
+        };
+        const QString longest = QString("x").repeated(127);
+        QCOMPARE(error_of({{"ui", QJsonObject{{"name", longest}}}}), QString());
+        QCOMPARE(device.name(), longest);
+        QCOMPARE(error_of({{"ui", QJsonObject{{"name", longest + "x"}}}}),
+                 QString("\"ui/name\": 128 bytes, and at most 127 fit"));
+        QCOMPARE(error_of({{"apple", 1}, {"berry", 1}}), QString("\"apple\": unknown"));
+        QCOMPARE(error_of({{QString("x").repeated(5000), 1}}),
+                 '"' + QString("x").repeated(100) + "\": unknown");
+    }
+
+    // Frames are written by hand.
+    void an_id_with_signs_of_json_is_told_in_frames_too()
+    {
+        const QString id = "a\"b\\c\n\u00e9";
+        const SimulatedDevice device(0, {.product_id = 6, .device_id = id}, 1);
+        const QByteArray frame = metering_datagram(device.id_bytes(), {1}, {0}, Checksum::NONE);
+        QCOMPARE(QJsonDocument::fromJson(frame).object().value("device_id").toString(), id);
+    }
+
+    void a_command_is_meant_by_its_whole_name()
+    {
+        SimulatedDevice device(0, loudspeaker_plan(), 1);
+        for (const char *name : {"blink_leds_twice", "blink", "", "set_paramsx"})
+            QCOMPARE(answer_command(device, {{"command", name}}).value("error").toString(),
+                     QString("unknown command"));
+        QCOMPARE(device.counters.blinks, 0);
+    }
+
     void logging_is_switched_by_a_command()
     {
         SimulatedDevice device(0, loudspeaker_plan(), 1);
@@ -395,6 +501,17 @@ private slots:
         }
         QVERIFY(names.count("Stage left main 1") == 1);
         QVERIFY(names.count("Stage left main 2") == 1);
+        QVERIFY(names.count("Stage left main 0") == 0);
+    }
+
+    void a_mix_is_numbered_from_1_and_every_ninth_device_is_a_version_behind()
+    {
+        const std::vector<DevicePlan> plans = make_fleet_mix(30);
+        for (int i = 0; i < 30; ++i) {
+            const DevicePlan &plan = plans[static_cast<size_t>(i)];
+            QCOMPARE(plan.order, i + 1);
+            QCOMPARE(plan.firmware_version, QString(i % 9 == 5 ? "v1.5.5.2d" : "v1.5.5.8d"));
+        }
     }
 };
 

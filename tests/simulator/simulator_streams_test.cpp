@@ -121,6 +121,9 @@ private slots:
         QCOMPARE(parsed.object.value("device_id").toString(), QString("id1"));
         QCOMPARE(parsed.object.value("pos").toInt(), 1000);
         QCOMPARE(parsed.object.value("overflow"), QJsonValue(false));
+        const LogMessage spilt{.overflow = true, .bytes = "x"};
+        QCOMPARE(parse(log_datagram("id1", spilt, Checksum::RIGHT)).object.value("overflow"),
+                 QJsonValue(true));
         QCOMPARE(parsed.attachment, QByteArray("\x06\0hello\n", 8));
     }
 
@@ -248,6 +251,17 @@ private slots:
             QCOMPARE(line.count('\n'), 1);
         }
         QVERIFY(boot_log("v7").contains("v7"));
+    }
+
+    void warnings_and_errors_are_rare()
+    {
+        RandomSource random(1);
+        QMap<QByteArray, int> levels;
+        for (int i = 0; i < 5000; ++i)
+            ++levels[believable_log_line(i, random).mid(18, 4)];
+        QCOMPARE(levels.keys(), (QList<QByteArray>{"DBG ", "ERR ", "INFO", "WARN"}));
+        const int rare = levels["WARN"] + levels["ERR "];
+        QVERIFY2(rare > 300 && rare < 500, qPrintable(QString::number(rare))); // 8 of 100
     }
 
     void a_pace_keeps_its_rate()

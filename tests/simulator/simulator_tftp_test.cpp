@@ -243,6 +243,29 @@ private slots:
         QVERIFY(hear(session, write_request("a", "OcTeT")).started);
     }
 
+    // What lies behind the datagram in the buffer is of another one.
+    void a_block_without_its_whole_number_is_no_block()
+    {
+        TftpSession session;
+        hear(session, write_request());
+        const QByteArray block = data_block(1, "x");
+        for (int size = 0; size < 4; ++size) {
+            const TftpOutcome outcome = session.handle(MANAGER, PORT, block.constData(), size);
+            QVERIFY(outcome.answers.isEmpty() && !outcome.finished);
+        }
+        QVERIFY(hear(session, block).finished);
+    }
+
+    void a_strike_at_the_last_block_leaves_no_file()
+    {
+        for (const TftpStrike strike : {TftpStrike::ERROR_SENT, TftpStrike::OFFLINE}) {
+            TftpSession session;
+            session.faults = {.strike = strike, .at_block = 1};
+            QVERIFY(!upload(session, "abc").finished);
+            QVERIFY(!session.running);
+        }
+    }
+
     void a_silent_server_says_nothing()
     {
         TftpSession session;

@@ -183,15 +183,15 @@ private slots:
         fleet.pass(1000);
         QList<int64_t> times;
         for (const Sent &one : fleet.sent)
-            if (one.heard.is_report())
+            if (one.heard.is_report()) {
+                QCOMPARE(one.exact % 5000, 0); // what leaves in one slot is one call to the system
                 times.append(one.time - start);
+            }
         QCOMPARE(times.size(), 200);
         std::sort(times.begin(), times.end());
         QVERIFY(times.first() >= 1 && times.first() < 30);
         QVERIFY(times.last() > 220 && times.last() <= 255);
         QVERIFY(times[100] > 75 && times[100] < 175);
-        for (const int64_t time : times)
-            QCOMPARE(time % 5, start % 5); // what leaves in one slot is one call to the system
     }
 
     void a_delay_makes_reports_and_replies_late()
@@ -249,16 +249,19 @@ private slots:
         SimulatorOptions options = PlayedFleet::quiet();
         options.reports_change = 100;
         PlayedFleet fleet(TWO, options);
-        QSet<bool> mutes;
+        int mute_changes = 0;
+        bool last_mute = fleet.state(0).value("dsp").toObject().value("mute").toBool();
         int last_lock = fleet.state(0).value("rtp").toObject().value("lock").toInt();
         for (int i = 0; i < 50; ++i) {
             fleet.request_reports(FIRST);
             const int lock = reported(fleet, FIRST, "rtp", "lock").toInt();
             QCOMPARE(lock, last_lock == 3 ? 2 : 3);
             last_lock = lock;
-            mutes.insert(reported(fleet, FIRST, "dsp", "mute").toBool());
+            const bool mute = reported(fleet, FIRST, "dsp", "mute").toBool();
+            mute_changes += mute != last_mute ? 1 : 0;
+            last_mute = mute;
         }
-        QCOMPARE(mutes.size(), 2);
+        QVERIFY2(mute_changes > 10 && mute_changes < 40, "half of the time");
     }
 
     void reports_change_as_often_as_was_asked_for()

@@ -16,7 +16,8 @@
 // What left the fleet, and when.
 struct Sent
 {
-    int64_t time = 0; // ms of the test's clock
+    int64_t time = 0;  // ms of the test's clock
+    int64_t exact = 0; // µs of it
     uint32_t to = 0;
     uint16_t port = 0;
     QByteArray bytes = {};
@@ -200,6 +201,7 @@ private:
     {
         for (const simulator::OutgoingPacket &packet : packets)
             into.append({.time = clock / 1000,
+                         .exact = clock,
                          .to = packet.to,
                          .port = packet.to_port,
                          .bytes = packet.bytes,
