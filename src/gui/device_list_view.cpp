@@ -70,7 +70,6 @@ void DeviceListView::setModel(QAbstractItemModel *new_model)
     QTreeView::setModel(new_model);
     items = qobject_cast<const QStandardItemModel *>(new_model);
     disconnect(new_model, &QAbstractItemModel::dataChanged, header(), nullptr);
-    connect(header(), &QHeaderView::sectionMoved, this, &DeviceListView::apply_widths);
     // Before the model changes: the base class asks for the layout when it has changed.
     connect(new_model, &QAbstractItemModel::layoutAboutToBeChanged, this,
             [this] { awaits_layout = true; });

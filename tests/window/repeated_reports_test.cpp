@@ -227,6 +227,31 @@ private slots:
         QCOMPARE(device->last_seen, before);
     }
 
+    void a_text_for_the_debug_log_is_told_each_time_that_it_comes_data()
+    {
+        QTest::addColumn<QString>("label");
+        for (const char *label : {"warning", "error"})
+            QTest::newRow(label) << QString(label);
+    }
+
+    // Though its bytes are the same.
+    void a_text_for_the_debug_log_is_told_each_time_that_it_comes()
+    {
+        QFETCH(const QString, label);
+        static int told = 0;
+        told = 0;
+        const std::unique_ptr<WindowCase> window = make_window();
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+            told += text.contains("very hot");
+        });
+        QJsonObject report = loudspeaker_report("a");
+        report.insert(label, "very hot");
+        for (int times = 1; times <= 3; ++times) {
+            window->gui->deliver(QHostAddress("10.0.0.1"), bytes_of(report));
+            QCOMPARE(told, times);
+        }
+    }
+
     void a_report_with_a_warning_during_an_edit_is_not_taken_for_the_one_before()
     {
         const std::unique_ptr<WindowCase> window = make_window();
