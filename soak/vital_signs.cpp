@@ -11,6 +11,7 @@
 
 #include <ctime>
 #include <malloc.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 // The sanitizers' allocator tells by a function of its own.
@@ -40,6 +41,22 @@ double thread_queued_ms()
     return file.readAll().split(' ').value(1).toDouble() / 1e6;
 }
 
+struct KernelShare
+{
+    double ms = 0;
+    long faults = 0;
+};
+
+// What the kernel did for the thread: work that takes long without being the window's own.
+KernelShare kernel_share()
+{
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    const auto seconds = static_cast<double>(usage.ru_stime.tv_sec);
+    return {.ms = seconds * 1e3 + static_cast<double>(usage.ru_stime.tv_usec) / 1e3,
+            .faults = usage.ru_minflt + usage.ru_majflt};
+}
+
 } // namespace
 
 void StallWatch::start()
@@ -49,6 +66,9 @@ void StallWatch::start()
     since_beat.start();
     cpu_at_beat = thread_cpu_ms();
     queued_at_beat = thread_queued_ms();
+    const KernelShare share = kernel_share();
+    kernel_at_beat = share.ms;
+    faults_at_beat = share.faults;
     beat.start(BEAT);
 }
 
@@ -65,7 +85,15 @@ void StallWatch::on_beat()
     cpu_at_beat += cpu;
     const double queued = thread_queued_ms() - queued_at_beat;
     queued_at_beat += queued;
-    const Stall stall{.wall = wall, .cpu = cpu, .waited = wall - cpu - queued, .after = last_deed};
+    const KernelShare share = kernel_share();
+    const Stall stall{.wall = wall,
+                      .cpu = cpu,
+                      .waited = wall - cpu - queued,
+                      .kernel = share.ms - kernel_at_beat,
+                      .faults = share.faults - faults_at_beat,
+                      .after = last_deed};
+    kernel_at_beat = share.ms;
+    faults_at_beat = share.faults;
     const auto keep = [&stall](Stall &longest, double Stall::*part) {
         if (stall.*part > longest.*part)
             longest = stall;

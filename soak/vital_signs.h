@@ -23,6 +23,8 @@ public:
         double wall = 0;
         double cpu = 0;
         double waited = 0;  // neither at work nor ready to
+        double kernel = 0;  // of the CPU time
+        long faults = 0;    // pages of memory that it had to be given
         QString after = {}; // what was done last
     };
 
@@ -47,6 +49,8 @@ private:
     QTimer beat;
     QElapsedTimer since_beat;
     double cpu_at_beat = 0;
+    double kernel_at_beat = 0;
+    long faults_at_beat = 0;
     double queued_at_beat = 0;
     QString last_deed = "start";
 };
