@@ -413,8 +413,9 @@ private slots:
                                       << "/nowhere: No such file" << 1;
         QTest::newRow("no such interface") << "--count 1 --interface none"
                                            << "no network interface \"none\"" << 1;
-        QTest::newRow("port taken") << "--count 1 --addresses-exist"
-                                    << "UDP port 7054" << 1;
+        QTest::newRow("port taken")
+            << "--count 1 --addresses-exist"
+            << "UDP port 7054: Address already in use (does the manager run" << 1;
     }
 
     void what_cannot_start_says_why()

@@ -34,15 +34,6 @@ private slots:
         QVERIFY(next_line().contains("\"id\":3"));
     }
 
-    void a_line_that_does_not_end_ends_the_reading()
-    {
-        start({"--exit-with-stdin"});
-        process->write(QByteArray(17 * 1024 * 1024, 'x'));
-        QVERIFY(process->waitForFinished());
-        QCOMPARE(process->exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process->exitCode(), 0);
-    }
-
     void it_plays_on_when_nobody_types_any_more()
     {
         start();
