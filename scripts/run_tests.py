@@ -18,7 +18,7 @@ import kept
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BEGIN = re.compile(r"^\d+/\d+ Testing: (\S+)$", re.M)
-# Programs that a test starts by their paths.
+# What a test starts or reads by its path; the folder before it may be spelt in several ways.
 STARTED = ("simulator/loudspeaker-simulator", "src/gui/velmark-network-manager", "firmware/stand-in.bin")
 
 
@@ -29,15 +29,16 @@ def is_fleet(name):
 class Test:
     def __init__(self, entry, build, digests):
         self.name = entry["name"]
-        self.program = pathlib.Path(entry["command"][0])
+        command = entry.get("command", [""])  # none: it was not built, which ctest tells
+        self.program = pathlib.Path(command[0])
         content = self.program.read_bytes() if self.program.is_file() else b""
-        started = [build / path for path in STARTED if self.names(content, build / path)]
+        started = [build / path for path in STARTED if self.names(content, path)]
         environment = next((p["value"] for p in entry.get("properties", []) if p["name"] == "ENVIRONMENT"), [])
-        self.digest = digests.of([self.program, *started], [*entry["command"], *environment])
+        self.digest = digests.of([self.program, *started], [*command, *environment])
 
     @staticmethod
     def names(content, path):
-        return str(path).encode() in content or str(path).encode("utf-16-le") in content
+        return path.encode() in content or path.encode("utf-16-le") in content
 
 
 def tests_of(build, pattern):
@@ -98,8 +99,11 @@ def sections(log):
         yield mark[1], log[mark.start():following.start() if following else len(log)]
 
 
-def keep_what_passed(tests, log):
-    digests = {test.name: test.digest for test in tests}
+def what_passed(tests, log, failed):
+    """Name, digest and text of each test that passed at once. Of one that was not built the log says
+    that it passed; it is listed as failed."""
+    failed_names = {line.partition(":")[2] for line in failed.splitlines()}
+    digests = {test.name: test.digest for test in tests if test.name not in failed_names}
     said = {}
     for name, text in sections(log):
         said.setdefault(name, []).append(text)
@@ -122,7 +126,7 @@ def main():
         run_passed, log = run.finish()
         passed = passed and run_passed
         logs.append(log)
-        for name, digest, text in keep_what_passed(todo, log):
+        for name, digest, text in what_passed(todo, log, run.failed()):
             kept.keep(f"{preset}/{name}", digest, text)
     (build / "tests.log").write_text("\n".join(logs), encoding="utf-8")
     failed = build / "Testing" / "Temporary" / "LastTestsFailed.log"
