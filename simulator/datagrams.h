@@ -25,7 +25,8 @@ void append_trailer(QByteArray &datagram, Checksum checksum);
 // A JSON object in compact form, a line end and the trailer.
 QByteArray json_datagram(const QJsonObject &object, Checksum checksum);
 
-// A "broadcast_info" frame: the id in UTF-8, peaks 0 to 70 and overdrive 0 or 1, one per channel.
+// A "broadcast_info" frame: the id as JSON has it between quotes, peaks 0 to 70 and overdrive 0 or
+// 1, one per channel.
 QByteArray metering_datagram(const QByteArray &device_id, const std::vector<int> &peaks,
                              const std::vector<int> &overdrive, Checksum checksum);
 

@@ -90,9 +90,9 @@ private:
     const QStringList OPTIONS{"--count", "1", "--addresses-exist", "--first-address", "127.0.0.10"};
     std::unique_ptr<QProcess> process;
 
-    void start(const QStringList &more = {})
+    void start()
     {
-        process->start(SIMULATOR_PATH, OPTIONS + more);
+        process->start(SIMULATOR_PATH, OPTIONS);
         QVERIFY(next_line().contains("\"ready\":true"));
     }
 

@@ -217,7 +217,7 @@ private slots:
     void a_command_may_have_8192_bytes()
     {
         PlayedFleet fleet(TWO);
-        const QByteArray command = R"({"command":"blink_leds","seq":1})";
+        const QByteArray command = BLINK;
         fleet.hear(FIRST, command + QByteArray(8192 - command.size(), ' '));
         QCOMPARE(fleet.told(0, "blinks"), 1);
         QCOMPARE(fleet.event_names(), QStringList{"blink"});

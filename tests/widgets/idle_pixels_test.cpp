@@ -53,7 +53,7 @@ class idle_pixels_test : public QObject
     // Until it is painted.
     void change_to(const QString &text)
     {
-        const PaintCount paints(label);
+        PaintCount paints(label);
         label->setText(text);
         QTRY_VERIFY(paints.count > 0);
     }
@@ -148,10 +148,10 @@ private slots:
         pixels->set_patience(NEVER);
         show_window();
         change_to("first change");
-        const PaintCount paints(label);
+        PaintCount paints(label);
         QExposeEvent again(QRegion(0, 0, 20, 20));
         QApplication::sendEvent(window->windowHandle(), &again);
-        const PaintCount later(other.get()); // what is asked for last is painted last
+        PaintCount later(other.get()); // what is asked for last is painted last
         other->update();
         QTRY_COMPARE(later.count, 1);
         QCOMPARE(paints.count, 0);
