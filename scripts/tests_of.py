@@ -40,7 +40,7 @@ def edges_of(files):
             edges[path].append(path.with_suffix(".cpp"))
         if path.name == "gui.h":
             edges[path] += members
-        if path.name == "fleet.h": # starts the simulator
+        if path.name in ("fleet.h", "simulator_case.h"): # starts the simulator
             edges[path] += [other for other in files if other.parent.name == "simulator"
                             and other.suffix == ".cpp"]
     return edges
