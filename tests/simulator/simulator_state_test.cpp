@@ -43,6 +43,16 @@ bool is_offered(const PropertyDesc &desc, const QVariant &value)
                        [&value](const PropertyChoice &choice) { return choice.value == value; });
 }
 
+// 0 when it hears no session of this name.
+int channels_of_session(const QJsonObject &state, const QString &name)
+{
+    int channels = 0;
+    for (const QJsonValue &session : at(state, {"streams", "list"}).toArray())
+        if (session.toObject().value("n").toString() == name)
+            channels = session.toObject().value("c").toInt();
+    return channels;
+}
+
 } // namespace
 
 class SimulatorStateTest : public QObject
@@ -94,10 +104,7 @@ private slots:
         for (uint64_t seed = 0; seed < 20; ++seed) {
             const SimulatedDevice device(0, {.product_id = 1000}, seed);
             const QString playing = at(device.state, {"stream", "name"}).toString();
-            int channels = 0;
-            for (const QJsonValue &session : at(device.state, {"streams", "list"}).toArray())
-                if (session.toObject().value("n").toString() == playing)
-                    channels = session.toObject().value("c").toInt();
+            const int channels = channels_of_session(device.state, playing);
             for (int i = 0; i < 8; ++i) {
                 const std::string channel = "ch" + std::to_string(i);
                 QCOMPARE(at(device.state, {"stream", channel}).toInt(), i < channels ? i : -1);
@@ -367,10 +374,7 @@ private slots:
         for (uint64_t seed = 0; seed < 30; ++seed) {
             const SimulatedDevice device(0, {.product_id = 1000}, seed);
             const QString playing = at(device.state, {"stream", "name"}).toString();
-            int channels = 0;
-            for (const QJsonValue &session : at(device.state, {"streams", "list"}).toArray())
-                if (session.toObject().value("n").toString() == playing)
-                    channels = session.toObject().value("c").toInt();
+            const int channels = channels_of_session(device.state, playing);
             QCOMPARE(at(device.state, {"rtp", "lock"}).toInt(), playing.isEmpty() ? 0 : 3);
             QCOMPARE(at(device.state, {"link_state", "rx_bw"}).toInt(), 40 + 1170 * channels);
             locks.insert(at(device.state, {"rtp", "lock"}).toInt());

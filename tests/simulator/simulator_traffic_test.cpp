@@ -5,10 +5,6 @@ using simulator::SimulatorOptions;
 
 namespace {
 
-constexpr const char *TWO = R"({"product": "Y6", "name": "One", "device_id": "id1"},
-    {"product": "Y6", "name": "Two", "device_id": "id2"})";
-constexpr const char *FIRST = "10.71.0.10";
-constexpr const char *SECOND = "10.71.0.11";
 constexpr const char *BLINK = R"({"command":"blink_leds","seq":1})";
 
 QByteArray many(int count)

@@ -9,10 +9,8 @@ using simulator::SimulatorOptions;
 
 namespace {
 
-constexpr const char *TWO = R"({"product": "Y6", "name": "One", "device_id": "id1",
+constexpr const char *PAIR = R"({"product": "Y6", "name": "One", "device_id": "id1",
     "firmware_version": "1.1"}, {"product": "Y6", "name": "Two", "device_id": "a/../id 2"})";
-constexpr const char *FIRST = "10.71.0.10";
-constexpr const char *SECOND = "10.71.0.11";
 
 QByteArray stand_in_image()
 {
@@ -69,7 +67,7 @@ class SimulatorUploadsTest : public QObject
 private slots:
     void an_image_runs_after_flashing_and_a_reboot()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         const QByteArray image = stand_in_image();
         QVERIFY(upload(fleet, FIRST, image));
         const QJsonObject told{{"file", "firmware.bin"},
@@ -98,7 +96,7 @@ private slots:
 
     void what_runs_is_what_was_flashed_last_or_set_since()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         upload(fleet, FIRST, stand_in_image());
         fleet.pass(5000);
         fleet.fault(0, "set", {{"state", QJsonObject{{"firmware_version", "9"}}}});
@@ -109,7 +107,7 @@ private slots:
 
     void a_repeated_last_block_is_answered_and_puts_the_reboot_off()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         const QByteArray image = stand_in_image();
         upload(fleet, FIRST, image);
         for (int i = 0; i < 3; ++i) {
@@ -128,7 +126,7 @@ private slots:
 
     void a_reboot_meanwhile_runs_what_was_flashed_and_is_the_only_one()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         upload(fleet, FIRST, stand_in_image());
         fleet.fault(0, "reboot");
         fleet.pass(60'000);
@@ -138,7 +136,7 @@ private slots:
 
     void the_time_of_flashing_is_an_option()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         fleet.ask({{"options", QJsonObject{{"flash_time", 70}}}});
         upload(fleet, FIRST, stand_in_image());
         fleet.pass(69);
@@ -149,7 +147,7 @@ private slots:
 
     void another_file_is_taken_as_it_is_and_changes_no_version()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         QVERIFY(upload(fleet, FIRST, "no image", "lpi.bin"));
         QCOMPARE(fleet.events.at(0).value("ok"), QJsonValue(true));
         fleet.pass(5000);
@@ -159,7 +157,7 @@ private slots:
 
     void a_refused_image_is_told_until_the_next_upload()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         fleet.fault(0, "tftp", {{"refuse", "worn out"}});
         QVERIFY(upload(fleet, FIRST, stand_in_image()));
         QCOMPARE(fleet.events.at(0).value("ok"), QJsonValue(false));
@@ -180,7 +178,7 @@ private slots:
 
     void what_is_no_image_is_refused()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         QVERIFY(upload(fleet, FIRST, "no image"));
         QCOMPARE(fleet.state(0).value("firmware_update_error"), QJsonValue("image too short"));
         QCOMPARE(fleet.events.at(0).value("refused"), QJsonValue("image too short"));
@@ -190,7 +188,7 @@ private slots:
 
     void a_reboot_forgets_an_upload()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         fleet.upload_packet(FIRST, request_to_write("firmware.bin"));
         QVERIFY(fleet.stats(0).value("upload").toObject().value("running").toBool());
         fleet.fault(0, "reboot");
@@ -201,7 +199,7 @@ private slots:
 
     void the_progress_of_an_upload_is_told()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         const QByteArray image = stand_in_image();
         fleet.upload_packet(FIRST, request_to_write("firmware.bin"));
         for (int block = 1; block <= 3; ++block)
@@ -212,7 +210,7 @@ private slots:
 
     void a_device_that_goes_offline_says_nothing_until_it_returns()
     {
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         fleet.fault(0, "tftp", {{"strike", "offline"}, {"at_block", 1}});
         QCOMPARE(fleet.upload_packet(FIRST, request_to_write("firmware.bin")).size(), 1);
         QVERIFY(fleet.upload_packet(FIRST, numbered(3, 1, QByteArray(512, 'x'))).isEmpty());
@@ -244,7 +242,7 @@ private slots:
         QFETCH(QString, name);
         QFETCH(QJsonObject, members);
         QFETCH(bool, is_heard);
-        PlayedFleet fleet(TWO);
+        PlayedFleet fleet(PAIR);
         QCOMPARE(fleet.fault(0, name.toLatin1().constData(), members), QString());
         QVERIFY(fleet.upload_packet(FIRST, request_to_write("firmware.bin")).isEmpty());
         const QJsonObject upload = fleet.stats(0).value("upload").toObject();
@@ -255,7 +253,7 @@ private slots:
     void a_late_answer_comes_when_it_is_due_unless_the_device_is_gone()
     {
         for (const bool goes : {false, true}) {
-            PlayedFleet fleet(TWO);
+            PlayedFleet fleet(PAIR);
             fleet.fault(0, "tftp", {{"ack_delay", 300}});
             QVERIFY(fleet.upload_packet(FIRST, request_to_write("firmware.bin")).isEmpty());
             fleet.pass(299);
@@ -297,7 +295,7 @@ private slots:
         const QTemporaryDir folder;
         SimulatorOptions options = PlayedFleet::quiet();
         options.store_folder = folder.filePath("made/when/needed");
-        PlayedFleet fleet(TWO, options);
+        PlayedFleet fleet(PAIR, options);
         const QByteArray file(700, 'x');
         QVERIFY(upload(fleet, device == 0 ? FIRST : SECOND, file, remote));
         const QDir store(options.store_folder);
@@ -312,7 +310,7 @@ private slots:
     {
         SimulatorOptions options = PlayedFleet::quiet();
         options.store_folder = "/dev/null/none";
-        PlayedFleet fleet(TWO, options);
+        PlayedFleet fleet(PAIR, options);
         QVERIFY(upload(fleet, FIRST, "abc", "lpi.bin"));
         QCOMPARE(fleet.events.at(0).value("stored"), QJsonValue(""));
         QCOMPARE(fleet.events.at(0).value("ok"), QJsonValue(true));

@@ -13,6 +13,12 @@
 
 #include <algorithm>
 
+// Two devices, and where the first two of a fleet are.
+constexpr const char *TWO = R"({"product": "Y6", "name": "One", "device_id": "id1"},
+    {"product": "Y6", "name": "Two", "device_id": "id2"})";
+constexpr const char *FIRST = "10.71.0.10";
+constexpr const char *SECOND = "10.71.0.11";
+
 // What left the fleet, and when.
 struct Sent
 {
