@@ -8,7 +8,7 @@ complain() {
     [[ -z $2 ]] || printf '%s\n%s\n' "$1" "$2"
 }
 
-window_files='^src/[a-z]+/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^tests/support/window_handle\.cpp$'
+window_files='^src/[a-z]+/gui_[^/]*\.cpp$|^src/gui/(gui|main)\.cpp$|^tests/support/window_handle(_commands)?\.cpp$'
 seeing_gui=$(find src simulator tests bench fuzz soak art -name '*.cpp' -o -name '*.h' \
     | grep -vE "$window_files" \
     | xargs grep -HnE '^[[:space:]]*#[[:space:]]*include[[:space:]]+["<](gui/)?gui\.h[">]')
