@@ -1,6 +1,7 @@
 // The course of a TFTP write: golden transcripts replayed against a made-up clock, and the limits.
 #include "firmware/tftp_transfer.h"
 #include "link/crc32.h"
+#include "support/tftp_packets.h"
 #include "support/vectors.h"
 
 #include <QtTest>
@@ -57,13 +58,7 @@ struct Owner
         carry_out(tftp_receive(transfer, {datagram.constData(), kept}, datagram.size(), now));
     }
 
-    void acknowledge(int block)
-    {
-        QByteArray datagram("\0\4\0\0", 4);
-        datagram[2] = static_cast<char>(block >> 8);
-        datagram[3] = static_cast<char>(block);
-        receive(datagram);
-    }
+    void acknowledge(int block) { receive(ack(block)); }
 
     // A timer that is told by tftp_wait when to fire next.
     void wait(qint64 duration)

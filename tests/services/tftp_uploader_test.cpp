@@ -204,13 +204,12 @@ private slots:
         };
         row("one byte", QByteArray(1, '\0'), "Error: bad TFTP packet (size too small)");
         row("no byte", QByteArray(), "Error: bad TFTP packet (size too small)");
-        row("600 bytes", QByteArray("\0\4\0\0", 4).leftJustified(600, '\0'),
+        row("600 bytes", ack(0).leftJustified(600, '\0'),
             "Error: bad TFTP packet (size too large)");
-        row("short ACK", QByteArray("\0\4\0", 3), "Error: bad TFTP ACK packet (size too small)");
+        row("short ACK", ack(0).chopped(1), "Error: bad TFTP ACK packet (size too small)");
         row("ACK ahead", ack(1), "Error: bad TFTP ACK sequence NR (expected 0 got 1");
-        row("ERROR", QByteArray("\0\5\0\2x\0", 6),
-            "Error: got TFTP ERROR packet, code=512, msg='x'");
-        row("unended ERROR", QByteArray("\0\5\0\2x", 5), "Error: bad TFTP ERROR packet");
+        row("ERROR", error_packet(2, "x"), "Error: got TFTP ERROR packet, code=512, msg='x'");
+        row("unended ERROR", error_packet(2, "x").chopped(1), "Error: bad TFTP ERROR packet");
     }
     void fatal_answers()
     {

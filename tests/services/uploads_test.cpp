@@ -14,7 +14,7 @@
 namespace {
 
 constexpr unsigned LOOPBACK = 1; // its index in a fresh network namespace
-const QByteArray ERROR_ANSWER("\0\5\0\1full\0", 9);
+const QByteArray ERROR_ANSWER = error_packet(1, "full");
 
 } // namespace
 

@@ -321,8 +321,7 @@ private slots:
     void an_upload_can_be_struck_by_an_error()
     {
         fault(3, "tftp", {{"strike", "error"}, {"at_block", 0}, {"code", 2}, {"text", "x"}});
-        QCOMPARE(tftp_exchange("10.71.0.13", QByteArray("\0\2firmware.bin\0octet\0", 21)),
-                 QByteArray("\0\5\0\2x\0", 6));
+        QCOMPARE(tftp_exchange("10.71.0.13", write_request()), error_packet(2, "x"));
         fault(3, "tftp", {{"clear", true}});
     }
 

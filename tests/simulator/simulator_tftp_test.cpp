@@ -2,6 +2,7 @@
 #include "link/crc32.h"
 #include "simulator/image_check.h"
 #include "simulator/tftp_session.h"
+#include "support/tftp_packets.h"
 
 #include <QFile>
 #include <QtEndian>
@@ -21,18 +22,6 @@ TftpOutcome hear(TftpSession &session, const QByteArray &packet, uint32_t from =
     return session.handle(from, port, packet.constData(), packet.size());
 }
 
-QByteArray write_request(const char *name = "firmware.bin", const char *mode = "octet")
-{
-    return QByteArray("\0\2", 2) + name + '\0' + mode + '\0';
-}
-
-QByteArray data_block(uint16_t number, const QByteArray &bytes)
-{
-    QByteArray packet("\0\3", 2);
-    packet.append(static_cast<char>(number >> 8U)).append(static_cast<char>(number & 0xFFU));
-    return packet + bytes;
-}
-
 QByteArray only_answer(const TftpOutcome &outcome)
 {
     return outcome.answers.size() == 1 ? outcome.answers[0].bytes : QByteArray("not one answer");
@@ -43,8 +32,7 @@ TftpOutcome upload(TftpSession &session, const QByteArray &file)
 {
     TftpOutcome outcome = hear(session, write_request());
     for (int number = 1; number <= file.size() / 512 + 1; ++number)
-        outcome = hear(
-            session, data_block(static_cast<uint16_t>(number), file.mid((number - 1) * 512, 512)));
+        outcome = hear(session, block_of(file, number));
     return outcome;
 }
 
@@ -110,7 +98,7 @@ private slots:
         hear(session, write_request());
         const QByteArray block(512, 'x');
         for (int i = 1; i <= 65'536; ++i)
-            QCOMPARE(only_answer(hear(session, data_block(static_cast<uint16_t>(i), block))),
+            QCOMPARE(only_answer(hear(session, data_block(i, block))),
                      tftp_ack(static_cast<uint16_t>(i)));
         QCOMPARE(session.data.size(), 65'536 * 512);
     }
@@ -122,7 +110,7 @@ private slots:
         const QByteArray block(512, 'x');
         QByteArray answer;
         for (int i = 1; i <= 131'073; ++i)
-            answer = only_answer(hear(session, data_block(static_cast<uint16_t>(i), block)));
+            answer = only_answer(hear(session, data_block(i, block)));
         QCOMPARE(answer, tftp_error(3, "file too large"));
         QVERIFY(!session.running);
     }
@@ -284,7 +272,7 @@ private slots:
         QTest::newRow("wrong") << int(TftpStrike::WRONG_ACK) << QList<QByteArray>{tftp_ack(4)};
         QTest::newRow("late") << int(TftpStrike::LATE) << QList<QByteArray>{ack};
         QTest::newRow("error") << int(TftpStrike::ERROR_SENT)
-                               << QList<QByteArray>{QByteArray("\0\5\0\2why\0", 8)};
+                               << QList<QByteArray>{error_packet(2, "why")};
         QTest::newRow("raw") << int(TftpStrike::RAW) << QList<QByteArray>{"why"};
         QTest::newRow("offline") << int(TftpStrike::OFFLINE) << QList<QByteArray>{};
     }

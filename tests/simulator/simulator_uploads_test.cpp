@@ -1,5 +1,6 @@
 // What simulated devices do with the files that are uploaded to them.
 #include "support/played_fleet.h"
+#include "support/tftp_packets.h"
 
 #include <QDir>
 #include <QFile>
@@ -20,22 +21,6 @@ QByteArray stand_in_image()
     return file.readAll();
 }
 
-QByteArray request_to_write(const QByteArray &name)
-{
-    return QByteArray("\0\2", 2) + name + QByteArray("\0octet\0", 7);
-}
-
-QByteArray numbered(char opcode, int block, const QByteArray &bytes = {})
-{
-    const char header[] = {0, opcode, static_cast<char>(block >> 8), static_cast<char>(block)};
-    return QByteArray(header, 4) + bytes;
-}
-
-QByteArray data(const QByteArray &file, int block)
-{
-    return numbered(3, block, file.mid((block - 1) * 512, 512));
-}
-
 int last_block(const QByteArray &file)
 {
     return file.size() / 512 + 1;
@@ -45,10 +30,10 @@ int last_block(const QByteArray &file)
 bool upload(PlayedFleet &fleet, const char *to, const QByteArray &file,
             const QByteArray &name = "firmware.bin")
 {
-    if (fleet.upload_packet(to, request_to_write(name)) != QList<QByteArray>{numbered(4, 0)})
+    if (fleet.upload_packet(to, write_request(name)) != QList<QByteArray>{ack(0)})
         return false;
     for (int block = 1; block <= last_block(file); ++block)
-        if (fleet.upload_packet(to, data(file, block)) != QList<QByteArray>{numbered(4, block)})
+        if (fleet.upload_packet(to, block_of(file, block)) != QList<QByteArray>{ack(block)})
             return false;
     return true;
 }
@@ -113,8 +98,8 @@ private slots:
         for (int i = 0; i < 3; ++i) {
             fleet.pass(1000);
             const int last = last_block(image);
-            QCOMPARE(fleet.upload_packet(FIRST, data(image, last)),
-                     QList<QByteArray>{numbered(4, last)});
+            QCOMPARE(fleet.upload_packet(FIRST, block_of(image, last)),
+                     QList<QByteArray>{ack(last)});
         }
         fleet.pass(1499);
         QCOMPARE(fleet.event_names(), QStringList{"upload"});
@@ -170,9 +155,9 @@ private slots:
         QCOMPARE(reported(), QString("worn out"));
         fleet.pass(60'000);
         QCOMPARE(fleet.told(0, "reboots"), 0);
-        fleet.upload_packet(FIRST, numbered(3, 9)); // no request
+        fleet.upload_packet(FIRST, data_block(9, "")); // no request
         QCOMPARE(reported(), QString("worn out"));
-        fleet.upload_packet(FIRST, request_to_write("firmware.bin"));
+        fleet.upload_packet(FIRST, write_request());
         QCOMPARE(reported(), QString());
     }
 
@@ -189,21 +174,21 @@ private slots:
     void a_reboot_forgets_an_upload()
     {
         PlayedFleet fleet(PAIR);
-        fleet.upload_packet(FIRST, request_to_write("firmware.bin"));
+        fleet.upload_packet(FIRST, write_request());
         QVERIFY(fleet.stats(0).value("upload").toObject().value("running").toBool());
         fleet.fault(0, "reboot");
         QVERIFY(!fleet.stats(0).value("upload").toObject().value("running").toBool());
         fleet.pass(5000);
-        QVERIFY(fleet.upload_packet(FIRST, numbered(3, 1, "x")).isEmpty());
+        QVERIFY(fleet.upload_packet(FIRST, data_block(1, "x")).isEmpty());
     }
 
     void the_progress_of_an_upload_is_told()
     {
         PlayedFleet fleet(PAIR);
         const QByteArray image = stand_in_image();
-        fleet.upload_packet(FIRST, request_to_write("firmware.bin"));
+        fleet.upload_packet(FIRST, write_request());
         for (int block = 1; block <= 3; ++block)
-            fleet.upload_packet(FIRST, data(image, block));
+            fleet.upload_packet(FIRST, block_of(image, block));
         QCOMPARE(fleet.stats(0).value("upload").toObject(),
                  (QJsonObject{{"running", true}, {"file", "firmware.bin"}, {"blocks", 3}}));
     }
@@ -212,12 +197,12 @@ private slots:
     {
         PlayedFleet fleet(PAIR);
         fleet.fault(0, "tftp", {{"strike", "offline"}, {"at_block", 1}});
-        QCOMPARE(fleet.upload_packet(FIRST, request_to_write("firmware.bin")).size(), 1);
-        QVERIFY(fleet.upload_packet(FIRST, numbered(3, 1, QByteArray(512, 'x'))).isEmpty());
+        QCOMPARE(fleet.upload_packet(FIRST, write_request()).size(), 1);
+        QVERIFY(fleet.upload_packet(FIRST, data_block(1, QByteArray(512, 'x'))).isEmpty());
         QCOMPARE(fleet.event_names(), QStringList{"offline"});
         fleet.request_reports(FIRST);
         QVERIFY(fleet.sent.isEmpty());
-        QVERIFY(fleet.upload_packet(FIRST, request_to_write("firmware.bin")).isEmpty());
+        QVERIFY(fleet.upload_packet(FIRST, write_request()).isEmpty());
         fleet.fault(0, "return");
         fleet.request_reports(FIRST);
         QCOMPARE(fleet.sent.size(), 1);
@@ -244,10 +229,10 @@ private slots:
         QFETCH(bool, is_heard);
         PlayedFleet fleet(PAIR);
         QCOMPARE(fleet.fault(0, name.toLatin1().constData(), members), QString());
-        QVERIFY(fleet.upload_packet(FIRST, request_to_write("firmware.bin")).isEmpty());
+        QVERIFY(fleet.upload_packet(FIRST, write_request()).isEmpty());
         const QJsonObject upload = fleet.stats(0).value("upload").toObject();
         QCOMPARE(upload.value("running").toBool(), is_heard);
-        QVERIFY(!fleet.upload_packet(SECOND, request_to_write("firmware.bin")).isEmpty());
+        QVERIFY(!fleet.upload_packet(SECOND, write_request()).isEmpty());
     }
 
     void a_late_answer_comes_when_it_is_due_unless_the_device_is_gone()
@@ -255,7 +240,7 @@ private slots:
         for (const bool goes : {false, true}) {
             PlayedFleet fleet(PAIR);
             fleet.fault(0, "tftp", {{"ack_delay", 300}});
-            QVERIFY(fleet.upload_packet(FIRST, request_to_write("firmware.bin")).isEmpty());
+            QVERIFY(fleet.upload_packet(FIRST, write_request()).isEmpty());
             fleet.pass(299);
             QVERIFY(fleet.uploads.isEmpty());
             if (goes)
@@ -266,7 +251,7 @@ private slots:
             if (goes)
                 continue;
             QCOMPARE(fleet.uploads[0].time, due);
-            QCOMPARE(fleet.uploads[0].bytes, numbered(4, 0));
+            QCOMPARE(fleet.uploads[0].bytes, ack(0));
             QCOMPARE(fleet.uploads[0].heard.from, QHostAddress(QString(FIRST)));
             QCOMPARE(fleet.uploads[0].to, ip(PlayedFleet::MANAGER));
             QCOMPARE(fleet.uploads[0].port, uint16_t{50'000}); // where the request came from

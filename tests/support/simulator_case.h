@@ -3,6 +3,7 @@
 
 #include "support/heard.h"
 #include "support/private_network.h"
+#include "support/tftp_packets.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -197,14 +198,8 @@ protected:
 
     void upload(const char *to, const QByteArray &file)
     {
-        QCOMPARE(tftp_exchange(to, QByteArray("\0\2firmware.bin\0octet\0", 21)),
-                 QByteArray("\0\4\0\0", 4));
-        for (int block = 1; block <= file.size() / 512 + 1; ++block) {
-            const char number[2] = {static_cast<char>(block >> 8), static_cast<char>(block)};
-            const QByteArray tail = QByteArray(number, 2);
-            const QByteArray answer = tftp_exchange(
-                to, QByteArray("\0\3", 2) + tail + file.mid((block - 1) * 512, 512));
-            QCOMPARE(answer, QByteArray("\0\4", 2) + tail);
-        }
+        QCOMPARE(tftp_exchange(to, write_request()), ack(0));
+        for (int block = 1; block <= file.size() / 512 + 1; ++block)
+            QCOMPARE(tftp_exchange(to, block_of(file, block)), ack(block));
     }
 };

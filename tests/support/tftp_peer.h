@@ -1,6 +1,8 @@
 // A device's TFTP server on the loopback: 127.0.0.x, port 69, in a private network.
 #pragma once
 
+#include "support/tftp_packets.h"
+
 #include <QHostAddress>
 #include <QNetworkDatagram>
 #include <QUdpSocket>
@@ -18,14 +20,6 @@ inline QByteArray made_data(int size)
     for (int i = 0; i < size; ++i)
         data[i] = static_cast<char>(i * 7 + i / 256);
     return data;
-}
-
-inline QByteArray ack(int block)
-{
-    QByteArray datagram("\0\4\0\0", 4);
-    datagram[2] = static_cast<char>(block >> 8);
-    datagram[3] = static_cast<char>(block);
-    return datagram;
 }
 
 // Stores what it gets and acknowledges it, unless a test takes over.

@@ -212,7 +212,7 @@ private slots:
     {
         reach(PAGE_UPDATING);
         QTRY_COMPARE(peer().last_block, 3);
-        peer().send(QByteArray("\0\5\0\3full\0", 9));
+        peer().send(error_packet(3, "full"));
         QTRY_COMPARE(text(), FAILURE);
         QTRY_VERIFY(bar()->isVisible());
         tell(OUTDATED);
