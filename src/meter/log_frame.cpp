@@ -2,17 +2,15 @@
 #include "meter/log_frame.h"
 
 #include "link/datagram.h"
-#include "link/plain_json.h"
+#include "meter/usual_head.h"
 
 #include <string_view>
-#include <utility>
 
 namespace {
 
 // A double holds each number of so many digits exactly.
 constexpr size_t POSITION_DIGITS = 15;
 
-// Of a key that is said twice the last one would count.
 class LogHeadScanner
 {
 public:
@@ -23,38 +21,20 @@ public:
 
     std::optional<LogFrame> scan()
     {
-        const bool is_usual
-            = text.take_object([this](std::string_view key) { return take_member(key); });
-        if (!is_usual || !text.is_at_end() || !has_command || !has_device_id)
+        const auto take_other = [this](std::string_view key) { return take_member(key); };
+        if (!head.take(text, "raw_log", take_other))
             return {};
+        frame.device_id = head.device_id;
         return frame;
     }
 
 private:
     bool take_member(std::string_view key)
     {
-        if (key == "command") {
-            std::string_view command;
-            return !std::exchange(has_command, true) && text.take_text(command)
-                && command == "raw_log";
-        }
-        if (key == "device_id")
-            return !std::exchange(has_device_id, true) && take_device_id();
         if (key == "pos")
-            return !std::exchange(has_position, true) && take_position();
-        if (key == "overflow")
-            return !std::exchange(has_overflow, true) && text.take_bool(frame.head.overflow);
-        int64_t version = 0;
-        return key == "api_version" && !std::exchange(has_version, true)
-            && text.take_number(version, POSITION_DIGITS);
-    }
-
-    bool take_device_id()
-    {
-        std::string_view id;
-        const bool is_taken = text.take_text(id);
-        frame.device_id = QLatin1String(id.data(), static_cast<int>(id.size()));
-        return is_taken;
+            return UsualHead::is_first(has_position) && take_position();
+        return key == "overflow" && UsualHead::is_first(has_overflow)
+            && text.take_bool(frame.head.overflow);
     }
 
     // Modulo 2^32, as positions are.
@@ -67,10 +47,8 @@ private:
     }
 
     PlainJson text;
+    UsualHead head = {};
     LogFrame frame = {};
-    bool has_version = false;
-    bool has_command = false;
-    bool has_device_id = false;
     bool has_position = false;
     bool has_overflow = false;
 };

@@ -2,7 +2,7 @@
 #include "meter/meter_frame.h"
 
 #include "link/datagram.h"
-#include "link/plain_json.h"
+#include "meter/usual_head.h"
 
 #include <string_view>
 #include <utility>
@@ -23,10 +23,10 @@ public:
 
     std::optional<MeterFrame> scan()
     {
-        const bool is_usual
-            = text.take_object([this](std::string_view key) { return take_member(key); });
-        if (!is_usual || !text.is_at_end() || !has_command || !has_device_id)
+        const auto take_other = [this](std::string_view key) { return take_metering(key); };
+        if (!head.take(text, "broadcast_info", take_other))
             return {};
+        frame.device_id = head.device_id;
         return std::move(frame);
     }
 
@@ -48,46 +48,27 @@ private:
         return text.take(']');
     }
 
-    // Of a key that is said twice the last one would count.
-    static bool is_first(bool &has_been_said) { return !std::exchange(has_been_said, true); }
-
-    bool take_member(std::string_view key)
+    bool take_metering(std::string_view key)
     {
-        if (key == "api_version") {
-            int64_t version = 0;
-            return is_first(has_version) && text.take_number(version, LEVEL_DIGITS);
-        }
-        if (key == "command") {
-            std::string_view command;
-            return is_first(has_command) && text.take_text(command) && command == "broadcast_info";
-        }
-        if (key == "device_id") {
-            std::string_view id;
-            const bool is_taken = is_first(has_device_id) && text.take_text(id);
-            frame.device_id = QLatin1String(id.data(), static_cast<int>(id.size()));
-            return is_taken;
-        }
-        return key == "metering" && is_first(has_metering)
+        return key == "metering" && UsualHead::is_first(has_metering)
             && text.take_object([this](std::string_view list) { return take_levels(list); });
     }
 
     bool take_levels(std::string_view key)
     {
         if (key == "channel_peaks")
-            return is_first(has_peaks)
+            return UsualHead::is_first(has_peaks)
                 && take_list(
                        frame.report.peaks,
                        +[](int64_t number) { return static_cast<float>(number); });
-        return key == "channel_overdrive" && is_first(has_overdrive)
+        return key == "channel_overdrive" && UsualHead::is_first(has_overdrive)
             && take_list(
                    frame.report.overdrive, +[](int64_t number) { return number != 0; });
     }
 
     PlainJson text;
+    UsualHead head = {};
     MeterFrame frame = {};
-    bool has_version = false;
-    bool has_command = false;
-    bool has_device_id = false;
     bool has_metering = false;
     bool has_peaks = false;
     bool has_overdrive = false;
