@@ -2,6 +2,7 @@
 // sight.
 #include "gui/panel_sheet.h"
 
+#include "gui/column_rules.h"
 #include "gui/row_caption.h"
 #include "gui/row_editors.h"
 #include "model/meta.h"
@@ -52,6 +53,9 @@ PanelSheet::PanelSheet(QWidget *parent)
     int grid_row = 0;
     for (const std::string &key : catalogue().property_keys)
         rows[key].grid_row = grid_row++;
+    for (const ListColumn &column : list_columns())
+        if (column.title != column.name)
+            groups[column.id] = column.group;
     grid->setColumnStretch(1, 1);
     grid->setRowStretch(grid_row, 1); // few rows stay at the top
     setWidgetResizable(true);
@@ -86,6 +90,7 @@ const RowWidgets *PanelSheet::row(const std::string &key) const
 void PanelSheet::make_row_widgets(RowWidgets &made, const std::string &key)
 {
     made.caption = new RowCaption(QString::fromStdString(key));
+    made.caption->set_group(groups[key]);
     made.holder = new RowHolder;
     made.holder->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Minimum);
     made.holder->setAutoFillBackground(true);

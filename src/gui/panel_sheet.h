@@ -68,6 +68,7 @@ private:
     bool is_in_sight(const QWidget *widget) const;
 
     std::map<std::string, RowWidgets> rows = {};
+    std::map<std::string, QString> groups = {}; // headings of rows whose captions are alike
     std::map<std::string, PropertyDesc> descriptors = {}; // that the rows' editors were made from
     bool has_new_editors = false;                         // the tab order does not know them yet
     bool has_new_rows = false;                            // came into sight during a pause

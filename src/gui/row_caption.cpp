@@ -24,6 +24,11 @@ RowCaption::RowCaption(const QString &text)
     setTextFormat(Qt::PlainText);
 }
 
+void RowCaption::set_group(const QString &heading)
+{
+    group = heading;
+}
+
 void RowCaption::set_marked(bool is_marked)
 {
     if (font().bold() == is_marked)
@@ -62,9 +67,15 @@ bool RowCaption::event(QEvent *event)
 {
     if (event->type() != QEvent::ToolTip)
         return QLabel::event(event);
-    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), is_cut() ? text() : QString(),
-                       this);
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), tip(), this);
     return true;
+}
+
+QString RowCaption::tip() const
+{
+    if (!group.isEmpty())
+        return group + ": " + text();
+    return is_cut() ? text() : QString();
 }
 
 bool RowCaption::is_cut() const

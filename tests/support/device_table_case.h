@@ -5,11 +5,11 @@
 #include "gui/device_table.h"
 #include "model/device.h"
 #include "support/test_parts.h"
+#include "support/tool_tip.h"
 
 #include <QHeaderView>
 #include <QJsonObject>
 #include <QMenu>
-#include <QToolTip>
 
 #include <memory>
 
@@ -93,13 +93,5 @@ protected:
     {
         QAction *action = table->actions().at(static_cast<size_t>(table->column_of(id)));
         return table->menu()->actionGeometry(action).center();
-    }
-
-    static QString tool_tip_at(QWidget *widget, const QPoint &place)
-    {
-        QToolTip::hideText();
-        QHelpEvent help(QEvent::ToolTip, place, widget->mapToGlobal(place));
-        QApplication::sendEvent(widget, &help);
-        return QToolTip::text();
     }
 };

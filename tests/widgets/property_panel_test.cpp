@@ -5,6 +5,7 @@
 #include "gui/row_editors.h"
 #include "gui/value_spinner.h"
 #include "support/selected_rows.h"
+#include "support/tool_tip.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
@@ -200,6 +201,30 @@ private slots:
         alone.panel.show_selection();
         QVERIFY(alone.panel.row_widgets("ui/order")->spinner != order);
         QCOMPARE(alone.panel.row_widgets("ui/order")->spinner->maximum(), 5.0);
+    }
+
+    // Devices that disagree show a row of which a third one knows nothing, and not its heading.
+    void a_row_without_its_heading_names_it_in_its_tool_tip()
+    {
+        PanelAlone alone;
+        alone.panel.set_edit_mode(false);
+        int gain = 0;
+        for (const auto &device : alone.devices)
+            for (const char *key : {"dsp/eq0/gain", "dsp/eq1/gain"})
+                device->values[key] = ++gain;
+        alone.devices.push_back(device_from_report(report_of(1000, {{"device_id", "Module"}})));
+        alone.panel.resize(900, 700);
+        alone.panel.show();
+        alone.panel.show_selection();
+        QVERIFY(!alone.is_shown("dummy/header/eq1"));
+        QVERIFY(alone.is_shown("dsp/eq0/gain") && alone.is_shown("dsp/eq1/gain"));
+        const auto tip_of = [&alone](const char *key) {
+            return tool_tip_at(alone.panel.row_widgets(key)->caption);
+        };
+        for (const char *alone_of_its_name : {"ui/name", "rtp/lock"})
+            QCOMPARE(tip_of(alone_of_its_name), QString());
+        QCOMPARE(tip_of("dsp/eq0/gain"), QString("User EQ 1: Gain"));
+        QCOMPARE(tip_of("dsp/eq1/gain"), QString("User EQ 2: Gain"));
     }
 
     // An open list would jump.

@@ -1,8 +1,7 @@
 // The caption of a row: how much room it asks for, and how it is cut.
 #include "gui/row_caption.h"
+#include "support/tool_tip.h"
 
-#include <QHelpEvent>
-#include <QToolTip>
 #include <QtTest>
 
 namespace {
@@ -12,14 +11,6 @@ int bold_width(const QString &text)
     QFont font = RowCaption("").font();
     font.setBold(true);
     return QFontMetrics(font).horizontalAdvance(text);
-}
-
-QString tool_tip_of(QWidget *widget)
-{
-    QToolTip::hideText();
-    QHelpEvent rest(QEvent::ToolTip, {1, 1}, widget->mapToGlobal({1, 1}));
-    QApplication::sendEvent(widget, &rest);
-    return QToolTip::text();
 }
 
 } // namespace
@@ -66,15 +57,28 @@ private slots:
         QCOMPARE(caption.grab().toImage(), shortened.grab().toImage());
     }
 
+    void one_of_several_captions_alike_tells_its_heading()
+    {
+        RowCaption caption("Gain");
+        caption.set_group("User EQ 2");
+        caption.show();
+        for (const int width : {300, 5}) {
+            caption.setFixedWidth(width);
+            QCOMPARE(tool_tip_at(&caption), QString("User EQ 2: Gain"));
+        }
+        caption.setText("Level"); // as another product has it
+        QCOMPARE(tool_tip_at(&caption), QString("User EQ 2: Level"));
+    }
+
     void what_is_cut_tells_its_whole_text()
     {
         RowCaption caption("Firmware version");
         const int whole = caption.fontMetrics().horizontalAdvance(caption.text());
         caption.setFixedWidth(whole - 1);
         caption.show();
-        QCOMPARE(tool_tip_of(&caption), QString("Firmware version"));
+        QCOMPARE(tool_tip_at(&caption), QString("Firmware version"));
         caption.setFixedWidth(whole);
-        tool_tip_of(&caption);
+        tool_tip_at(&caption);
         QTRY_VERIFY(!QToolTip::isVisible());
     }
 };
