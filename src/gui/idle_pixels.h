@@ -27,6 +27,6 @@ private:
     void release();
 
     QWidget *window = nullptr;
-    QTimer timer; // runs while there are pixels
+    QTimer timer{this}; // runs while there are pixels
     bool was_painted = false;
 };

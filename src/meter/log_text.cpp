@@ -54,8 +54,6 @@ bool is_laid_out_alone(QChar letter)
     switch (letter.direction()) {
     case QChar::DirR:
     case QChar::DirAL:
-    case QChar::DirB:
-    case QChar::DirS:
     case QChar::DirBN:
         return true;
     default:

@@ -134,16 +134,18 @@ void LogWindows::flush()
     throttle.set_frame(is_flood ? FLOOD_FRAME : FrameThrottle::FRAME);
     throttle.note_done();
     if (appender.is_empty())
-        left_in_frame = 0;
-    else if (is_huge || left_in_frame > 0)
+        return;
+    if (is_huge || left_in_frame > 0)
         throttle.ask_next_turn();
     else
         throttle.ask();
 }
 
-// What came before the key was pressed goes too, shown or not.
+// What came before the key was pressed goes too, shown or not, and with it the turn that it waited
+// for: in the next frame another window would miss its own.
 void LogWindows::clear(const LogWindow *window)
 {
     appender.drop(window->log());
+    left_in_frame = std::min(left_in_frame, appender.views());
     window->log()->clear();
 }

@@ -1,5 +1,6 @@
 // A window gives its pixels back while nothing changes, and nobody can see that it did.
 #include "gui/idle_pixels.h"
+#include "support/painted.h"
 
 #include <QApplication>
 #include <QBackingStore>
@@ -15,20 +16,6 @@
 namespace {
 
 constexpr int NEVER = 3'600'000; // ms of patience: the test looks itself
-
-class PaintCount : public QObject
-{
-public:
-    explicit PaintCount(QWidget *widget) { widget->installEventFilter(this); }
-
-    bool eventFilter(QObject * /*watched*/, QEvent *event) override
-    {
-        count += event->type() == QEvent::Paint;
-        return false;
-    }
-
-    int count = 0;
-};
 
 } // namespace
 
@@ -53,9 +40,9 @@ class idle_pixels_test : public QObject
     // Until it is painted.
     void change_to(const QString &text)
     {
-        PaintCount paints(label);
+        Painted paints(label);
         label->setText(text);
-        QTRY_VERIFY(paints.count > 0);
+        QTRY_VERIFY(paints.times > 0);
     }
 
     // What stands on the screen, of which the platform of the tests keeps no copy of its own.
@@ -148,15 +135,15 @@ private slots:
         pixels->set_patience(NEVER);
         show_window();
         change_to("first change");
-        PaintCount paints(label);
+        Painted paints(label);
         QExposeEvent again(QRegion(0, 0, 20, 20));
         QApplication::sendEvent(window->windowHandle(), &again);
-        PaintCount later(other.get()); // what is asked for last is painted last
+        Painted later(other.get()); // what is asked for last is painted last
         other->update();
-        QTRY_COMPARE(later.count, 1);
-        QCOMPARE(paints.count, 0);
+        QTRY_COMPARE(later.times, 1);
+        QCOMPARE(paints.times, 0);
         label->setText("second change");
-        QTRY_COMPARE(paints.count, 1);
+        QTRY_COMPARE(paints.times, 1);
     }
 
     void a_window_never_shown_is_harmless()

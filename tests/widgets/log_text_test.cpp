@@ -28,6 +28,7 @@ private slots:
     void an_echo_behind_an_unfinished_line_is_not_red();
     void stream_text_is_never_coloured();
     void the_view_follows_the_end();
+    void a_view_out_of_sight_follows_the_end_too();
     void a_view_that_is_scrolled_up_stays();
     void old_lines_go_at_the_cap();
     void lines_join_at_the_end_wherever_the_reader_has_clicked();
@@ -88,6 +89,19 @@ void LogTextTest::the_view_follows_the_end()
         QVERIFY(follows_end(view.get()));
     }
     QVERIFY(view->verticalScrollBar()->maximum() > 50);
+}
+
+void LogTextTest::a_view_out_of_sight_follows_the_end_too()
+{
+    const auto view = make_view(0);
+    view->hide();
+    append_log_fragments(view.get(), {{.text = QString("line\n").repeated(100)}});
+    append_log_fragments(view.get(), {{.text = QString("word ").repeated(400) + "\n"}});
+    QVERIFY(follows_end(view.get()));
+    view->show();
+    append_log_fragments(view.get(), {{.text = "last\n"}});
+    QVERIFY(follows_end(view.get()));
+    QVERIFY(view->verticalScrollBar()->maximum() > 90);
 }
 
 void LogTextTest::a_view_that_is_scrolled_up_stays()

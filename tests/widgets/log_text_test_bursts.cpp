@@ -1,7 +1,7 @@
 // Text in log windows: bursts and slices leave no trace of being joined, and none is too dear.
 #include "support/log_view.h"
+#include "support/painted.h"
 
-#include <QPaintEvent>
 #include <QRandomGenerator>
 #include <QtTest>
 
@@ -74,21 +74,6 @@ bool shows_end(const QPlainTextEdit *view)
     return view->cursorRect(end).bottom() <= view->viewport()->height();
 }
 
-// What of a widget is painted.
-class PaintCounter : public QObject
-{
-public:
-    explicit PaintCounter(QWidget *widget) { widget->installEventFilter(this); }
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            area = area.united(static_cast<QPaintEvent *>(event)->rect());
-        return QObject::eventFilter(watched, event);
-    }
-
-    QRect area = {};
-};
-
 // The block at the top, and whether the view goes with the end.
 QPair<int, bool> place_of(const QPlainTextEdit *view)
 {
@@ -121,6 +106,8 @@ private slots:
     void what_is_laid_out_at_once_is_bounded_data();
     void what_is_laid_out_at_once_is_bounded();
     void a_page_that_comes_at_once_is_painted_once();
+    void a_piece_of_a_line_paints_no_other_line();
+    void a_view_that_may_not_paint_stays_so();
     void more_than_a_page_is_a_flood();
 };
 
@@ -315,7 +302,9 @@ void LogBurstsTest::letters_laid_out_one_by_one_break_a_line_much_earlier_data()
 {
     QTest::addColumn<QString>("letters");
     QTest::addColumn<bool>("is_broken");
-    QTest::newRow("form feeds") << QString(300, '\f') << true;
+    QTest::newRow("256 form feeds") << QString(256, '\f') + "letters" << false;
+    QTest::newRow("257 form feeds") << QString(257, '\f') << true;
+    QTest::newRow("soft hyphens") << QString(300, QChar(0xAD)) << true;
     QTest::newRow("Hebrew and Latin in turn")
         << QString(QChar(0x5D0)).append("x ").repeated(300) << true;
     QTest::newRow("Arabic") << QString(300, QChar(0x628)) << true;
@@ -368,13 +357,34 @@ void LogBurstsTest::a_page_that_comes_at_once_is_painted_once()
     append_log_fragments(view.get(), {{.text = QString("before\n").repeated(50)}});
     QCoreApplication::processEvents();
     const QImage before = view->viewport()->grab().toImage();
-    PaintCounter painted(view->viewport());
+    Painted painted(view->viewport());
     append_log_fragments(view.get(), {{.text = QString("after\n").repeated(50)}});
     QVERIFY(view->viewport()->updatesEnabled());
-    QTRY_VERIFY(painted.area.contains(view->viewport()->rect()));
+    QTRY_COMPARE(painted.region.boundingRect(), view->viewport()->rect());
     QVERIFY(view->viewport()->grab().toImage() != before);
     QVERIFY(follows_end(view.get()) && shows_end(view.get()));
     QCOMPARE(view->cursorForPosition(QPoint(1, 1)).block().text(), QString("after"));
+}
+
+// Devices write their lines in pieces.
+void LogBurstsTest::a_piece_of_a_line_paints_no_other_line()
+{
+    const auto view = make_view(0);
+    append_log_fragments(view.get(), {{.text = "boot\nready\nclo"}});
+    QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+    QCoreApplication::processEvents();
+    Painted painted(view->viewport());
+    append_log_fragments(view.get(), {{.text = "ck"}});
+    QTRY_VERIFY(painted.times > 0);
+    QVERIFY(painted.region.boundingRect().top() > 0);
+}
+
+void LogBurstsTest::a_view_that_may_not_paint_stays_so()
+{
+    const auto view = make_view(0);
+    view->viewport()->setUpdatesEnabled(false);
+    append_log_fragments(view.get(), {{.text = QString("line\n").repeated(50)}});
+    QVERIFY(!view->viewport()->updatesEnabled());
 }
 
 void LogBurstsTest::more_than_a_page_is_a_flood()

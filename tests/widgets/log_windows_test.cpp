@@ -1,4 +1,5 @@
 // The pace of the log windows, without a main window around them, at times that the test sets.
+#include "gui/idle_pixels.h"
 #include "meter/log_window.h"
 #include "meter/log_windows.h"
 #include "model/device.h"
@@ -15,7 +16,8 @@ class LogWindowsTest : public QObject
     std::unique_ptr<Device> device;
     std::unique_ptr<LogWindows> logs;
 
-    QString shown() const { return logs->window(device.get())->log()->toPlainText(); }
+    QString shown() const { return shown_of(device.get()); }
+    QString shown_of(const Device *one) const { return logs->window(one)->log()->toPlainText(); }
 
     void say(const QString &text)
     {
@@ -67,6 +69,80 @@ private slots:
         QCOMPARE(shown(), QString("first\n"));
     }
 
+    // Most of what arrives is no text for a log.
+    void a_frame_begins_with_a_text_and_not_without()
+    {
+        logs->show_soon();
+        say("first\n");
+        QCOMPARE(shown(), QString("first\n"));
+    }
+
+    // No more is read while so much waits.
+    void plenty_is_shown_within_the_frame()
+    {
+        say("first\n");
+        logs->append(device.get(), false, QString("line\n").repeated(13108));
+        QVERIFY(logs->is_full());
+        logs->show_soon();
+        QVERIFY(shown().size() > 1000);
+    }
+
+    void what_is_opened_while_others_wait_comes_behind_them()
+    {
+        Device second;
+        Device third;
+        Device fourth;
+        QList<Device *> opened;
+        connect(logs.get(), &LogWindows::opened, this,
+                [&opened](Device *one) { opened.append(one); });
+        logs->open({&second, &third});
+        logs->open({&fourth});
+        QCOMPARE(opened, QList<Device *>({&second}));
+        QTRY_COMPARE(opened, QList<Device *>({&second, &third, &fourth}));
+        for (const Device *one : {&second, &third, &fourth})
+            logs->drop(one);
+    }
+
+    void a_turn_that_finds_nothing_to_open_is_harmless()
+    {
+        Device second;
+        Device third;
+        logs->open({&second, &third});
+        logs->drop(&third);
+        QCoreApplication::processEvents();
+        QVERIFY(logs->is_open(&second) && !logs->is_open(&third));
+        logs->drop(&second);
+    }
+
+    void what_is_meant_for_a_window_that_is_not_there_is_dropped()
+    {
+        const Device other;
+        logs->append(&other, false, "text");
+        logs->set_title(&other, "title");
+        QVERIFY(logs->is_empty());
+        QVERIFY(!logs->is_open(&other));
+    }
+
+    // What it is answered with is no text for a window that goes.
+    void who_hears_of_a_closing_finds_no_window()
+    {
+        QList<bool> was_open;
+        connect(logs.get(), &LogWindows::closed, this,
+                [this, &was_open](Device *one) { was_open.append(logs->is_open(one)); });
+        logs->window(device.get())->close();
+        QCOMPARE(was_open, QList<bool>({false}));
+    }
+
+    // Painting all of it anew for each message would cost more than its memory.
+    void a_window_that_gets_texts_keeps_its_pixels_for_five_seconds()
+    {
+        const auto *patience
+            = logs->window(device.get())->findChild<IdlePixels *>()->findChild<QTimer *>();
+        QCOMPARE(patience->interval(), 250);
+        say("first\n");
+        QCOMPARE(patience->interval(), 5000);
+    }
+
     void what_follows_waits_for_the_next_frame()
     {
         say("first\n");
@@ -96,13 +172,33 @@ private slots:
         logs->append(&second, false, "b");
         logs->flush();
         QCOMPARE(shown(), QString("a"));
-        QCOMPARE(logs->window(&second)->log()->toPlainText(), QString());
+        QCOMPARE(shown_of(&second), QString());
         QCOMPARE(logs->wait(), 0);
         logs->append(device.get(), false, "c");
         logs->flush();
-        QCOMPARE(logs->window(&second)->log()->toPlainText(), QString("b"));
+        QCOMPARE(shown_of(&second), QString("b"));
         QCOMPARE(shown(), QString("a"));
         QCOMPARE(logs->wait(), FrameThrottle::FRAME);
+        logs->drop(&second);
+    }
+
+    void a_window_that_is_cleared_gives_up_its_turn()
+    {
+        Device second;
+        logs->open({&second});
+        const auto say_to_both = [this, &second] {
+            for (const Device *one : std::initializer_list<const Device *>{device.get(), &second})
+                logs->append(one, false, "a");
+            logs->flush();
+        };
+        say_to_both();
+        QVERIFY(!shown().isEmpty() && shown_of(&second).isEmpty());
+        emit logs->window(&second)->clear_pressed();
+        QVERIFY(logs->is_empty());
+        say_to_both();
+        QCOMPARE(logs->wait(), 0); // for the second, in this frame
+        logs->flush();
+        QCOMPARE(shown_of(&second), QString("a"));
         logs->drop(&second);
     }
 
@@ -123,8 +219,7 @@ private slots:
         say("waits\n");
         logs->stop();
         now += 1000;
-        QTest::qWait(0);
-        QCoreApplication::processEvents();
+        QVERIFY(frame_passes());
         QVERIFY(logs->is_open(&second));
         QVERIFY(!logs->is_open(&third));
         QCOMPARE(shown(), QString("first\n"));

@@ -1,6 +1,7 @@
 // The panel's meter follows one device's ticks, and no dead one's.
 #include "meter/meter_object.h"
 #include "meter/meter_widget.h"
+#include "support/painted.h"
 
 #include <QtTest>
 
@@ -8,19 +9,6 @@
 #include <new>
 
 namespace {
-// Counts what a widget draws.
-class PaintCounter : public QObject
-{
-public:
-    explicit PaintCounter(QObject *watched) { watched->installEventFilter(this); }
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        paints += event->type() == QEvent::Paint ? 1 : 0;
-        return false;
-    }
-    int paints = 0;
-};
-
 void show(QWidget &widget)
 {
     widget.show();
@@ -63,11 +51,11 @@ void MeterWidgetTest::a_tick_repaints_at_once()
     MeterWidget widget;
     widget.set_meter(&meter);
     show(widget);
-    PaintCounter counter(&widget);
+    Painted painted(&widget);
     meter.tick();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(painted.times, 1);
     meter.tick();
-    QCOMPARE(counter.paints, 2);
+    QCOMPARE(painted.times, 2);
 }
 
 void MeterWidgetTest::a_tick_without_channels_repaints_too()
@@ -76,9 +64,9 @@ void MeterWidgetTest::a_tick_without_channels_repaints_too()
     MeterWidget widget;
     widget.set_meter(&meter);
     show(widget);
-    PaintCounter counter(&widget);
+    Painted painted(&widget);
     meter.tick();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(painted.times, 1);
 }
 
 void MeterWidgetTest::a_report_alone_repaints_nothing()
@@ -87,11 +75,11 @@ void MeterWidgetTest::a_report_alone_repaints_nothing()
     MeterWidget widget;
     widget.set_meter(&meter);
     show(widget);
-    PaintCounter counter(&widget);
+    Painted painted(&widget);
     meter.set_levels({70, 60}, {});
     meter.clear_levels();
     QCoreApplication::processEvents();
-    QCOMPARE(counter.paints, 0);
+    QCOMPARE(painted.times, 0);
 }
 
 void MeterWidgetTest::setting_the_same_meter_again_changes_nothing()
@@ -101,9 +89,9 @@ void MeterWidgetTest::setting_the_same_meter_again_changes_nothing()
     widget.set_meter(&meter);
     widget.set_meter(&meter);
     show(widget);
-    PaintCounter counter(&widget);
+    Painted painted(&widget);
     meter.tick();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(painted.times, 1);
 }
 
 void MeterWidgetTest::the_old_meters_ticks_repaint_it_no_longer()
@@ -114,14 +102,14 @@ void MeterWidgetTest::the_old_meters_ticks_repaint_it_no_longer()
     widget.set_meter(&old_meter);
     widget.set_meter(&new_meter);
     show(widget);
-    PaintCounter counter(&widget);
+    Painted painted(&widget);
     old_meter.tick();
-    QCOMPARE(counter.paints, 0);
+    QCOMPARE(painted.times, 0);
     new_meter.tick();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(painted.times, 1);
     widget.set_meter(nullptr);
     new_meter.tick();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(painted.times, 1);
 }
 
 void MeterWidgetTest::a_widget_without_a_meter_shows_its_background()
@@ -143,9 +131,9 @@ void MeterWidgetTest::a_dead_meter_is_never_touched()
     widget.repaint();
     MeterObject next;
     widget.set_meter(&next);
-    PaintCounter counter(&widget);
+    Painted painted(&widget);
     next.tick();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(painted.times, 1);
 }
 
 void MeterWidgetTest::a_new_meter_at_a_dead_ones_address_is_followed()
@@ -158,9 +146,9 @@ void MeterWidgetTest::a_new_meter_at_a_dead_ones_address_is_followed()
     meter->~MeterObject();
     meter = new (memory) MeterObject;
     widget.set_meter(meter);
-    PaintCounter counter(&widget);
+    Painted painted(&widget);
     meter->tick();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(painted.times, 1);
     meter->~MeterObject();
 }
 

@@ -2,12 +2,12 @@
 #include "gui/column_rules.h"
 #include "gui/device_list_view.h"
 #include "support/idle_loop.h"
+#include "support/painted.h"
 #include "support/window_main.h"
 
 #include <QAction>
 #include <QHeaderView>
 #include <QMenu>
-#include <QPaintEvent>
 #include <QPushButton>
 #include <QSignalSpy>
 
@@ -22,21 +22,6 @@ QStringList shown_ids(const WindowHandle &gui)
         ids.append(gui.model().item(row, 0)->data(257).toString());
     return ids;
 }
-
-// What of a widget has been painted since.
-class PaintedRegion : public QObject
-{
-public:
-    explicit PaintedRegion(QWidget *widget) { widget->installEventFilter(this); }
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            region += static_cast<QPaintEvent *>(event)->region();
-        return false;
-    }
-
-    QRegion region = {};
-};
 
 QJsonObject with_order(QJsonObject report, int order)
 {
@@ -249,7 +234,7 @@ private slots:
         QTRY_VERIFY(view->has_settled());
         QApplication::processEvents();
         const int before = view->layouts();
-        const PaintedRegion painted(view->viewport());
+        const Painted painted(view->viewport());
         report_one(1, "Lift");
         const int column = window->column("ui/name");
         QTRY_VERIFY(

@@ -1,31 +1,9 @@
 // The property panel in the real window.
+#include "support/painted.h"
 #include "support/panel_case.h"
 
 #include <QAbstractItemView>
 #include <QHBoxLayout>
-
-namespace {
-
-// How often a widget was painted.
-class PaintCount : public QObject
-{
-public:
-    explicit PaintCount(QWidget *widget)
-        : QObject(widget)
-    {
-        widget->installEventFilter(this);
-    }
-
-    bool eventFilter(QObject * /*watched*/, QEvent *event) override
-    {
-        count += event->type() == QEvent::Paint;
-        return false;
-    }
-
-    int count = 0;
-};
-
-} // namespace
 
 class PanelTest : public QObject
 {
@@ -75,13 +53,13 @@ private slots:
         window->select({0, 1});
         QCheckBox *mute = window->row("dsp/mute").check_box;
         QCOMPARE(mute->checkState(), Qt::PartiallyChecked);
-        auto *paints = new PaintCount(mute);
-        QTRY_VERIFY(paints->count > 0);
+        Painted paints(mute);
+        QTRY_VERIFY(paints.times > 0);
         QCoreApplication::processEvents();
-        paints->count = 0;
+        paints.times = 0;
         other.report("dsp", "mute", true);
         QCOMPARE(mute->checkState(), Qt::Checked);
-        QTRY_VERIFY(paints->count > 0);
+        QTRY_VERIFY(paints.times > 0);
     }
 
     void nothing_selected_hides_all_rows()
