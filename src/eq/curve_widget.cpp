@@ -40,12 +40,9 @@ void CurveWidget::set_has_curve(bool shows_curve)
 
 void CurveWidget::set_editable(bool is_editable)
 {
-    if (editable == is_editable)
-        return;
     if (!is_editable)
-        mouseReleaseEvent(nullptr); // first: it does nothing in read-only mode
+        mouseReleaseEvent(nullptr);
     editable = is_editable;
-    update();
 }
 
 void CurveWidget::set_filters(const QList<Filter *> &new_filters)
@@ -149,7 +146,7 @@ void CurveWidget::count_read_only_press()
 
 void CurveWidget::mouseReleaseEvent(QMouseEvent *event)
 {
-    if (!editable || active_index < 0)
+    if (active_index < 0) // as ever outside an edit
         return;
     if (filters.at(active_index)->mouse_release(event))
         active_index = -1;

@@ -70,7 +70,7 @@ DragStart FilterPEQ::drag_start() const
 
 void FilterPEQ::mouse_move(QMouseEvent *event)
 {
-    if (drag_state < 2 || drag_state > 6 || !grid)
+    if (drag_state < 2 || !grid)
         return;
     const DragStart start = drag_start();
     const QPoint position = event->pos();
@@ -111,7 +111,7 @@ DragStart FilterShelf::drag_start() const
 
 void FilterShelf::mouse_move(QMouseEvent *event)
 {
-    if (drag_state < 2 || drag_state > 5 || !grid)
+    if (drag_state < 2 || !grid)
         return;
     const DragStart start = drag_start();
     const QPoint position = event->pos();

@@ -6,7 +6,6 @@
 #include "meter/meter_scale.h"
 
 #include <QAbstractItemView>
-#include <QPainter>
 
 MeterItemDelegate::MeterItemDelegate(QAbstractItemView *drawn_view, int meter_role, QObject *parent)
     : QStyledItemDelegate(parent)
@@ -21,14 +20,6 @@ void MeterItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
     // Selection and background first, as in any other cell.
     QStyledItemDelegate::paint(painter, option, index);
 
-    const QVariant value = view->model()->data(index, role);
-    if (!value.canConvert<MeterObject *>())
-        return;
-    MeterObject *const meter = qobject_cast<MeterObject *>(value.value<MeterObject *>());
-    if (meter == nullptr)
-        return;
-
-    painter->save();
-    paint_meter(*meter, painter, view, meter_box(view->visualRect(index)));
-    painter->restore();
+    if (const auto *meter = view->model()->data(index, role).value<MeterObject *>())
+        paint_meter(*meter, painter, view, meter_box(view->visualRect(index)));
 }

@@ -3,13 +3,13 @@
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "eq/filter_list.h"
+#include "support/curve_view_mouse.h"
 #include "support/eq_numbers.h"
 #include "support/vectors.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMessageBox>
-#include <QMouseEvent>
 #include <QTimer>
 #include <QtTest>
 
@@ -59,30 +59,6 @@ FilterParams params_of(const Filter *filter)
     return params;
 }
 
-void send(CurveWidget &view, QEvent::Type type, QPoint position, Qt::MouseButton held)
-{
-    const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : held;
-    const Qt::MouseButtons buttons
-        = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::MouseButtons(held);
-    QMouseEvent event(type, position, button, buttons, Qt::NoModifier);
-    QApplication::sendEvent(&view, &event);
-}
-
-void press(CurveWidget &view, QPoint position)
-{
-    send(view, QEvent::MouseButtonPress, position, Qt::LeftButton);
-}
-
-void move(CurveWidget &view, QPoint position)
-{
-    send(view, QEvent::MouseMove, position, Qt::LeftButton);
-}
-
-void release(CurveWidget &view, QPoint position)
-{
-    send(view, QEvent::MouseButtonRelease, position, Qt::LeftButton);
-}
-
 // Confirms hint boxes while it lives, and counts them.
 class HintProbe : public QObject
 {
@@ -121,15 +97,15 @@ void play(CurveWidget &view, const QJsonArray &event)
     if (kind == "press")
         press(view, position);
     else if (kind == "move")
-        move(view, position);
+        drag_to(view, position);
     else if (kind == "hover")
-        send(view, QEvent::MouseMove, position, Qt::NoButton);
+        hover(view, position);
     else if (kind == "release")
         release(view, position);
     else if (kind == "right_press")
-        send(view, QEvent::MouseButtonPress, position, Qt::RightButton);
+        press(view, position, Qt::RightButton);
     else if (kind == "right_move")
-        send(view, QEvent::MouseMove, position, Qt::RightButton);
+        drag_to(view, position, Qt::RightButton);
     else
         QFAIL(qPrintable("unknown event " + kind));
 }
@@ -167,6 +143,7 @@ private slots:
     void rows_follow_a_thousand_random_drags();
     void a_drag_computes_one_response_per_move();
     void the_hint_comes_on_the_third_and_eighth_press();
+    void a_press_tells_its_band_before_the_hint();
     void leaving_the_view_keeps_the_hover();
     void a_release_in_read_only_mode_does_nothing();
     void a_narrowed_band_goes_flat_and_keeps_its_gain();
@@ -249,7 +226,7 @@ void CurveDragTest::rows_follow_a_thousand_random_drags()
         for (int step = any(4); step > 0; --step) {
             position += QPoint(any(81) - 40, any(41) - 20);
             rows.clear();
-            move(view, position);
+            drag_to(view, position);
             if (!rows.empty()) {
                 const Filter *active = view.filters.at(view.active_index);
                 const FilterParams params = params_of(active);
@@ -288,7 +265,7 @@ void CurveDragTest::a_drag_computes_one_response_per_move()
     const uint64_t before = view.grid->responses_computed;
     const std::vector<QPointF> curve = view.lines.magnitude;
     for (int step = 1; step <= 10; ++step) {
-        move(view, marker + QPoint(step, step));
+        drag_to(view, marker + QPoint(step, step));
         view.grab();
     }
     QCOMPARE(view.grid->responses_computed - before, uint64_t{10});
@@ -313,6 +290,25 @@ void CurveDragTest::the_hint_comes_on_the_third_and_eighth_press()
                      "make changes."));
 }
 
+// The box would stand over the rows that come into sight.
+void CurveDragTest::a_press_tells_its_band_before_the_hint()
+{
+    CurveWidget view(nullptr,
+                     make_filters({{1, EQ_PEQ, {.freq = 300.0F, .q = 1.0F, .gain = -6.0F}}}));
+    view.resize(600, 300);
+    view.set_has_curve(true);
+    view.grab();
+    hover(view, marker_of(view, 0));
+    HintProbe hints;
+    QList<int> hints_before;
+    connect(&view, &CurveWidget::on_band_pressed, this,
+            [&hints_before, &hints] { hints_before.append(hints.count); });
+    for (int click = 0; click < 3; ++click)
+        press(view, marker_of(view, 0));
+    QCOMPARE(hints_before, QList<int>({0, 0, 0}));
+    QCOMPARE(hints.count, 1);
+}
+
 void CurveDragTest::leaving_the_view_keeps_the_hover()
 {
     CurveWidget view(nullptr,
@@ -320,8 +316,7 @@ void CurveDragTest::leaving_the_view_keeps_the_hover()
     view.resize(600, 300);
     view.set_has_curve(true);
     view.grab();
-    send(view, QEvent::MouseMove, {view.filters[0]->marker_x, view.filters[0]->marker_y},
-         Qt::NoButton);
+    hover(view, marker_of(view, 0));
     QCOMPARE(view.hover_index, 0);
     QEvent leave(QEvent::Leave);
     QApplication::sendEvent(&view, &leave);
@@ -338,12 +333,12 @@ void CurveDragTest::a_release_in_read_only_mode_does_nothing()
     view.grab();
     const QPoint marker(view.filters[0]->marker_x, view.filters[0]->marker_y);
     press(view, marker);
-    move(view, marker + QPoint(9, 9));
+    drag_to(view, marker + QPoint(9, 9));
     const FilterParams dragged = params_of(view.filters[0]);
     view.set_editable(false);
     QCOMPARE(view.active_index, -1);
     QCOMPARE(drag_state(view.filters[0]), 0);
-    move(view, marker + QPoint(50, 50));
+    drag_to(view, marker + QPoint(50, 50));
     release(view, marker + QPoint(50, 50));
     QVERIFY(same_params(params_of(view.filters[0]), dragged));
 }
@@ -364,7 +359,7 @@ void CurveDragTest::a_narrowed_band_goes_flat_and_keeps_its_gain()
     const QPoint stub(view.grid->freq_to_x(peak->low_edge), marker.y() + 20);
     press(view, stub);
     QCOMPARE(peak->drag_state, 4);
-    move(view, stub + QPoint(400, 0));
+    drag_to(view, stub + QPoint(400, 0));
     QVERIFY(std::isinf(peak->q));
     QCOMPARE(peak->gain, 6.0F);
     for (const float ratio : peak->magnitude)
@@ -389,11 +384,11 @@ void CurveDragTest::an_edge_dragged_to_zero_falls_back_to_the_identity()
     const QPoint stub(view.grid->freq_to_x(peak->low_edge), marker.y() + 20);
     press(view, stub);
     peak->press_low_edge = view.grid->x_to_freq(stub.x()) - view.grid->x_to_freq(stub.x() - 10);
-    move(view, stub - QPoint(10, 0));
+    drag_to(view, stub - QPoint(10, 0));
     QVERIFY(std::isnan(peak->q));
     QVERIFY(peak->is_identity());
     view.grab();
-    move(view, {0, 0}); // below zero: a width again, by the same formula
+    drag_to(view, {0, 0}); // below zero: a width again, by the same formula
     QVERIFY(std::isfinite(peak->q));
     view.grab();
 }
@@ -419,8 +414,8 @@ void CurveDragTest::drags_at_odd_sizes_end_well()
         const QPoint marker(filter->marker_x, filter->marker_y);
         for (int click = 0; click < 3; ++click) {
             press(view, marker);
-            move(view, marker + QPoint(3, 3));
-            move(view, {100000, -100000});
+            drag_to(view, marker + QPoint(3, 3));
+            drag_to(view, {100000, -100000});
             view.grab();
             release(view, marker);
             view.grab();

@@ -96,10 +96,12 @@ class CurvePictureTest : public QObject
 private slots:
     void gains_stand_in_the_left_column_data();
     void gains_stand_in_the_left_column();
+    void no_gain_stands_in_the_middle_or_at_the_edges();
     void phases_stand_at_the_lower_lines_of_the_right_column_data();
     void phases_stand_at_the_lower_lines_of_the_right_column();
     void frequencies_stand_at_the_bottom_in_the_colour_of_their_line_data();
     void frequencies_stand_at_the_bottom_in_the_colour_of_their_line();
+    void other_lines_have_no_text();
     void of_the_first_decade_no_line_is_strong();
     void the_phase_curve_is_one_pixel_wide_and_light_gray();
     void the_summed_curve_is_two_pixels_wide_and_green();
@@ -137,11 +139,29 @@ void CurvePictureTest::gains_stand_in_the_left_column()
     QVERIFY(agree(picture(*view), expected.image, place));
 }
 
+// 0 dB has a line without a text, and 20 dB neither.
+void CurvePictureTest::no_gain_stands_in_the_middle_or_at_the_edges()
+{
+    const auto view = view_of({});
+    const QImage image = picture(*view);
+    const Expectation expected({800, 400});
+    const int width = expected.size_of(MINUS + "200").width();
+    const int height = expected.size_of("0").height();
+    for (const QRect &column : {QRect(0, 0, width, 400), QRect(780, 0, 20, 400)}) {
+        QVERIFY(is_empty(image, column & QRect(0, 202, 800, height / 2)));
+        QVERIFY(is_empty(image, column & QRect(0, 198 - height / 2, 800, height / 2)));
+    }
+    QVERIFY(is_empty(image, QRect(0, 0, width, height)));
+    QVERIFY(is_empty(image, QRect(0, 399 - height, width, height)));
+    QVERIFY(is_empty(image, QRect(view->grid->freq_to_x(14000.0F), 0, 5, 2)));
+}
+
 void CurvePictureTest::phases_stand_at_the_lower_lines_of_the_right_column_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("line");
     QTest::newRow("90") << "90" << 250;
+    QTest::newRow("0") << "0" << 300;
     QTest::newRow("-90") << MINUS + "90" << 350;
 }
 
@@ -159,6 +179,9 @@ void CurvePictureTest::phases_stand_at_the_lower_lines_of_the_right_column()
     const int last = view->grid->freq_to_x(20000.0F); // drawn later, and through a wide label
     expected.painter->setPen(WEAK);
     expected.painter->drawLine(last, 0, last, 399);
+    const std::vector<QPointF> &phase = view->lines.phase; // which is 0
+    expected.painter->setPen(QColor(0xAA, 0xAA, 0xAA));
+    expected.painter->drawPolyline(phase.data(), static_cast<int>(phase.size()));
     QVERIFY(agree(picture(*view), expected.image, place));
     // Nothing but the line at its counterpart above 0 dB.
     const QRect above = place.translated(0, 2 * (200 - line));
@@ -202,6 +225,19 @@ void CurvePictureTest::frequencies_stand_at_the_bottom_in_the_colour_of_their_li
     expected.painter->drawLine(column, 0, column, 499);
     expected.draw_label(place, text, color);
     QVERIFY(agree(picture(*view), expected.image, place));
+}
+
+void CurvePictureTest::other_lines_have_no_text()
+{
+    const auto view = view_of({}, {1900, 500});
+    const QImage image = picture(*view);
+    const int height = Expectation({10, 10}).size_of("0").height();
+    for (const int frequency : {30, 40, 60, 70, 80, 90, 300, 400, 700, 3000, 4000, 7000}) {
+        const int column = view->grid->freq_to_x(static_cast<float>(frequency));
+        const QRect above(column - 8, 498 - 3 * height, 16, height);
+        const QRect below(column - 8, 498 - height, 16, height);
+        QVERIFY2(image.copy(above) == image.copy(below), qPrintable(QString::number(frequency)));
+    }
 }
 
 // 10 Hz, which would be, lies outside.

@@ -3,13 +3,13 @@
 #include "eq/curve_widget.h"
 #include "eq/filter.h"
 #include "eq/filter_list.h"
+#include "support/curve_picture.h"
+#include "support/curve_view_mouse.h"
 
-#include <QMouseEvent>
 #include <QtTest>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 
 namespace {
@@ -32,75 +32,6 @@ private:
     int &living;
 };
 
-// Tells what it is asked to draw.
-class NotedFilter : public FilterPEQ
-{
-public:
-    NotedFilter(int its_number, QStringList &drawn)
-        : FilterPEQ(its_number, nullptr)
-        , log(drawn)
-    {
-    }
-    void draw_marker(QPainter *, bool highlighted) override
-    {
-        note(highlighted ? "highlighted" : "plain");
-    }
-    void draw_response(QPainter *) override { note("response"); }
-    void draw_handles(QPainter *) override { note("handles"); }
-
-private:
-    void note(const QString &what) { log.append(QString::number(number) + " " + what); }
-
-    QStringList &log;
-};
-
-class PaintCounter : public QObject
-{
-public:
-    int count = 0;
-
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        count += event->type() == QEvent::Paint;
-        return false;
-    }
-};
-
-const std::vector<EqBand> BANDS{{1, EQ_LSHELF, {.freq = 100.0F, .q = 0.0F, .gain = 6.0F}},
-                                {2, EQ_PEQ, {.freq = 400.0F, .q = 2.0F, .gain = -9.0F}},
-                                {3, EQ_PEQ, {.freq = 1000.0F, .q = 0.7F, .gain = 9.0F}},
-                                {4, EQ_PEQ2, {.freq = 4000.0F, .q = 8.0F, .gain = -6.0F}},
-                                {5, EQ_HSHELF, {.freq = 8000.0F, .q = 0.0F, .gain = -4.0F}}};
-
-void hover(CurveWidget &view, QPoint position)
-{
-    QMouseEvent event(QEvent::MouseMove, position, Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(&view, &event);
-}
-
-void press(CurveWidget &view, QPoint position, Qt::MouseButton button = Qt::LeftButton)
-{
-    QMouseEvent event(QEvent::MouseButtonPress, position, button, button, Qt::NoModifier);
-    QApplication::sendEvent(&view, &event);
-}
-
-void drag(CurveWidget &view, QPoint position, Qt::MouseButton button = Qt::LeftButton)
-{
-    QMouseEvent event(QEvent::MouseMove, position, Qt::NoButton, button, Qt::NoModifier);
-    QApplication::sendEvent(&view, &event);
-}
-
-void release(CurveWidget &view, QPoint position, Qt::MouseButton button = Qt::LeftButton)
-{
-    QMouseEvent event(QEvent::MouseButtonRelease, position, button, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(&view, &event);
-}
-
-QPoint marker_of(const CurveWidget &view, int index)
-{
-    return {view.filters.at(index)->marker_x, view.filters.at(index)->marker_y};
-}
-
 } // namespace
 
 class CurveWidgetTest : public QObject
@@ -112,11 +43,8 @@ private slots:
     void new_filters_get_the_view_and_its_grid();
     void new_filters_end_hover_and_activity();
     void a_resize_computes_every_response_once();
-    void what_changes_the_picture_asks_for_a_new_one();
-    void the_band_that_is_hovered_or_held_comes_last();
     void only_the_left_button_drags();
     void a_press_tells_its_band_in_an_edit_and_outside();
-    void a_resize_draws_the_grid_anew();
     void painting_computes_no_response();
     void an_unchanged_band_list_keeps_the_hover();
     void a_view_without_a_size_draws_nothing();
@@ -184,58 +112,6 @@ void CurveWidgetTest::a_resize_computes_every_response_once()
     QCOMPARE(view.lines.magnitude.size(), size_t{500});
 }
 
-void CurveWidgetTest::what_changes_the_picture_asks_for_a_new_one()
-{
-    CurveWidget view(nullptr, make_filters(BANDS));
-    view.resize(400, 200);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
-    PaintCounter paints;
-    view.installEventFilter(&paints);
-    const auto is_painted_by = [&paints](const std::function<void()> &change) {
-        QCoreApplication::processEvents();
-        paints.count = 0;
-        change();
-        return QTest::qWaitFor([&paints] { return paints.count > 0; }, 2000);
-    };
-    QVERIFY(is_painted_by([&view] { view.set_has_curve(true); }));
-    const std::vector<QPointF> before = view.lines.magnitude;
-    QVERIFY(is_painted_by([&view] { view.set_filters(make_filters({BANDS[1]})); }));
-    QVERIFY(view.lines.magnitude != before);
-    QVERIFY(is_painted_by([&view] { view.set_filters(make_filters(BANDS)); }));
-    QCOMPARE(view.lines.magnitude, before);
-    QCoreApplication::processEvents();
-    const QPoint marker = marker_of(view, 2);
-    QVERIFY(is_painted_by([&view, marker] { hover(view, marker); }));
-    QCOMPARE(view.hover_index, 2);
-    view.set_editable(true);
-    QVERIFY(is_painted_by([&view, marker] { press(view, marker); }));
-    QVERIFY(is_painted_by([&view, marker] { drag(view, marker + QPoint(9, 9)); }));
-    QVERIFY(is_painted_by([&view, marker] { release(view, marker + QPoint(9, 9)); }));
-    QCOMPARE(view.active_index, -1);
-    QVERIFY(is_painted_by([&view] { hover(view, {1, 1}); }));
-    QVERIFY(is_painted_by([&view] { view.set_has_curve(false); }));
-}
-
-void CurveWidgetTest::the_band_that_is_hovered_or_held_comes_last()
-{
-    QStringList drawn;
-    CurveWidget view(
-        nullptr, {new NotedFilter(1, drawn), new NotedFilter(2, drawn), new NotedFilter(3, drawn)});
-    view.set_has_curve(true);
-    view.resize(400, 200);
-    view.grab();
-    QCOMPARE(drawn, QStringList({"1 plain", "2 plain", "3 plain"}));
-    drawn.clear();
-    view.hover_index = 1;
-    view.grab();
-    QCOMPARE(drawn, QStringList({"1 plain", "3 plain", "2 highlighted", "2 response"}));
-    drawn.clear();
-    view.active_index = 0;
-    view.grab();
-    QCOMPARE(drawn, QStringList({"2 plain", "3 plain", "1 handles", "1 response"}));
-}
-
 void CurveWidgetTest::only_the_left_button_drags()
 {
     CurveWidget view(nullptr, make_filters(BANDS));
@@ -246,12 +122,12 @@ void CurveWidgetTest::only_the_left_button_drags()
     view.grab();
     const QPoint marker = marker_of(view, 2);
     press(view, marker, Qt::RightButton);
-    drag(view, marker + QPoint(30, 30), Qt::RightButton);
+    drag_to(view, marker + QPoint(30, 30), Qt::RightButton);
     QCOMPARE(marker_of(view, 2), marker);
     FilterParams params;
     view.filters.at(2)->get_params(params);
     QVERIFY(same_params(params, BANDS[2].params));
-    drag(view, marker + QPoint(30, 30));
+    drag_to(view, marker + QPoint(30, 30));
     view.filters.at(2)->get_params(params);
     QVERIFY(!same_params(params, BANDS[2].params));
 }
@@ -283,20 +159,6 @@ void CurveWidgetTest::a_press_tells_its_band_in_an_edit_and_outside()
     hover(view, {1, 1});
     press(view, {1, 1});
     QCOMPARE(pressed.size(), 2);
-}
-
-void CurveWidgetTest::a_resize_draws_the_grid_anew()
-{
-    const auto picture = [](CurveWidget &view, QSize size) {
-        view.set_has_curve(true);
-        view.resize(size);
-        view.show();
-        return view.grab().toImage();
-    };
-    CurveWidget resized(nullptr, {});
-    picture(resized, {400, 200});
-    CurveWidget fresh(nullptr, {});
-    QCOMPARE(picture(resized, {500, 300}), picture(fresh, {500, 300}));
 }
 
 void CurveWidgetTest::painting_computes_no_response()
@@ -477,5 +339,5 @@ void CurveWidgetTest::a_drag_tells_where_the_mouse_points()
     QCOMPARE(pointed.front().second, place);
 }
 
-QTEST_MAIN(CurveWidgetTest)
+PARTS_TEST_MAIN(CurveWidgetTest)
 #include "curve_widget_test.moc"

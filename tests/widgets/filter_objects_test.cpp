@@ -75,6 +75,7 @@ private slots:
     void equal_bands_of_other_numbers_are_others();
     void no_number_is_never_the_same();
     void drawing_without_a_grid_does_nothing();
+    void dragging_without_a_grid_does_nothing();
 };
 
 void FilterObjectsTest::golden_filters()
@@ -268,6 +269,20 @@ void FilterObjectsTest::drawing_without_a_grid_does_nothing()
     }
     painter.end();
     QCOMPARE(image, before);
+}
+
+void FilterObjectsTest::dragging_without_a_grid_does_nothing()
+{
+    QMouseEvent event(QEvent::MouseMove, QPointF(50, 50), Qt::NoButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    for (const char *type : {"peq", "lshelf"}) {
+        const std::unique_ptr<Filter> filter = new_filter(type);
+        filter->set_params({.freq = 440.0F, .q = 3.0F, .gain = -2.0F});
+        const FilterParams before = params_of(*filter);
+        filter->mouse_press(&event);
+        filter->mouse_move(&event);
+        QVERIFY(same_params(params_of(*filter), before));
+    }
 }
 
 QTEST_MAIN(FilterObjectsTest)

@@ -173,6 +173,8 @@ private slots:
     void a_cell_without_a_meter_is_an_ordinary_cell();
     void the_painter_is_handed_back_as_it_came();
     void hundreds_of_channels_are_harmless();
+    void levels_without_a_bar_are_not_drawn();
+    void nothing_is_drawn_where_there_is_no_room();
     void all_holds_on_a_dark_background();
     void all_holds_at_scale_factor_2();
     void between_whole_scales_the_frame_is_the_styles_own();
@@ -353,6 +355,33 @@ void MeterPaintTest::hundreds_of_channels_are_harmless()
     QCOMPARE(count_pixels(widget.grab().toImage(), widget.rect(), YELLOW), 0);
     meter.display_levels.resize(3);
     widget.grab();
+}
+
+void MeterPaintTest::levels_without_a_bar_are_not_drawn()
+{
+    MeterObject meter;
+    meter.set_levels({70, 70, 70}, {});
+    meter.display_levels.resize(1); // what was there stays in memory
+    MeterWidget widget;
+    widget.set_meter(&meter);
+    const QImage image = widget.grab().toImage();
+    const int area = qRound(image.devicePixelRatio() * image.devicePixelRatio());
+    QCOMPARE(count_pixels(image, widget.rect(), GREEN), 48 * 6 * area);
+}
+
+void MeterPaintTest::nothing_is_drawn_where_there_is_no_room()
+{
+    const MeterObject meter;
+    const QWidget widget;
+    for (const QRect &frame : {QRect(), QRect(10, 10, 0, 20), QRect(10, 10, 50, 0)}) {
+        QImage image(100, 60, QImage::Format_RGB32);
+        image.fill(Qt::black);
+        const QImage before = image;
+        QPainter painter(&image);
+        paint_meter(meter, &painter, &widget, frame);
+        painter.end();
+        QCOMPARE(image, before);
+    }
 }
 
 void MeterPaintTest::all_holds_on_a_dark_background()
