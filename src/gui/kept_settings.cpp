@@ -44,7 +44,8 @@ void KeptSettings::put(const QString &key, const QVariant &value)
 }
 
 // The toolkit would wait up to 30 s for a lock that another computer left in a shared folder, and
-// it looks at the lock only for what it has been given: nothing is, before the lock is free.
+// it looks at the lock only for what it has been given: nothing is, before the lock is free. Asking
+// whether the file can be written makes its folder where that has gone: a lock would not.
 bool KeptSettings::write(int patience)
 {
     if (is_read_only || waiting.empty() || !settings.isWritable())

@@ -138,6 +138,16 @@ private slots:
                  QStringList("Program.ini"));
     }
 
+    // It was there at the start, which makes it for the cache.
+    void a_folder_that_has_gone_is_made_again()
+    {
+        KeptSettings settings;
+        settings.put("a", 7);
+        QVERIFY(QDir(folder->filePath("Makers")).removeRecursively());
+        QVERIFY(settings.write(0));
+        QVERIFY(contents(settings_path()).contains("a=7"));
+    }
+
     // Opening the pipe would wait for somebody to write to it.
     void what_is_no_file_is_neither_read_nor_written_data()
     {

@@ -85,9 +85,9 @@ private slots:
     {
         add("Left");
         add("Right\nover\nfour\nlines", {}, 1);
-        QTRY_VERIFY(view()->visualRect(table->model().index(1, 0)).isValid());
-        QCOMPARE(view()->visualRect(table->model().index(1, 0)).height(),
-                 view()->visualRect(table->model().index(0, 0)).height());
+        const int first = view()->visualRect(table->model().index(0, 0)).height();
+        QVERIFY(first > 0);
+        QCOMPARE(view()->visualRect(table->model().index(1, 0)).height(), first);
     }
 
     void rows_grow_with_the_topmost_one()
@@ -96,8 +96,8 @@ private slots:
         add("Right", {}, 1);
         const auto height_of
             = [this](int row) { return view()->visualRect(table->model().index(row, 0)).height(); };
-        QTRY_VERIFY(height_of(1) > 0);
         const int usual = height_of(1);
+        QVERIFY(usual > 0);
         tell(top, "Left\nover\nfour\nlines");
         QTRY_VERIFY(height_of(0) > 2 * usual);
         QCOMPARE(height_of(1), height_of(0));
@@ -269,7 +269,6 @@ private slots:
         QPixmap red(64, 64);
         red.fill(Qt::red);
         table->model().item(0, 0)->setData(QIcon(red), Qt::DecorationRole);
-        QTRY_VERIFY(view()->visualRect(table->model().index(0, 0)).isValid());
         const auto red_pixels = [this] {
             const QImage seen = view()->viewport()->grab().toImage();
             int count = 0;
