@@ -97,6 +97,8 @@ private slots:
     void joined_bursts_give_the_same_document();
     void any_slices_give_the_same_document_data();
     void any_slices_give_the_same_document();
+    void a_letter_of_two_units_is_never_cut();
+    void the_end_is_in_sight_whatever_falls_out_at_the_top();
     void a_huge_message_comes_in_slices_and_whole();
     void views_take_turns_at_slices();
     void few_views_are_written_to_at_once();
@@ -222,6 +224,35 @@ void LogBurstsTest::any_slices_give_the_same_document()
         while (!appender.is_empty())
             appender.flush(1 + random.bounded(60));
         QCOMPARE(describe(sliced->document()), describe(single->document()));
+    }
+}
+
+void LogBurstsTest::a_letter_of_two_units_is_never_cut()
+{
+    const auto view = make_view(0);
+    LogAppender appender;
+    appender.add(view.get(), false, QString::fromUtf8("a\U0001f600").repeated(30));
+    while (!appender.is_empty()) {
+        appender.flush(1);
+        const QString shown = view->toPlainText();
+        QVERIFY(!shown.at(shown.size() - 1).isHighSurrogate());
+    }
+}
+
+// The toolkit learns only then how many rows the lines take that come into sight.
+void LogBurstsTest::the_end_is_in_sight_whatever_falls_out_at_the_top()
+{
+    for (quint32 seed = 1; seed <= 6; ++seed) {
+        QRandomGenerator random(seed);
+        const auto view = make_view(40);
+        LogAppender appender;
+        for (int burst = 0; burst < 40; ++burst) {
+            for (int line = random.bounded(60); line >= 0; --line)
+                appender.add(view.get(), false, QString(random.bounded(200), 'w') + "\n");
+            appender.flush();
+            QVERIFY2(shows_end(view.get()),
+                     qPrintable(QString("seed %1, burst %2").arg(seed).arg(burst)));
+        }
     }
 }
 
