@@ -20,7 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // They stay until the process ends, which happens without a way out of here.
     static const auto *const application = make_inbound_process().release();
     // Painting, and writing and reading the cache, take a third of the time.
-    static auto *const play = new InboundPlay({.played_per_shown = 64, .played_per_cache = 4});
+    static auto *const play = new InboundPlay(
+        {.played_per_shown = 64, .played_per_cache = 4, .played_per_window = 4'000});
     Q_UNUSED(application)
     last_input = QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size));
     play->play(data, size);

@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QHeaderView>
 #include <QJsonDocument>
 #include <QLineEdit>
@@ -54,6 +55,17 @@ InboundPlay::InboundPlay(Shares shares_)
     : shares(shares_)
 {
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
+    open_window();
+}
+
+InboundPlay::~InboundPlay() = default;
+
+// In the place of the one before, and without its cache.
+void InboundPlay::open_window()
+{
+    if (gui)
+        QFile::remove(gui->cache().path());
+    gui.reset();
     gui = std::make_unique<WindowHandle>();
     gui->resize(900, 500);
     gui->show();
@@ -61,10 +73,10 @@ InboundPlay::InboundPlay(Shares shares_)
     paint();
 }
 
-InboundPlay::~InboundPlay() = default;
-
 void InboundPlay::play(const uint8_t *data, size_t size)
 {
+    if (played > 0 && played % shares.played_per_window == 0)
+        open_window();
     const auto *bytes = reinterpret_cast<const char *>(data);
     const QList<QByteArray> steps = steps_of(QByteArray(bytes, static_cast<int>(size)));
     gui->widget().setVisible(played % shares.played_per_shown == 0);

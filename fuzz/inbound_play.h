@@ -23,6 +23,10 @@ public:
     {
         int played_per_shown = 16; // the window is hidden, as a minimised one, for the others
         size_t played_per_cache = 1;
+        // What a window has heard of it keeps in part, such as the first report of each device that
+        // it read from its cache. One that has heard of a million devices says nothing of those
+        // that an operator has.
+        int played_per_window = 1'000'000;
     };
 
     // Call it in a private network.
@@ -34,6 +38,7 @@ public:
     void play(const uint8_t *data, size_t size);
 
 private:
+    void open_window();
     void play_step(const QByteArray &step);
     void window_step(char letter, const QByteArray &rest);
     void list_step(char letter, const QByteArray &rest);
