@@ -207,6 +207,8 @@ def complaints(said, path, origins):
             can_be = CAN_BE.search(match["text"])
             keeps = keeps and not (can_be and is_slot(match["file"], can_be[1]))
             keeps = keeps and "[bugprone-suspicious-include" not in match["text"]
+        elif line.startswith("error: "): # of no line: all that follows may come from it
+            keeps = True
         elif re.match(r"^(\d+ warnings? (generated|treated)|\d+ (warnings?|errors?) and|Suppressed|Use -)", line):
             keeps = False
         if keeps and line:
