@@ -52,7 +52,7 @@ void CurveWidget::paintEvent(QPaintEvent *)
     timer.start();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    if (!has_curve || grid->points == 0) {
+    if (!has_curve) {
         painter.fillRect(painter.window(), BACKGROUND);
         return;
     }
