@@ -26,7 +26,9 @@ QString run_ip(const QByteArray &lines, bool go_on)
     process.waitForFinished(60'000);
     if (process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
         return {};
-    return QString::fromLocal8Bit(process.readAllStandardError()).section('\n', 0, 0);
+    const QString complaint
+        = QString::fromLocal8Bit(process.readAllStandardError()).section('\n', 0, 0);
+    return complaint.isEmpty() ? "the program \"ip\" failed and says nothing" : complaint;
 }
 
 QString hint(const QString &fault)
@@ -83,7 +85,6 @@ void OwnAddresses::remove_all()
         return;
     run_ip(address_batch(AddressChange::REMOVE, interface_name, host, blocks), true);
     interface_name.clear();
-    blocks.clear();
 }
 
 } // namespace simulator
