@@ -100,7 +100,6 @@ struct PacketSocket::Buffers
         for (size_t i = 0; i < used_in; ++i)
             prepare(headers_in[i].msg_hdr, slots_in[i], bytes.data() + i * LARGEST_DATAGRAM,
                     LARGEST_DATAGRAM);
-        used_in = 0;
     }
 
     void prepare_to_send(size_t index, OutgoingPacket &packet)
