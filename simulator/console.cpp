@@ -42,9 +42,10 @@ void Console::on_readable()
         emit ended();
         return;
     }
+    const int first_new = buffer.size(); // what stands before it has no end of a line
     buffer.append(bytes.data(), static_cast<int>(count));
     int start = 0;
-    for (int end = buffer.indexOf('\n'); end >= 0; end = buffer.indexOf('\n', start)) {
+    for (int end = buffer.indexOf('\n', first_new); end >= 0; end = buffer.indexOf('\n', start)) {
         take_line(buffer.mid(start, end - start));
         start = end + 1;
     }

@@ -2,6 +2,7 @@
 #include "gui/device_list_view.h"
 #include "gui/settings_file.h"
 #include "support/default_signals.h"
+#include "support/files.h"
 #include "support/window_main.h"
 
 #include <QHeaderView>
@@ -13,19 +14,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
-void put(const QString &path, const QByteArray &text)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(text), qint64{text.size()});
-}
 
 QByteArray cache_of(const QString &id)
 {

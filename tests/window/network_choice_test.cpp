@@ -1,36 +1,13 @@
 // The box of networks: what choosing one sends, prints and remembers.
+#include "gui/settings_file.h"
 #include "link/datagram.h"
+#include "support/files.h"
 #include "support/fleet.h"
+#include "support/printed.h"
 #include "support/window_main.h"
 
 #include <QNetworkDatagram>
-#include <QTemporaryFile>
 #include <QUdpSocket>
-
-#include <cstdio>
-#include <unistd.h>
-
-namespace {
-
-// What goes to standard output while `act` runs.
-template<typename Act>
-QByteArray printed_by(Act act)
-{
-    QTemporaryFile file;
-    if (!file.open())
-        qFatal("no temporary file");
-    std::fflush(stdout);
-    const int terminal = dup(STDOUT_FILENO);
-    dup2(file.handle(), STDOUT_FILENO);
-    act();
-    std::fflush(stdout);
-    dup2(terminal, STDOUT_FILENO);
-    close(terminal);
-    file.seek(0);
-    return file.readAll();
-}
-
-} // namespace
 
 class NetworkChoiceTest : public QObject
 {
@@ -136,6 +113,20 @@ private slots:
         QCOMPARE(printed_by([this] { emit gui().network_box()->activated(2); }),
                  QByteArray("act\n"));
         QVERIFY(!gui().settings().contains("current_network"));
+    }
+
+    void a_choice_that_another_programs_lock_held_up_is_written_soon_after()
+    {
+        lay_two_cables();
+        window = std::make_unique<WindowCase>();
+        QTRY_COMPARE(gui().network_box()->count(), 2);
+        gui().discovery_timer().stop();
+        put(settings_path() + ".lock", "4711\nsomething\nelsewhere\n");
+        QTest::keyClick(gui().network_box(), Qt::Key_Down);
+        const QByteArray line = "current_network=" + gui().network().toUtf8();
+        QVERIFY(!contents(settings_path()).contains(line));
+        QVERIFY(QFile::remove(settings_path() + ".lock"));
+        QTRY_VERIFY(contents(settings_path()).contains(line));
     }
 
     void interfaces_are_read_once_in_each_round_and_never_for_a_command()
