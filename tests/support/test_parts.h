@@ -82,6 +82,14 @@ int run_tests(int argc, char **argv, const QByteArray &file)
     return std::min(failures, 127); // a status has no more
 }
 
+// As QTEST_GUILESS_MAIN, with the parts.
+#define GUILESS_PARTS_TEST_MAIN(Tests)                                                             \
+    int main(int argc, char **argv)                                                                \
+    {                                                                                              \
+        QCoreApplication application(argc, argv);                                                  \
+        return run_tests<Tests>(argc, argv, __FILE__);                                             \
+    }
+
 // As QTEST_MAIN, with the parts.
 #define PARTS_TEST_MAIN(Tests)                                                                     \
     int main(int argc, char **argv)                                                                \
