@@ -139,7 +139,7 @@ void Gui::handle_repeated_report(Device *device)
     } else {
         // Row and panel show it already.
         assistants.offer(device);
-        if (!panel.is_editing() && table.is_selected(*device))
+        if (table.is_selected(*device))
             panel_timer.start();
     }
     if (was_online != device->online)

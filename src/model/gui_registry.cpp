@@ -62,7 +62,7 @@ void Gui::follow_merge(Device *device, const MergeResult &merged)
     update_device_properties(device);
     if (merged.device_changed())
         device_cache.changed();
-    if (is_selected && !panel.is_editing())
+    if (is_selected)
         panel_timer.start();
 }
 
@@ -87,8 +87,6 @@ void Gui::delete_selected_devices()
         return;
     panel.set_edit_mode(false);
     std::erase_if(leaving, [](const Device *device) { return device->has_assistant; });
-    if (leaving.empty())
-        panel.refresh_all_rows();
     table.remove(leaving);
     for (Device *device : leaving) {
         registry.all().erase(device->device_id);
@@ -116,10 +114,7 @@ void Gui::connect_device_list()
         refresh_eq_view();
         update_identify_button();
     });
-    connect(&table, &DeviceTable::selected_hidden, this, [this] {
-        panel.set_edit_mode(false);
-        panel.refresh_all_rows();
-    });
+    connect(&table, &DeviceTable::selected_hidden, this, [this] { panel.set_edit_mode(false); });
     connect(&table, &DeviceTable::column_toggled, this, [this] {
         for (const auto &[id, device] : registry.all())
             follow_state(device);

@@ -8,6 +8,7 @@
 #include "support/window_handle.h"
 
 #include <QApplication>
+#include <QJsonDocument>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -70,6 +71,12 @@ inline QJsonObject loudspeaker_report(const QString &id, int product_id = 3,
                          {"delay", 0.0},
                          {"eq_en", false}}},
             {"rtp", QJsonObject{{"lock", 3}}}};
+}
+
+// As it stands in a datagram.
+inline QByteArray bytes_of(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 template<typename Test>

@@ -124,6 +124,21 @@ private slots:
         QCOMPARE(page(), wanted);
     }
 
+    // The rows show again what the device says.
+    void deleting_a_device_that_is_kept_ends_its_edit()
+    {
+        reach(PAGE_OUTDATED);
+        select_row(0);
+        gui().set_edit_mode(true);
+        window->type("ui/memo", "typed");
+        QCOMPARE(window->row("ui/memo").value, QVariant("typed"));
+        gui().delete_selected();
+        QVERIFY(!gui().is_editing());
+        QCOMPARE(gui().all_devices().size(), size_t(1));
+        QCOMPARE(window->row("ui/memo").value, QVariant(""));
+        QCOMPARE(window->row("ui/memo").line_edit->text(), QString());
+    }
+
     // The toolkit closes every window a second time when the program quits.
     void the_main_window_may_close_under_each_page_data() { every_page(); }
 

@@ -4,7 +4,6 @@
 #include "model/registry_limit.h"
 #include "support/window_main.h"
 
-#include <QJsonDocument>
 #include <QRegularExpression>
 
 namespace {
@@ -14,11 +13,6 @@ QStringList debug_lines;
 void keep_debug_line(QtMsgType, const QMessageLogContext &, const QString &text)
 {
     debug_lines.append(text);
-}
-
-QByteArray bytes_of(const QJsonObject &object)
-{
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 
 #include <QDateTime>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QLineEdit>
 #include <QRandomGenerator>
 
@@ -20,11 +19,6 @@ QString address_of(int device)
 {
     // Two of them stand behind one address.
     return QString("10.0.0.%1").arg(std::min(device, DEVICES - 2));
-}
-
-QByteArray bytes_of(const QJsonObject &object)
-{
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 // One of a few states, so that a device often comes back to an earlier one.

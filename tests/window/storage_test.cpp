@@ -164,6 +164,23 @@ private slots:
         QVERIFY(!gui().cache().is_saving());
     }
 
+    void deleting_nothing_saves_nothing()
+    {
+        window->add({});
+        gui().cache().stop();
+        gui().delete_selected();
+        QVERIFY(!QFile::exists(gui().cache().path()));
+    }
+
+    void a_device_comes_back_on_the_network_that_the_file_names()
+    {
+        const QJsonObject device{
+            {"ip", "10.0.0.1"}, {"interface", "near"}, {"data", loudspeaker_report("a")}};
+        put(gui().cache().path(), bytes_of({{"devices", QJsonArray{device}}}));
+        window->start();
+        QCOMPARE(gui().find_device("a")->interface, QString("near"));
+    }
+
     // What was half done when the device went must not stand in front of the next text.
     void deleting_in_the_middle_of_a_save_spoils_no_later_one()
     {
