@@ -115,6 +115,20 @@ private slots:
         QVERIFY(!gui().settings().contains("current_network"));
     }
 
+    void the_network_that_was_chosen_by_hand_is_chosen_at_the_next_start()
+    {
+        lay_two_cables();
+        window = std::make_unique<WindowCase>();
+        QTRY_COMPARE(gui().network_box()->count(), 2);
+        gui().network_box()->setCurrentIndex(0);
+        QTest::keyClick(gui().network_box(), Qt::Key_Down);
+        const QString chosen = gui().network_box()->itemText(1);
+        QCOMPARE(gui().network(), chosen);
+        window->start();
+        QTRY_COMPARE(gui().network_box()->count(), 2);
+        QCOMPARE(gui().network(), chosen);
+    }
+
     void a_choice_that_another_programs_lock_held_up_is_written_soon_after()
     {
         lay_two_cables();
