@@ -97,7 +97,7 @@ done < <(grep -HoE '`((src|simulator|tests)/[A-Za-z0-9_/.]+|[A-Z][A-Za-z]+::[a-z
 # ---- variables of the environment ----------------------------------------------------------------
 
 # Those that a program of ours or a script asks for, and those that the tables of testing.md tell of.
-# What a desktop sets is none of ours.
+# What a desktop or a shell sets is none of ours.
 testing=docs/developer/testing.md
 asked() {
     {
@@ -105,7 +105,7 @@ asked() {
             | sed 's/.*"\(.*\)"/\1/'
         grep -hoE 'environ(\.get\(|\[)"[A-Z_]+"' scripts/*.py | sed 's/.*"\(.*\)"/\1/'
         grep -hoE '\$\{[A-Z_]+:?[-+=]' check run package .ci/run scripts/*.sh fuzz/*.sh | grep -oE '[A-Z_]+'
-    } | grep -vE '^(QT|XDG)_|^(WAYLAND_)?DISPLAY$' | sort -u
+    } | grep -vE '^(QT|XDG)_|^(WAYLAND_)?DISPLAY$|^PATH$' | sort -u
 }
 told() { sed -nE 's/^\| `([A-Z_]+)=.*/\1/p' "$testing" | sort -u; }
 for variable in $(comm -23 <(asked) <(told)); do
