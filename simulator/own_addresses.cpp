@@ -28,7 +28,7 @@ QString run_ip(const QByteArray &lines, bool go_on)
         return {};
     const QString complaint
         = QString::fromLocal8Bit(process.readAllStandardError()).section('\n', 0, 0);
-    return complaint.isEmpty() ? "the program \"ip\" failed and says nothing" : complaint;
+    return complaint.isEmpty() ? "the program \"ip\" failed without a word" : complaint;
 }
 
 QString hint(const QString &fault)

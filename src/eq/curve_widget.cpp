@@ -146,7 +146,7 @@ void CurveWidget::count_read_only_press()
 
 void CurveWidget::mouseReleaseEvent(QMouseEvent *event)
 {
-    if (active_index < 0) // as ever outside an edit
+    if (active_index < 0) // always so outside an edit
         return;
     if (filters.at(active_index)->mouse_release(event))
         active_index = -1;

@@ -48,7 +48,7 @@ void Gui::apply_device_state(Device *device, const QJsonObject &report)
     follow_merge(device, merged);
 }
 
-// All that a report brings along.
+// All that a report brings along. No edit holds the device: its reports wait until that has ended.
 void Gui::follow_merge(Device *device, const MergeResult &merged)
 {
     const bool is_selected = table.is_selected(*device);

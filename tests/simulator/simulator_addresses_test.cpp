@@ -180,9 +180,9 @@ private slots:
             << QString("Operation not permitted (adding addresses needs root; or add them before "
                        "and use --addresses-exist)");
         QTest::newRow("a failure without a word")
-            << QByteArray("exit 1") << QString("the program \"ip\" failed and says nothing");
+            << QByteArray("exit 1") << QString("the program \"ip\" failed without a word");
         QTest::newRow("an end by force")
-            << QByteArray("kill -9 $$") << QString("the program \"ip\" failed and says nothing");
+            << QByteArray("kill -9 $$") << QString("the program \"ip\" failed without a word");
     }
 
     void what_the_tool_complains_of_is_told()

@@ -107,6 +107,7 @@ class SimulatorSocketsTest : public QObject
 
     std::unique_ptr<PacketSocket> fleet;
     std::unique_ptr<QUdpSocket> manager;
+    std::unique_ptr<QUdpSocket> mark;
 
     void say(const char *to, const QByteArray &bytes)
     {
@@ -114,9 +115,24 @@ class SimulatorSocketsTest : public QObject
                  qint64{bytes.size()});
     }
 
-    // What has come, without waiting: the loopback delivers within the call that sends.
+    // Until what was sent before has arrived: some kernels deliver after the call that sends, in
+    // order.
+    void settle()
+    {
+        QCOMPARE(manager->writeDatagram("mark", QHostAddress(LOOPBACK), mark->localPort()), 4);
+        QVERIFY(mark->waitForReadyRead(5000));
+        QCOMPARE(mark->receiveDatagram().data(), QByteArray("mark"));
+    }
+
+    std::vector<Kept> taken()
+    {
+        settle();
+        return take_round(*fleet);
+    }
+
     QList<QNetworkDatagram> heard()
     {
+        settle();
         QList<QNetworkDatagram> found;
         while (manager->hasPendingDatagrams())
             found.append(manager->receiveDatagram());
@@ -138,10 +154,13 @@ private slots:
         manager = std::make_unique<QUdpSocket>();
         QVERIFY(manager->bind(QHostAddress(LOOPBACK), 0));
         manager->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, MUCH);
+        mark = std::make_unique<QUdpSocket>();
+        QVERIFY(mark->bind(QHostAddress(LOOPBACK), 0));
     }
 
     void cleanup()
     {
+        mark.reset();
         manager.reset();
         fleet.reset();
         remove_cable("near");
@@ -152,7 +171,7 @@ private slots:
         say("127.0.0.10", "to one");
         say("127.0.0.11", "to another");
         say("127.255.255.255", "to all");
-        const std::vector<Kept> kept = take_round(*fleet);
+        const std::vector<Kept> kept = taken();
         QCOMPARE(kept.size(), size_t{3});
         for (const Kept &one : kept) {
             QCOMPARE(one.packet.from, LOOPBACK);
@@ -169,10 +188,10 @@ private slots:
 
     void nothing_comes_where_nothing_was_sent()
     {
-        QVERIFY(take_round(*fleet).empty());
+        QVERIFY(taken().empty());
         say("127.0.0.10", "once");
-        QCOMPARE(take_round(*fleet).size(), size_t{1});
-        QVERIFY(take_round(*fleet).empty());
+        QCOMPARE(taken().size(), size_t{1});
+        QVERIFY(taken().empty());
     }
 
     void packets_of_all_sizes_come_whole()
@@ -182,7 +201,7 @@ private slots:
         const QList<int> sizes{largest, 0, 1, 2500, 2500, largest, 0, 1};
         for (const int size : sizes)
             say("127.0.0.10", QByteArray(size, static_cast<char>('a' + size % 26)));
-        const std::vector<Kept> kept = take_round(*fleet);
+        const std::vector<Kept> kept = taken();
         QCOMPARE(static_cast<int>(kept.size()), sizes.size());
         for (int i = 0; i < sizes.size(); ++i)
             QCOMPARE(kept[static_cast<size_t>(i)].bytes,
@@ -193,11 +212,13 @@ private slots:
     void a_round_takes_so_much_and_the_next_one_the_rest_in_order()
     {
         constexpr size_t most = 1024;
+        if (room(fleet->native_descriptor(), SO_RCVBUF) < 2 * 1024 * 1024)
+            QSKIP("the system lends this user no buffer for so many");
         for (size_t i = 0; i < most + 70; ++i)
             say("127.0.0.10", QByteArray::number(static_cast<int>(i)));
-        std::vector<Kept> kept = take_round(*fleet);
+        std::vector<Kept> kept = taken();
         QCOMPARE(kept.size(), most);
-        const std::vector<Kept> rest = take_round(*fleet);
+        const std::vector<Kept> rest = taken();
         QCOMPARE(rest.size(), size_t{70});
         kept.insert(kept.end(), rest.begin(), rest.end());
         for (size_t i = 0; i < kept.size(); ++i)
@@ -236,6 +257,7 @@ private slots:
                                              .to_port = all.localPort(),
                                              .bytes = "to all"}};
         fleet->send(packets);
+        settle();
         QCOMPARE(all.receiveDatagram().data(), QByteArray("to all"));
     }
 
@@ -265,6 +287,8 @@ private slots:
     {
         lay_cable("near", "10.8.0.1/24");
         CableEnd far("nearx");
+        // What waits for a neighbour goes after three questions, where this may not be changed.
+        shell("echo 100 2>/dev/null >/proc/sys/net/ipv4/neigh/near/mcast_solicit || true");
         const int descriptor = fleet->native_descriptor();
         const int little = 1; // the system makes it two packets
         setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &little, sizeof little);
@@ -276,7 +300,8 @@ private slots:
                                .bytes = QByteArray(1000, 'x') + QByteArray::number(i)});
         const std::vector<OutgoingPacket> sent = packets;
         std::thread neighbour([descriptor] {
-            while (waiting_to_leave(descriptor) < room(descriptor, SO_SNDBUF))
+            for (int i = 0;
+                 i < 50'000 && waiting_to_leave(descriptor) < room(descriptor, SO_SNDBUF); ++i)
                 QThread::usleep(200);
             shell("ip neigh replace 10.8.0.50 lladdr 02:00:00:00:00:50 dev near");
         });
@@ -316,7 +341,7 @@ private slots:
         QVERIFY(!other.is_open());
         QCOMPARE(open_files(), before);
         say("127.0.0.10", "still heard");
-        QCOMPARE(take_round(*fleet).size(), size_t{1});
+        QCOMPARE(taken().size(), size_t{1});
         fleet.reset();
         QCOMPARE(other.open(PORT), QString());
         QVERIFY(other.is_open());

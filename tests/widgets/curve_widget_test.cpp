@@ -332,8 +332,7 @@ void CurveWidgetTest::a_drag_tells_where_the_mouse_points()
     connect(&view, &CurveWidget::on_band_pointed, this,
             [&pointed](int number, const QPoint &place) { pointed.emplace_back(number, place); });
     const QPoint place = marker + QPoint(20, -10);
-    QMouseEvent event(QEvent::MouseMove, place, Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&view, &event);
+    drag_to(view, place);
     QCOMPARE(pointed.size(), size_t{1});
     QCOMPARE(pointed.front().first, 3);
     QCOMPARE(pointed.front().second, place);

@@ -4,9 +4,9 @@
 #include "gui/message_box.h"
 #include "support/dialog_probe.h"
 #include "support/panel_case.h"
+#include "support/tool_tip.h"
 
 #include <QHeaderView>
-#include <QHelpEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QPlainTextEdit>
@@ -69,13 +69,9 @@ private slots:
         for (QAbstractButton *button : gui().widget().findChildren<QAbstractButton *>()) {
             if (!button->isVisible() || qobject_cast<QCheckBox *>(button))
                 continue;
-            const QPoint middle = button->rect().center();
-            QToolTip::hideText();
-            QHelpEvent rest(QEvent::ToolTip, middle, button->mapToGlobal(middle));
-            QApplication::sendEvent(button, &rest);
+            const QString tip = tool_tip_at(button, button->rect().center());
             const QString name = button->text().isEmpty() ? button->toolTip() : button->text();
-            QVERIFY2(!button->toolTip().isEmpty() && QToolTip::text() == button->toolTip(),
-                     qPrintable(name));
+            QVERIFY2(!button->toolTip().isEmpty() && tip == button->toolTip(), qPrintable(name));
             told[name] = button->toolTip();
         }
         const QMap<QString, QString> expected{
