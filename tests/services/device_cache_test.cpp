@@ -399,8 +399,16 @@ private slots:
         }
     }
 
-    void devices_of_the_start_keep_their_room_in_the_first_save()
+    void devices_of_the_start_keep_their_room_in_each_save_data()
     {
+        QTest::addColumn<bool>("has_saved");
+        QTest::newRow("the first") << false;
+        QTest::newRow("a later one") << true;
+    }
+
+    void devices_of_the_start_keep_their_room_in_each_save()
+    {
+        QFETCH(const bool, has_saved);
         const auto report_all = [this](std::initializer_list<QChar> ids, int length) {
             for (const QChar id : ids)
                 report(plain_report(id, QString(length, id)));
@@ -409,6 +417,8 @@ private slots:
         cache->save();
         restart(100 * 1024);
         load();
+        if (has_saved)
+            cache->save();
         report_all({'a', 'b'}, 60 * 1024); // of which one more has room
         cache->save();
         QVERIFY(contents(path).size() <= 100 * 1024);

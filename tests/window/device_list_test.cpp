@@ -211,6 +211,26 @@ private slots:
         gui.header_menu()->close();
     }
 
+    void the_menu_of_the_columns_ticks_those_that_show()
+    {
+        WindowHandle &gui = *window->gui;
+        const auto ticked_alone = [&gui] {
+            gui.show_column_menu(QPoint(1, 1));
+            gui.header_menu()->close();
+            for (size_t i = 0; i < gui.column_actions().size(); ++i)
+                if (gui.column_actions()[i]->isChecked()
+                    == gui.view()->isColumnHidden(static_cast<int>(i)))
+                    return false;
+            return true;
+        };
+        QVERIFY(ticked_alone());
+        const int memo = window->column("ui/memo");
+        const int location = window->column("ui/location");
+        gui.view()->setColumnHidden(memo, !gui.view()->isColumnHidden(memo));
+        gui.view()->setColumnHidden(location, !gui.view()->isColumnHidden(location));
+        QVERIFY(ticked_alone());
+    }
+
     // While a fleet is found, each second report is that of a device that was found just before.
     void rows_that_come_and_change_in_one_turn_are_laid_out_once()
     {
