@@ -23,9 +23,9 @@ public:
     {
         int played_per_shown = 16; // the window is hidden, as a minimised one, for the others
         size_t played_per_cache = 1;
-        // What a window has heard of it keeps in part, such as the first report of each device that
-        // it read from its cache. One that has heard of a million devices says nothing of those
-        // that an operator has.
+        // A window keeps part of all that it has heard, such as the first report of each device
+        // that it read from its cache. One that has heard of a million devices says nothing of
+        // those that an operator has.
         int played_per_window = 1'000'000;
     };
 
