@@ -31,7 +31,7 @@ QByteArray only_answer(const TftpOutcome &outcome)
 TftpOutcome upload(TftpSession &session, const QByteArray &file)
 {
     TftpOutcome outcome = hear(session, write_request());
-    for (int number = 1; number <= file.size() / 512 + 1; ++number)
+    for (int number = 1; number <= last_block(file); ++number)
         outcome = hear(session, block_of(file, number));
     return outcome;
 }

@@ -21,11 +21,6 @@ QByteArray stand_in_image()
     return file.readAll();
 }
 
-int last_block(const QByteArray &file)
-{
-    return file.size() / 512 + 1;
-}
-
 // Whether each step was acknowledged.
 bool upload(PlayedFleet &fleet, const char *to, const QByteArray &file,
             const QByteArray &name = "firmware.bin")

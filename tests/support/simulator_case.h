@@ -199,7 +199,7 @@ protected:
     void upload(const char *to, const QByteArray &file)
     {
         QCOMPARE(tftp_exchange(to, write_request()), ack(0));
-        for (int block = 1; block <= file.size() / 512 + 1; ++block)
+        for (int block = 1; block <= last_block(file); ++block)
             QCOMPARE(tftp_exchange(to, block_of(file, block)), ack(block));
     }
 };

@@ -26,6 +26,12 @@ inline QByteArray block_of(const QByteArray &file, int number)
     return data_block(number, file.mid((number - 1) * 512, 512));
 }
 
+// One that is not full ends a file.
+inline int last_block(const QByteArray &file)
+{
+    return file.size() / 512 + 1;
+}
+
 inline QByteArray ack(int number)
 {
     return tftp_word(4) + tftp_word(number);

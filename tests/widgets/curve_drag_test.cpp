@@ -59,6 +59,20 @@ FilterParams params_of(const Filter *filter)
     return params;
 }
 
+// A view that shows one band, and has been painted.
+class OneBand : public CurveWidget
+{
+public:
+    OneBand()
+        : CurveWidget(nullptr,
+                      make_filters({{1, EQ_PEQ, {.freq = 300.0F, .q = 1.0F, .gain = -6.0F}}}))
+    {
+        resize(600, 300);
+        set_has_curve(true);
+        grab();
+    }
+};
+
 // Confirms hint boxes while it lives, and counts them.
 class HintProbe : public QObject
 {
@@ -293,11 +307,7 @@ void CurveDragTest::the_hint_comes_on_the_third_and_eighth_press()
 // The box would stand over the rows that come into sight.
 void CurveDragTest::a_press_tells_its_band_before_the_hint()
 {
-    CurveWidget view(nullptr,
-                     make_filters({{1, EQ_PEQ, {.freq = 300.0F, .q = 1.0F, .gain = -6.0F}}}));
-    view.resize(600, 300);
-    view.set_has_curve(true);
-    view.grab();
+    OneBand view;
     hover(view, marker_of(view, 0));
     HintProbe hints;
     QList<int> hints_before;
@@ -311,11 +321,7 @@ void CurveDragTest::a_press_tells_its_band_before_the_hint()
 
 void CurveDragTest::leaving_the_view_keeps_the_hover()
 {
-    CurveWidget view(nullptr,
-                     make_filters({{1, EQ_PEQ, {.freq = 300.0F, .q = 1.0F, .gain = -6.0F}}}));
-    view.resize(600, 300);
-    view.set_has_curve(true);
-    view.grab();
+    OneBand view;
     hover(view, marker_of(view, 0));
     QCOMPARE(view.hover_index, 0);
     QEvent leave(QEvent::Leave);
@@ -325,13 +331,9 @@ void CurveDragTest::leaving_the_view_keeps_the_hover()
 
 void CurveDragTest::a_release_in_read_only_mode_does_nothing()
 {
-    CurveWidget view(nullptr,
-                     make_filters({{1, EQ_PEQ, {.freq = 300.0F, .q = 1.0F, .gain = -6.0F}}}));
-    view.resize(600, 300);
-    view.set_has_curve(true);
+    OneBand view;
     view.set_editable(true);
-    view.grab();
-    const QPoint marker(view.filters[0]->marker_x, view.filters[0]->marker_y);
+    const QPoint marker = marker_of(view, 0);
     press(view, marker);
     drag_to(view, marker + QPoint(9, 9));
     const FilterParams dragged = params_of(view.filters[0]);
