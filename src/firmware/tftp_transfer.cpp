@@ -92,6 +92,8 @@ TftpAction tftp_receive(TftpTransfer &transfer, std::span<const char> bytes, qin
     if (!transfer.active)
         return TFTP_NOTHING;
     const TftpReply reply = read_tftp_reply(bytes, received);
+    const bool is_quick = now - transfer.last_sent <= TFTP_QUICK_ANSWER;
+    transfer.quick_answers = is_quick ? std::min(transfer.quick_answers + 1, TFTP_QUICK_RUN) : 0;
     // Before the reply is looked at: a device that says anything at all has the datagram, so it is
     // not repeated any more, even if the reply itself is useless.
     transfer.pending.size = 0;
@@ -123,6 +125,11 @@ TftpAction tftp_proceed(TftpTransfer &transfer, qint64 now)
         return fail(transfer, QStringLiteral("internal TFTP error"));
     build_data_block(transfer.pending, transfer.block, bytes);
     return send(transfer, now);
+}
+
+bool tftp_is_quick(const TftpTransfer &transfer)
+{
+    return transfer.quick_answers == TFTP_QUICK_RUN;
 }
 
 TftpAction tftp_resend(TftpTransfer &transfer, qint64 now)

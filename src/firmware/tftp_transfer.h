@@ -10,6 +10,8 @@
 
 constexpr qint64 TFTP_RESEND_INTERVAL = 500; // ms without an answer until a datagram is repeated
 constexpr qint64 TFTP_IDLE_LIMIT = 20000;    // ms without a valid datagram until it is given up
+constexpr qint64 TFTP_QUICK_ANSWER = 1;      // ms, of a clock that may just have ticked
+constexpr int TFTP_QUICK_RUN = 16;           // such answers, one after the other
 constexpr qsizetype TFTP_LARGEST_FILE = 0x1FFFE00; // bytes
 
 // Times are ms of a steady clock with any origin.
@@ -27,6 +29,7 @@ struct TftpTransfer
     TftpPacket pending = {};  // awaits its answer; size 0 when nothing is to be repeated
     qint64 last_sent = 0;     // when `pending` went out last
     qint64 last_activity = 0; // start, or the latest datagram accepted
+    int quick_answers = 0;    // one after the other, until now
 };
 
 // What the owner of a transfer has to do after an event.
@@ -55,6 +58,9 @@ TftpAction tftp_receive(TftpTransfer &transfer, std::span<const char> bytes, qin
 
 // After TFTP_ACKNOWLEDGED: the next block, or the end.
 TftpAction tftp_proceed(TftpTransfer &transfer, qint64 now);
+
+// Whether the device has answered so fast, and so often, that its next answer is worth waiting for.
+bool tftp_is_quick(const TftpTransfer &transfer);
 
 // To be called when tftp_wait is over: repeats the pending datagram, or gives up once more than
 // TFTP_IDLE_LIMIT has passed since the last sign of life. Too early a call does nothing.

@@ -4,18 +4,16 @@
 #include "support/descriptor_limit.h"
 
 #include <QHash>
-#include <QVariant>
 #include <QtDebug>
 
 #include <algorithm>
-#include <array>
 
 namespace {
 
-constexpr int RECEIVE_BUFFER_SIZE = 4 << 20; // bytes, for the answers of a whole fleet
-constexpr int DATAGRAMS_PER_TURN = 64;       // then the window gets its turn
+constexpr int DATAGRAMS_PER_TURN = 64; // then the window gets its turn
+constexpr qint64 TURN_LIMIT = 2;       // ms, likewise
 
-using UploaderMap = QHash<QHostAddress, QTFTPFileUploader *>;
+using UploaderMap = QHash<quint32, QTFTPFileUploader *>;
 
 // The running transfers by device. All sockets share port 69, and on Linux the one bound last gets
 // every unicast datagram, whichever transfer it is meant for: that one has to pass it on.
@@ -35,18 +33,16 @@ void warn_once_about_port(const QString &reason)
 
 } // namespace
 
-QTFTPFileUploader::QTFTPFileUploader(unsigned interface_index, const QHostAddress &device_address,
+QTFTPFileUploader::QTFTPFileUploader(unsigned index, const QHostAddress &device_address,
                                      const QByteArray &data, const QString &filename)
-    : address(device_address)
+    : interface_index(index)
+    , address(device_address.toIPv4Address())
 {
     transfer.data = data;
     transfer.filename = filename;
-    datagram.setDestination(address, TFTP_PORT);
-    datagram.setInterfaceIndex(interface_index);
     resend_timer.setSingleShot(true);
     resend_timer.setTimerType(Qt::PreciseTimer);
     connect(&resend_timer, &QTimer::timeout, this, &QTFTPFileUploader::resend);
-    connect(&socket, &QUdpSocket::readyRead, this, &QTFTPFileUploader::read_waiting);
 }
 
 QTFTPFileUploader::~QTFTPFileUploader()
@@ -71,45 +67,61 @@ TftpAction QTFTPFileUploader::begin()
     raise_descriptor_limit();
     if (!has_spare_descriptor())
         return tftp_refuse(transfer, QStringLiteral("too many open files"));
-    bind_socket();
+    const QString error = open_socket();
+    if (!error.isEmpty())
+        return tftp_refuse(transfer, error);
     running_uploaders().insert(address, this);
     return tftp_start(transfer, clock.elapsed());
 }
 
-void QTFTPFileUploader::bind_socket()
+QString QTFTPFileUploader::open_socket()
 {
-    if (!socket.bind(QHostAddress(), TFTP_PORT, QAbstractSocket::ReuseAddressHint))
-        warn_once_about_port(socket.errorString());
-    socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, RECEIVE_BUFFER_SIZE);
+    const QString error = socket.open();
+    if (!error.isEmpty())
+        return error;
+    const QString no_port = socket.bind(TFTP_PORT);
+    if (!no_port.isEmpty())
+        warn_once_about_port(no_port);
+    notifier = std::make_unique<QSocketNotifier>(socket.native_descriptor(), QSocketNotifier::Read);
+    connect(notifier.get(), &QSocketNotifier::activated, this, &QTFTPFileUploader::read_waiting);
+    return {};
 }
 
 // Answers may arrive as fast as they are read here, so a turn is limited; what is left over makes
-// the socket report itself again. Behind the answer to a transfer that runs alone stands another
-// one only if the device answers at once.
+// the socket report itself again.
 void QTFTPFileUploader::read_waiting()
 {
-    const bool is_slow = clock.elapsed() > transfer.last_sent;
-    for (int i = 0; i < DATAGRAMS_PER_TURN; ++i)
-        if (!read_datagram() || (is_slow && running_uploaders().size() == 1))
-            return;
+    const qint64 turn_end = clock.elapsed() + TURN_LIMIT;
+    TftpDatagram datagram;
+    bool is_there = socket.receive(datagram);
+    for (int taken = 1; is_there; ++taken) {
+        hand_out(datagram);
+        is_there = taken < DATAGRAMS_PER_TURN && read_next(datagram, turn_end);
+    }
 }
 
-// False when none waits. One byte of room more than a legal answer takes tells a longer one.
-bool QTFTPFileUploader::read_datagram()
+// Behind the answer to a transfer that runs alone stands no other, unless the device repeats
+// itself. The next one may be worth waiting for: the way back to the event loop and here again
+// takes longer than a block.
+bool QTFTPFileUploader::read_next(TftpDatagram &datagram, qint64 turn_end) const
 {
-    std::array<char, TFTP_PACKET_SIZE + 1> buffer;
-    quint16 port = 0;
-    const qint64 received = socket.readDatagram(buffer.data(), buffer.size(), &last_sender, &port);
-    if (received < 0)
-        return false;
-    if (port != TFTP_PORT)
-        return true;
+    const UploaderMap &running = running_uploaders();
+    if (running.size() != 1)
+        return socket.receive(datagram);
+    const bool is_quick = tftp_is_quick(running.constBegin().value()->transfer);
+    return is_quick && clock.elapsed() < turn_end && socket.await(datagram);
+}
+
+// To the transfer that it is meant for, if there is one.
+void QTFTPFileUploader::hand_out(const TftpDatagram &datagram)
+{
+    if (datagram.port != TFTP_PORT)
+        return;
     QTFTPFileUploader *const receiver
-        = last_sender == address ? this : running_uploaders().value(last_sender);
-    const auto size = std::min(static_cast<size_t>(received), TFTP_PACKET_SIZE);
+        = datagram.address == address ? this : running_uploaders().value(datagram.address);
+    const auto size = std::min(static_cast<size_t>(datagram.size), TFTP_PACKET_SIZE);
     if (receiver)
-        receiver->take({buffer.data(), size}, received);
-    return true;
+        receiver->take({datagram.bytes.data(), size}, datagram.size);
 }
 
 void QTFTPFileUploader::take(std::span<const char> bytes, qint64 received)
@@ -144,8 +156,7 @@ void QTFTPFileUploader::carry_out(TftpAction action)
 void QTFTPFileUploader::send_pending()
 {
     const TftpPacket &packet = transfer.pending;
-    datagram.setData(QByteArray::fromRawData(packet.bytes.data(), static_cast<int>(packet.size)));
-    socket.writeDatagram(datagram); // a lost or refused datagram is sent again by the timer
+    socket.send({packet.bytes.data(), packet.size}, address, TFTP_PORT, interface_index);
     // Not restarted with each block, which costs more than the block: resend asks the clock.
     if (!resend_timer.isActive())
         resend_timer.start(static_cast<int>(TFTP_RESEND_INTERVAL));
@@ -170,14 +181,14 @@ void QTFTPFileUploader::leave()
 // They are passed on from the event loop: whoever deletes this object expects no signal of another.
 void QTFTPFileUploader::hand_over_waiting()
 {
-    while (!running_uploaders().isEmpty() && socket.hasPendingDatagrams()) {
-        const qint64 received = socket.pendingDatagramSize();
-        const QNetworkDatagram waiting = socket.receiveDatagram(TFTP_PACKET_SIZE);
-        QTFTPFileUploader *const receiver = running_uploaders().value(waiting.senderAddress());
-        if (!receiver || waiting.senderPort() != TFTP_PORT)
+    TftpDatagram datagram;
+    while (!running_uploaders().isEmpty() && socket.receive(datagram)) {
+        QTFTPFileUploader *const receiver = running_uploaders().value(datagram.address);
+        if (!receiver || datagram.port != TFTP_PORT)
             continue;
-        const auto deliver = [receiver, bytes = waiting.data(), received] {
-            receiver->take({bytes.constData(), static_cast<size_t>(bytes.size())}, received);
+        const auto deliver = [receiver, datagram] {
+            const auto size = std::min(static_cast<size_t>(datagram.size), TFTP_PACKET_SIZE);
+            receiver->take({datagram.bytes.data(), size}, datagram.size);
         };
         QMetaObject::invokeMethod(receiver, deliver, Qt::QueuedConnection);
     }

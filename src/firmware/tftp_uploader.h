@@ -1,14 +1,16 @@
 // Writes one block of bytes to one device by TFTP, over one network interface.
 #pragma once
 
+#include "firmware/tftp_socket.h"
 #include "firmware/tftp_transfer.h"
 
 #include <QElapsedTimer>
 #include <QHostAddress>
-#include <QNetworkDatagram>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QTimer>
-#include <QUdpSocket>
+
+#include <memory>
 
 // One object serves one transfer; any number may run at once, one per device. The owner deletes it
 // after `done`, with deleteLater: `done` may come from inside start().
@@ -39,9 +41,10 @@ signals:
 
 private:
     TftpAction begin();
-    void bind_socket();
+    QString open_socket();
     void read_waiting();
-    bool read_datagram();
+    bool read_next(TftpDatagram &datagram, qint64 turn_end) const;
+    void hand_out(const TftpDatagram &datagram);
     void take(std::span<const char> bytes, qint64 received);
     void carry_out(TftpAction action);
     void send_pending();
@@ -50,10 +53,10 @@ private:
     void hand_over_waiting();
 
     TftpTransfer transfer;
-    QHostAddress address;
-    QUdpSocket socket;
-    QHostAddress last_sender;  // of the datagram read last
-    QNetworkDatagram datagram; // carries destination and interface of all that is sent
+    unsigned interface_index;
+    quint32 address; // of the device
+    TftpSocket socket;
+    std::unique_ptr<QSocketNotifier> notifier; // null without a socket; gone before it
     QTimer resend_timer;
     QElapsedTimer clock; // steady: setting the wall clock must not end a transfer
 };

@@ -265,6 +265,27 @@ private slots:
         QCOMPARE(tftp_resend(owner.transfer, owner.now + 500), TFTP_SEND);
     }
 
+    void a_device_is_quick_after_16_quick_answers_in_a_row()
+    {
+        Owner owner(made_data(100 * 512, 3), "firmware.bin");
+        owner.start();
+        int block = 0;
+        const auto answer = [&owner, &block](qint64 after) {
+            owner.now += after;
+            owner.acknowledge(block++);
+            return tftp_is_quick(owner.transfer);
+        };
+        for (int i = 1; i < 16; ++i)
+            QVERIFY2(!answer(i % 2), qPrintable(QString::number(i)));
+        QVERIFY(answer(1));
+        QVERIFY(answer(0)); // and stays so
+        QVERIFY(answer(1));
+        QVERIFY(!answer(2));
+        for (int i = 1; i < 16; ++i)
+            QVERIFY2(!answer(1), qPrintable(QString::number(i)));
+        QVERIFY(answer(1));
+    }
+
     void a_useless_datagram_ends_the_repeating_for_good()
     {
         for (const QByteArray &useless : {QByteArray("\0\6", 2), QByteArray("\0\3\0\0x", 5)}) {

@@ -2,7 +2,8 @@
 #include "firmware/tftp_uploader.h"
 #include "support/cable.h"
 #include "support/private_network.h"
-#include "support/tftp_peer.h"
+#include "support/test_parts.h"
+#include "support/tftp_upload.h"
 
 #include <QNetworkInterface>
 #include <QPointer>
@@ -15,7 +16,6 @@
 namespace {
 
 constexpr int IMAGE_SIZE = 926841;
-constexpr unsigned LOOPBACK = 1; // its index in a fresh network namespace
 
 QStringList told; // debug messages
 
@@ -23,25 +23,6 @@ void keep_message(QtMsgType, const QMessageLogContext &, const QString &text)
 {
     told << text;
 }
-
-// A transfer to device `number` with what it announces.
-struct Upload
-{
-    QTFTPFileUploader uploader;
-    QSignalSpy progress{&uploader, &QTFTPFileUploader::progress};
-    QSignalSpy done{&uploader, &QTFTPFileUploader::done};
-
-    Upload(int number, const QByteArray &data)
-        : uploader(LOOPBACK, device_address(number), data, "firmware.bin")
-    {
-    }
-
-    bool is_good() const
-    {
-        return done.size() == 1 && done.at(0).at(0).toBool() && uploader.percent() == 100
-            && !uploader.is_active() && uploader.status() == "Upload succeeded.";
-    }
-};
 
 } // namespace
 
@@ -52,7 +33,6 @@ class tftp_uploader_test : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY2(network_error.empty(), network_error.c_str());
         QCOMPARE(QNetworkInterface::interfaceFromIndex(LOOPBACK).name(), QString("lo"));
     }
 
@@ -416,52 +396,6 @@ private slots:
         remove_cable("far");
     }
 
-    void a_turn_takes_as_many_answers_as_leave_the_window_its_turn_data()
-    {
-        QTest::addColumn<QString>("other");
-        QTest::addColumn<int>("most");
-        QTest::newRow("alone") << "" << 1;
-        QTest::newRow("beside one that runs") << "runs" << 64;
-        QTest::newRow("beside one that has arrived") << "arrives" << 1;
-        QTest::newRow("beside one that has failed") << "fails" << 1;
-        QTest::newRow("after one that was deleted while it ran") << "is deleted" << 1;
-    }
-
-    // Answers that come faster than they are read would keep the window waiting for ever. Behind
-    // the answer to one that runs alone stands no other, unless the device repeats itself.
-    void a_turn_takes_as_many_answers_as_leave_the_window_its_turn()
-    {
-        QFETCH(const QString, other);
-        QFETCH(const int, most);
-        Peer peer(11);
-        Peer second(12);
-        peer.stop_at(0);
-        second.stop_at(other == "arrives" ? 100 : 0);
-        auto beside = std::make_unique<Upload>(12, "data");
-        if (!other.isEmpty()) {
-            beside->uploader.start();
-            QTRY_COMPARE(second.requests, 1);
-        }
-        if (other == "fails")
-            second.send(ack(7));
-        if (other == "arrives" || other == "fails")
-            QTRY_COMPARE(beside->done.size(), 1);
-        Upload upload(11, made_data(100 * 512)); // bound last: it hears all
-        upload.uploader.start();
-        QTRY_COMPARE(peer.requests, 1);
-        if (other == "is deleted")
-            beside.reset();
-        QElapsedTimer since_request;
-        since_request.start();
-        QTRY_VERIFY(since_request.elapsed() > 1); // an answer within a millisecond counts as quick
-        for (int block = 0; block < 100; ++block)
-            peer.send(ack(block));
-        const auto before = upload.progress.size();
-        QCoreApplication::processEvents();
-        QCOMPARE(upload.progress.size() - before, most);
-        QTRY_COMPARE(upload.progress.size() - before, 100);
-    }
-
     void a_port_that_is_taken_is_told_once()
     {
         QUdpSocket blocker; // without the hint that lets others share the port
@@ -479,20 +413,15 @@ private slots:
         QVERIFY(first.uploader.is_active());
         QVERIFY(second.uploader.is_active());
     }
-
-public:
-    static std::string network_error;
 };
-
-std::string tftp_uploader_test::network_error;
 
 int main(int argument_count, char **arguments)
 {
-    // Before Qt starts any thread: the kernel asks for that.
-    enter_private_network(&tftp_uploader_test::network_error);
+    std::string reason;
+    if (!enter_private_network(&reason)) // before Qt starts any thread: the kernel asks for that
+        qFatal("no private network: %s", reason.c_str());
     QCoreApplication application(argument_count, arguments);
-    tftp_uploader_test test;
-    return QTest::qExec(&test, argument_count, arguments);
+    return run_tests<tftp_uploader_test>(argument_count, arguments, __FILE__);
 }
 
 #include "tftp_uploader_test.moc"
