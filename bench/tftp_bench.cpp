@@ -325,20 +325,29 @@ void compare_single(int rounds)
     tell("33 MB, of the rate of tftp-hpa", large.rate() / large_hpa.rate(), "x");
 }
 
-void compare_slow_devices()
+// The quickest of some rounds, in turns: one alone says more about the machine.
+void compare_slow_devices(int rounds)
 {
     for (int milliseconds : {1, 5}) {
-        const auto plain = [] { return upload_with_plain_loop(SMALL_FILE); };
-        const auto ours = [] { return upload_with_qt(1, SMALL_FILE, false); };
-        const int delay = milliseconds * 1000;
-        const double c = with_server(1, 0, delay, [&plain] { return in_child(0, plain); });
-        const double qt = with_server(1, 0, delay, [&ours] { return in_child(0, ours); });
+        double plain = std::numeric_limits<double>::infinity(); // seconds
+        double ours = plain;
+        bool is_good = true;
+        const auto run = [milliseconds, &is_good](double &quickest, const auto &upload) {
+            const double taken
+                = with_server(1, 0, milliseconds * 1000, [&upload] { return in_child(0, upload); });
+            is_good = is_good && taken > 0;
+            quickest = std::min(quickest, taken);
+        };
+        for (int round = 0; round < rounds; ++round) {
+            run(plain, [] { return upload_with_plain_loop(SMALL_FILE); });
+            run(ours, [] { return upload_with_qt(1, SMALL_FILE, false); });
+        }
         std::printf("One transfer of 926,841 bytes to a device that takes %d ms for each block\n",
                     milliseconds);
-        must_hold("both succeed", c > 0 && qt > 0);
+        must_hold("all succeed", is_good);
         char beside[96];
-        std::snprintf(beside, sizeof beside, " (%.2f s against %.2f)", qt, c);
-        at_least("of the rate of the plain loop", c / qt, "x", 0.98, beside);
+        std::snprintf(beside, sizeof beside, " (%.2f s against %.2f)", ours, plain);
+        at_least("of the rate of the plain loop", plain / ours, "x", 0.98, beside);
     }
 }
 
@@ -366,7 +375,7 @@ int main(int argument_count, char **arguments)
     }
     const int rounds = argument_count > 1 ? std::max(1, std::atoi(arguments[1])) : 5;
     compare_single(is_short ? 1 : rounds);
-    compare_slow_devices();
+    compare_slow_devices(is_short ? 1 : std::min(rounds, 3));
     measure_fleet();
     return bench_result();
 }
