@@ -25,28 +25,63 @@ QStyleOptionFrame frame_option(const QWidget *widget, const QRect &rect)
     return option;
 }
 
-// On a ground that shows through, for a screen with `ratio` pixels to the point.
-QPixmap frame_picture(const QWidget *widget, QStyleOptionFrame option, int ratio)
+// All that a frame looks like depends on.
+struct FrameLook
+{
+    QSize size;
+    int ratio = 0; // pixels to the point
+    int state = 0; // QStyle::State
+    qint64 palette = 0;
+    const char *style = nullptr;
+
+    bool operator==(const FrameLook &) const = default;
+};
+
+QString text_of(const FrameLook &look)
+{
+    return QStringLiteral("sunken frame %1x%2 @%3 %4 %5 %6")
+        .arg(look.size.width())
+        .arg(look.size.height())
+        .arg(look.ratio)
+        .arg(look.state)
+        .arg(look.palette)
+        .arg(look.style);
+}
+
+// On a ground that shows through.
+QPixmap draw_frame_picture(const QWidget *widget, QStyleOptionFrame option, int ratio)
 {
     const QSize size = option.rect.size();
-    const QString key = QStringLiteral("sunken frame %1x%2 @%3 %4 %5 %6")
-                            .arg(size.width())
-                            .arg(size.height())
-                            .arg(ratio)
-                            .arg(static_cast<int>(option.state))
-                            .arg(option.palette.cacheKey())
-                            .arg(widget->style()->metaObject()->className());
-    QPixmap picture;
-    if (QPixmapCache::find(key, &picture))
-        return picture;
-    picture = QPixmap(size * ratio);
+    QPixmap picture(size * ratio);
     picture.setDevicePixelRatio(ratio);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     option.rect = QRect({0, 0}, size);
     widget->style()->drawControl(QStyle::CE_ShapedFrame, &option, &painter, widget);
-    painter.end();
-    QPixmapCache::insert(key, picture);
+    return picture;
+}
+
+QPixmap frame_picture(const QWidget *widget, const QStyleOptionFrame &option, int ratio)
+{
+    const FrameLook look{.size = option.rect.size(),
+                         .ratio = ratio,
+                         .state = static_cast<int>(option.state),
+                         .palette = option.palette.cacheKey(),
+                         .style = widget->style()->metaObject()->className()};
+    // Those of a list are all alike, and a text for each takes longer than its bars.
+    static FrameLook last_look;
+    static QPixmapCache::Key last_key;
+    QPixmap picture;
+    if (look == last_look && QPixmapCache::find(last_key, &picture))
+        return picture;
+    const QString text = text_of(look);
+    if (!QPixmapCache::find(text, &picture)) {
+        picture = draw_frame_picture(widget, option, ratio);
+        QPixmapCache::insert(text, picture);
+    }
+    last_look = look;
+    QPixmapCache::remove(last_key);
+    last_key = QPixmapCache::insert(picture);
     return picture;
 }
 
@@ -78,20 +113,16 @@ void paint_meter(const MeterObject &meter, QPainter *painter, const QWidget *wid
 
     painter->save();
     draw_frame(painter, widget, rect);
-    painter->setPen(Qt::NoPen);
     // KEPT: a pixel smaller than the inside of the frame.
     if (meter.levels.empty()) {
-        painter->setBrush(QColor(0x808080));
-        painter->drawRect(meter_idle_rect(rect));
+        painter->fillRect(meter_idle_rect(rect), QColor(0x808080));
     }
     const size_t channels = std::min(meter.levels.size(), meter.display_levels.size());
     for (size_t i = 0; i < channels; ++i) {
         const QRect bar = meter_bar_rect(rect, static_cast<int>(meter.levels.size()),
                                          static_cast<int>(i), meter.display_levels[i]);
-        if (bar.isEmpty())
-            continue;
-        painter->setBrush(bar_colour(meter.overdrive, i));
-        painter->drawRect(bar);
+        if (!bar.isEmpty())
+            painter->fillRect(bar, bar_colour(meter.overdrive, i));
     }
     painter->restore();
 }

@@ -9,7 +9,9 @@
 #include <QHeaderView>
 #include <QPainter>
 #include <QPen>
+#include <QPixmapCache>
 #include <QProcess>
+#include <QProxyStyle>
 #include <QStandardItemModel>
 #include <QStyleOptionFrame>
 #include <QTreeView>
@@ -55,6 +57,19 @@ void draw_frame(QPainter &painter, const QWidget &widget, const QRect &frame)
     option.lineWidth = 1;
     widget.style()->drawControl(QStyle::CE_ShapedFrame, &option, &painter, &widget);
 }
+
+// Frames that tell another style and where the mouse is.
+struct PaintedFrames : QProxyStyle
+{
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override
+    {
+        if (element == CE_ShapedFrame)
+            painter->fillRect(option->rect, option->state & State_MouseOver ? Qt::red : Qt::blue);
+        else
+            QProxyStyle::drawControl(element, option, painter, widget);
+    }
+};
 
 QRect by_edges(const QJsonArray &edges)
 {
@@ -166,7 +181,8 @@ private slots:
     void golden_bars_are_drawn_to_the_pixel();
     void two_channels_in_the_panel();
     void a_bar_falls_after_its_level_has_gone();
-    void a_frame_follows_its_widgets_colours();
+    void a_frame_follows_its_widget_and_place();
+    void frames_of_two_sizes_in_turn_do_not_fill_the_cache();
     void no_channels_are_grey_in_list_and_panel();
     void a_cell_shows_the_same_meter_as_the_panel();
     void a_narrow_cell_shows_a_narrow_meter_in_its_middle();
@@ -230,14 +246,23 @@ void MeterPaintTest::a_bar_falls_after_its_level_has_gone()
     QCOMPARE(count_pixels(widget.grab().toImage(), widget.rect(), GREEN), 42 * 18 * area);
 }
 
-void MeterPaintTest::a_frame_follows_its_widgets_colours()
+// As the style itself draws it: whatever was drawn before must not be taken for it.
+void MeterPaintTest::a_frame_follows_its_widget_and_place()
 {
     MeterObject meter;
     meter.set_levels({0}, {}); // no bar is a pixel long
-    for (const QPalette &palette : {QPalette(QColor(0xEF, 0xEF, 0xEF)), dark_palette()}) {
-        QWidget widget;
-        widget.setPalette(palette);
-        const QRect frame(5, 5, 50, 20);
+    QWidget usual;
+    QWidget dark;
+    dark.setPalette(dark_palette());
+    QWidget disabled; // in colours of its own
+    QPalette faint = usual.palette();
+    for (const QPalette::ColorRole role : {QPalette::Dark, QPalette::Light, QPalette::Window})
+        faint.setColor(QPalette::Disabled, role, QColor(200, 100, 50));
+    usual.setPalette(faint);
+    disabled.setPalette(faint);
+    disabled.setEnabled(false);
+    const QRect place(5, 5, 50, 20);
+    const auto draw = [&meter](const QWidget &widget, const QRect &frame) {
         QImage wanted = canvas(frame, 1);
         QImage drawn = wanted;
         QPainter by_style(&wanted);
@@ -247,7 +272,34 @@ void MeterPaintTest::a_frame_follows_its_widgets_colours()
         paint_meter(meter, &painter, &widget, frame);
         painter.end();
         QCOMPARE(drawn, wanted);
-    }
+    };
+    for (const QWidget *one : {&usual, &dark, &usual, &disabled, &usual})
+        draw(*one, place);
+    draw(usual, QRect(5, 5, 40, 16));
+    draw(usual, QRect(9, 7, 40, 16));
+    PaintedFrames style;
+    usual.setStyle(&style);
+    draw(usual, QRect(9, 7, 40, 16));
+    usual.setAttribute(Qt::WA_UnderMouse);
+    draw(usual, QRect(9, 7, 40, 16));
+    usual.setStyle(nullptr);
+    draw(usual, QRect(9, 7, 40, 16));
+}
+
+// Each tick would leave a picture behind otherwise, and push out those of others.
+void MeterPaintTest::frames_of_two_sizes_in_turn_do_not_fill_the_cache()
+{
+    MeterObject meter;
+    const QWidget widget;
+    QImage image = canvas(QRect(0, 0, 60, 30), 1);
+    QPainter painter(&image);
+    QPixmapCache::clear();
+    const QPixmapCache::Key first = QPixmapCache::insert(QPixmap(100, 100));
+    for (int tick = 0; tick < 10000; ++tick)
+        for (const int width : {50, 40})
+            paint_meter(meter, &painter, &widget, QRect(0, 0, width, 20));
+    QPixmap kept;
+    QVERIFY(QPixmapCache::find(first, &kept));
 }
 
 void MeterPaintTest::no_channels_are_grey_in_list_and_panel()
