@@ -36,8 +36,8 @@ private slots:
     void a_word_without_end_is_laid_out_in_no_time();
     void a_line_without_end_is_broken_between_messages();
     void the_first_word_and_line_that_are_too_long_are_broken();
-    void sixteen_lines_and_more_leave_beforehand_data();
-    void sixteen_lines_and_more_leave_beforehand();
+    void ten_lines_and_more_leave_beforehand_data();
+    void ten_lines_and_more_leave_beforehand();
     void views_take_turns_each_with_its_slice();
     void a_slice_ends_with_a_fragment_that_takes_all_of_it();
     void a_burst_is_full_with_its_last_character();
@@ -341,17 +341,17 @@ void LogTextTest::the_first_word_and_line_that_are_too_long_are_broken()
     QCOMPARE(other->document()->lastBlock().text(), QString("x"));
 }
 
-void LogTextTest::sixteen_lines_and_more_leave_beforehand_data()
+void LogTextTest::ten_lines_and_more_leave_beforehand_data()
 {
     QTest::addColumn<int>("lines");
     QTest::addColumn<int>("beforehand");
     // The last excess line is the toolkit's to remove.
-    QTest::newRow("sixteen in all") << 16 << 0;
-    QTest::newRow("seventeen in all") << 17 << 16;
+    QTest::newRow("ten in all") << 10 << 0;
+    QTest::newRow("eleven in all") << 11 << 10;
 }
 
 // The toolkit lays out each line that it removes by itself.
-void LogTextTest::sixteen_lines_and_more_leave_beforehand()
+void LogTextTest::ten_lines_and_more_leave_beforehand()
 {
     QFETCH(int, lines);
     QFETCH(int, beforehand);
