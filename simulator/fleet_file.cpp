@@ -71,9 +71,9 @@ std::vector<int> read_levels(MemberReader &members)
     const QJsonArray list = value.isArray() ? value.toArray() : QJsonArray{value};
     std::vector<int> levels;
     for (const QJsonValue &level : list) {
-        if (!level.isDouble() || level.toDouble() < 0 || level.toDouble() > 70)
-            members.complain("\"levels\" must be a number from 0 to 70, or a list of such");
-        levels.push_back(level.toInt(0));
+        levels.push_back(level.toInt(-1)); // -1 also for what is no whole number
+        if (levels.back() < 0 || levels.back() > 70)
+            members.complain("\"levels\" must be a whole number from 0 to 70, or a list of such");
     }
     return levels;
 }

@@ -138,7 +138,10 @@ private slots:
             << device(R"("product": "e5", "address": "here")") << "no IPv4 address";
         QTest::newRow("IPv6") << device(R"("product": "e5", "address": "fe80::1")")
                               << "no IPv4 address";
-        QTest::newRow("levels") << device(R"("product": "e5", "levels": [71])") << "0 to 70";
+        for (const char *levels : {"[71]", "71", "[40, -1]", "[1.5]", "1.5", "\"40\"", "[true]"})
+            QTest::addRow("levels %s", levels)
+                << device((std::string(R"("product": "e5", "levels": )") + levels).c_str())
+                << "a whole number from 0 to 70";
         QTest::newRow("streams") << device(R"("product": "e5", "streams": [{"c": 1}])")
                                  << "\"streams\" must hold";
         QTest::newRow("magic") << device(R"("product": "e5", "fw_magic": 5e9)") << "\"fw_magic\"";
