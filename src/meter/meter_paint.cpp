@@ -11,6 +11,8 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <map>
+#include <tuple>
 
 namespace {
 
@@ -28,25 +30,19 @@ QStyleOptionFrame frame_option(const QWidget *widget, const QRect &rect)
 // All that a frame looks like depends on.
 struct FrameLook
 {
-    QSize size;
-    int ratio = 0; // pixels to the point
-    int state = 0; // QStyle::State
-    qint64 palette = 0;
-    const char *style = nullptr;
+    int width; // points, as the height
+    int height;
+    int ratio; // pixels to the point
+    int state; // QStyle::State
+    qint64 palette;
+    const char *style;
 
-    bool operator==(const FrameLook &) const = default;
+    bool operator<(const FrameLook &other) const
+    {
+        return std::tie(width, height, ratio, state, palette, style) < std::tie(
+                   other.width, other.height, other.ratio, other.state, other.palette, other.style);
+    }
 };
-
-QString text_of(const FrameLook &look)
-{
-    return QStringLiteral("sunken frame %1x%2 @%3 %4 %5 %6")
-        .arg(look.size.width())
-        .arg(look.size.height())
-        .arg(look.ratio)
-        .arg(look.state)
-        .arg(look.palette)
-        .arg(look.style);
-}
 
 // On a ground that shows through.
 QPixmap draw_frame_picture(const QWidget *widget, QStyleOptionFrame option, int ratio)
@@ -63,25 +59,20 @@ QPixmap draw_frame_picture(const QWidget *widget, QStyleOptionFrame option, int 
 
 QPixmap frame_picture(const QWidget *widget, const QStyleOptionFrame &option, int ratio)
 {
-    const FrameLook look{.size = option.rect.size(),
+    const FrameLook look{.width = option.rect.width(),
+                         .height = option.rect.height(),
                          .ratio = ratio,
                          .state = static_cast<int>(option.state),
                          .palette = option.palette.cacheKey(),
                          .style = widget->style()->metaObject()->className()};
-    // Those of a list are all alike, and a text for each takes longer than its bars.
-    static FrameLook last_look;
-    static QPixmapCache::Key last_key;
+    // The cache's own keys: a text for each meter takes longer than its bars.
+    static std::map<FrameLook, QPixmapCache::Key> keys;
+    QPixmapCache::Key &key = keys[look];
     QPixmap picture;
-    if (look == last_look && QPixmapCache::find(last_key, &picture))
-        return picture;
-    const QString text = text_of(look);
-    if (!QPixmapCache::find(text, &picture)) {
+    if (!QPixmapCache::find(key, &picture)) {
         picture = draw_frame_picture(widget, option, ratio);
-        QPixmapCache::insert(text, picture);
+        key = QPixmapCache::insert(picture);
     }
-    last_look = look;
-    QPixmapCache::remove(last_key);
-    last_key = QPixmapCache::insert(picture);
     return picture;
 }
 
@@ -114,9 +105,8 @@ void paint_meter(const MeterObject &meter, QPainter *painter, const QWidget *wid
     painter->save();
     draw_frame(painter, widget, rect);
     // KEPT: a pixel smaller than the inside of the frame.
-    if (meter.levels.empty()) {
+    if (meter.levels.empty())
         painter->fillRect(meter_idle_rect(rect), QColor(0x808080));
-    }
     const size_t channels = std::min(meter.levels.size(), meter.display_levels.size());
     for (size_t i = 0; i < channels; ++i) {
         const QRect bar = meter_bar_rect(rect, static_cast<int>(meter.levels.size()),
