@@ -4,6 +4,7 @@
 #include "limit.h"
 #include "measure.h"
 #include "support/private_network.h"
+#include "support/socket_address.h"
 
 #include <QCoreApplication>
 
@@ -53,15 +54,6 @@ void pin_to_core(int core)
     CPU_ZERO(&cores);
     CPU_SET(static_cast<size_t>(core), &cores);
     sched_setaffinity(0, sizeof cores, &cores);
-}
-
-sockaddr_in socket_address(uint32_t host, uint16_t port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(host);
-    address.sin_port = htons(port);
-    return address;
 }
 
 int open_socket(uint32_t host, uint16_t port)

@@ -2,6 +2,8 @@
 // any address.
 #include "simulator/packet_socket.h"
 
+#include "support/socket_address.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -105,9 +107,7 @@ struct PacketSocket::Buffers
     void prepare_to_send(size_t index, OutgoingPacket &packet)
     {
         Slot &slot = slots_out[index];
-        slot.peer.sin_family = AF_INET;
-        slot.peer.sin_port = htons(packet.to_port);
-        slot.peer.sin_addr.s_addr = htonl(packet.to);
+        slot.peer = socket_address(packet.to, packet.to_port);
         msghdr &header = headers_out[index].msg_hdr;
         prepare(header, slot, const_cast<char *>(packet.bytes.constData()),
                 static_cast<size_t>(packet.bytes.size()));
@@ -135,10 +135,8 @@ QString PacketSocket::open(uint16_t port)
     set_option(descriptor, IPPROTO_IP, IP_PKTINFO, 1);
     set_option(descriptor, SOL_SOCKET, SO_BROADCAST, 1);
     ask_for_buffers(descriptor);
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_port = htons(port);
-    if (bind(descriptor, reinterpret_cast<sockaddr *>(&local), sizeof local) == 0)
+    const sockaddr_in local = socket_address(INADDR_ANY, port);
+    if (bind(descriptor, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0)
         return {};
     const QString reason = system_error();
     close(descriptor);

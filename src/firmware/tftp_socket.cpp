@@ -1,9 +1,10 @@
 // The UDP socket of one TFTP transfer.
 #include "firmware/tftp_socket.h"
 
+#include "support/socket_address.h"
+
 #include <cerrno>
 #include <cstring>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -20,15 +21,6 @@ struct Control
 {
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(in_pktinfo))> bytes = {};
 };
-
-sockaddr_in socket_address(quint32 address, quint16 port)
-{
-    sockaddr_in result{};
-    result.sin_family = AF_INET;
-    result.sin_addr.s_addr = htonl(address);
-    result.sin_port = htons(port);
-    return result;
-}
 
 void choose_interface(msghdr &header, unsigned index)
 {
@@ -63,7 +55,7 @@ QString TftpSocket::open()
     return {};
 }
 
-QString TftpSocket::bind(quint16 port)
+QString TftpSocket::bind(quint16 port) const
 {
     const sockaddr_in local = socket_address(INADDR_ANY, port);
     const bool is_bound = set_option(descriptor, SOL_SOCKET, SO_REUSEADDR, 1)

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] QString open();
     // Takes a port, which other transfers may have too. Returns why it can't be had, empty on
     // success: the system picks another one then.
-    [[nodiscard]] QString bind(quint16 port);
+    [[nodiscard]] QString bind(quint16 port) const;
     int native_descriptor() const { return descriptor; } // negative before open()
 
     // By the network interface `interface_index`, or by the one the system picks when that is 0.

@@ -119,14 +119,15 @@ void QTFTPFileUploader::hand_out(const TftpDatagram &datagram)
         return;
     QTFTPFileUploader *const receiver
         = datagram.address == address ? this : running_uploaders().value(datagram.address);
-    const auto size = std::min(static_cast<size_t>(datagram.size), TFTP_PACKET_SIZE);
     if (receiver)
-        receiver->take({datagram.bytes.data(), size}, datagram.size);
+        receiver->take(datagram);
 }
 
-void QTFTPFileUploader::take(std::span<const char> bytes, qint64 received)
+void QTFTPFileUploader::take(const TftpDatagram &datagram)
 {
-    carry_out(tftp_receive(transfer, bytes, received, clock.elapsed()));
+    const auto size = std::min(static_cast<size_t>(datagram.size), TFTP_PACKET_SIZE);
+    carry_out(
+        tftp_receive(transfer, {datagram.bytes.data(), size}, datagram.size, clock.elapsed()));
 }
 
 void QTFTPFileUploader::carry_out(TftpAction action)
@@ -186,10 +187,7 @@ void QTFTPFileUploader::hand_over_waiting()
         QTFTPFileUploader *const receiver = running_uploaders().value(datagram.address);
         if (!receiver || datagram.port != TFTP_PORT)
             continue;
-        const auto deliver = [receiver, datagram] {
-            const auto size = std::min(static_cast<size_t>(datagram.size), TFTP_PACKET_SIZE);
-            receiver->take({datagram.bytes.data(), size}, datagram.size);
-        };
+        const auto deliver = [receiver, datagram] { receiver->take(datagram); };
         QMetaObject::invokeMethod(receiver, deliver, Qt::QueuedConnection);
     }
 }

@@ -45,7 +45,7 @@ private:
     void read_waiting();
     bool read_next(TftpDatagram &datagram, qint64 turn_end) const;
     void hand_out(const TftpDatagram &datagram);
-    void take(std::span<const char> bytes, qint64 received);
+    void take(const TftpDatagram &datagram);
     void carry_out(TftpAction action);
     void send_pending();
     void resend();

@@ -4,6 +4,7 @@
 // fleet_networks_test; a clock that is set: fleet_clock_test.
 #include "support/fleet.h"
 #include "support/manager_process.h"
+#include "support/socket_address.h"
 
 #include <QElapsedTimer>
 
@@ -29,10 +30,8 @@ public:
     explicit TakenPort(quint16 port)
         : handle(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        if (bind(handle, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
+        const sockaddr_in address = socket_address(INADDR_ANY, port);
+        if (bind(handle, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
             qFatal("can't take port %d", port);
     }
     ~TakenPort() { close(handle); }

@@ -4,6 +4,7 @@
 #include "link/device_link.h"
 #include "support/cable.h"
 #include "support/fleet.h"
+#include "support/no_more_files.h"
 #include "support/test_parts.h"
 
 #include <QSignalSpy>
@@ -12,7 +13,7 @@
 
 #include <arpa/inet.h>
 #include <memory>
-#include <sys/resource.h>
+#include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -294,17 +295,12 @@ private slots:
 
     void a_port_that_nobody_has_taken_is_told_otherwise()
     {
-        rlimit limit{};
-        getrlimit(RLIMIT_NOFILE, &limit);
-        const int next = dup(STDERR_FILENO);
-        const rlimit none{.rlim_cur = static_cast<rlim_t>(next), .rlim_max = limit.rlim_max};
-        ::close(next);
         for (const char *port : {"7054", "7054", "7055"})
             QTest::ignoreMessage(QtDebugMsg,
                                  QRegularExpression(QString("can't bind UDP port %1").arg(port)));
-        setrlimit(RLIMIT_NOFILE, &none);
+        std::optional<NoMoreFiles> limit(std::in_place);
         link->open();
-        setrlimit(RLIMIT_NOFILE, &limit);
+        limit.reset();
         QCOMPARE(link->bind_troubles(),
                  (QStringList{"Port 7054 could not be opened: devices may not be heard.",
                               "Port 7055 could not be opened: devices may not be heard."}));

@@ -1,11 +1,12 @@
 // The machine's interfaces are read again only when they may have changed.
 #include "link/interface_list.h"
+#include "support/no_more_files.h"
 
 #include <QScopeGuard>
 #include <QtTest>
 
 #include <fcntl.h>
-#include <sys/resource.h>
+#include <optional>
 #include <unistd.h>
 
 class InterfaceListTest : public QObject
@@ -45,14 +46,9 @@ private slots:
     // As when the program has as many files open as it may: nobody tells it of a change then.
     void without_news_from_the_kernel_all_is_read_each_time()
     {
-        rlimit limit{};
-        getrlimit(RLIMIT_NOFILE, &limit);
-        const int next = dup(STDERR_FILENO);
-        close(next);
-        const rlimit none{.rlim_cur = static_cast<rlim_t>(next), .rlim_max = limit.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
+        std::optional<NoMoreFiles> limit(std::in_place);
         InterfaceList list;
-        setrlimit(RLIMIT_NOFILE, &limit);
+        limit.reset();
         for (int i = 0; i < 3; ++i)
             list.present();
         QCOMPARE(list.readings(), 3);

@@ -1,5 +1,6 @@
 // The socket of an upload on the loopback, in a private network.
 #include "firmware/tftp_socket.h"
+#include "support/no_more_files.h"
 #include "support/private_network.h"
 
 #include <QHostAddress>
@@ -8,7 +9,6 @@
 
 #include <chrono>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <thread>
@@ -157,15 +157,8 @@ private slots:
 
     void why_there_is_no_socket_is_told()
     {
-        rlimit limit{};
-        getrlimit(RLIMIT_NOFILE, &limit);
-        const int next = dup(STDERR_FILENO);
-        close(next);
-        const rlimit none{.rlim_cur = static_cast<rlim_t>(next), .rlim_max = limit.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-        const QString error = TftpSocket().open();
-        setrlimit(RLIMIT_NOFILE, &limit);
-        QCOMPARE(error, QString("Too many open files"));
+        const NoMoreFiles limit;
+        QCOMPARE(TftpSocket().open(), QString("Too many open files"));
     }
 
     void it_ends_with_its_object_and_is_no_other_programs()

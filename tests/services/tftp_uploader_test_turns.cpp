@@ -1,14 +1,12 @@
 // How many answers an upload takes in one turn of the event loop.
+#include "support/plain_tftp_device.h"
 #include "support/test_parts.h"
 #include "support/tftp_upload.h"
 
 #include <QtTest>
 
-#include <arpa/inet.h>
-#include <atomic>
 #include <chrono>
 #include <memory>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -20,21 +18,12 @@ class PromptDevice
 {
 public:
     explicit PromptDevice(int number)
-        : descriptor(socket(AF_INET, SOCK_DGRAM, 0))
+        : descriptor(open_device(number))
+        , thread([this] { serve(); })
     {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(device_address(number).toIPv4Address());
-        address.sin_port = htons(69);
-        const int yes = 1;
-        setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-        if (bind(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
-            qFatal("can't bind port 69 of device %d", number);
-        thread = std::thread([this] { serve(); });
     }
     ~PromptDevice()
     {
-        is_over = true;
         shutdown(descriptor, SHUT_RDWR); // ends its waiting
         thread.join();
         close(descriptor);
@@ -44,24 +33,14 @@ public:
 private:
     void serve() const
     {
-        while (!is_over) {
-            std::array<char, 600> packet;
-            sockaddr_in peer{};
-            socklen_t length = sizeof peer;
-            auto *const address = reinterpret_cast<sockaddr *>(&peer);
-            if (recvfrom(descriptor, packet.data(), packet.size(), 0, address, &length) < 4)
-                continue;
+        char byte = 0;
+        while (recv(descriptor, &byte, 1, MSG_PEEK) > 0) {
             std::this_thread::sleep_for(std::chrono::microseconds(600));
-            const bool is_data = packet[1] == 3;
-            const QByteArray answer
-                = is_data ? QByteArray("\0\4", 2) + packet[2] + packet[3] : ack(0);
-            sendto(descriptor, answer.constData(), static_cast<size_t>(answer.size()), 0, address,
-                   length);
+            acknowledge(descriptor);
         }
     }
 
     int descriptor;
-    std::atomic<bool> is_over = false;
     std::thread thread;
 };
 

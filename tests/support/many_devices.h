@@ -1,6 +1,7 @@
 // 1,500 devices that take any file, at 127.0.4.0 and on, in a process of their own.
 #pragma once
 
+#include "support/plain_tftp_device.h"
 #include "support/tftp_peer.h"
 
 #include <QtTest>
@@ -32,34 +33,6 @@ inline void add_limit_rows(int least_without_room)
     QTest::addColumn<int>("least");
     QTest::newRow("room above the soft limit") << 1024 << 4096 << MANY_DEVICES;
     QTest::newRow("no room") << 256 << 256 << least_without_room;
-}
-
-inline int open_device(int number)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(69);
-    address.sin_addr.s_addr = htonl(device_address(number).toIPv4Address());
-    const int one = 1;
-    const int device = socket(AF_INET, SOCK_DGRAM, 0);
-    setsockopt(device, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-    if (device < 0 || bind(device, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
-        _exit(1);
-    return device;
-}
-
-// Block 0 for a request, else the number of the DATA block, of which the bytes are used as they
-// are.
-inline void acknowledge(int device)
-{
-    char bytes[600];
-    sockaddr_in from{};
-    socklen_t size = sizeof from;
-    if (recvfrom(device, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr *>(&from), &size) < 4)
-        return;
-    const bool is_request = bytes[1] == 2;
-    const char answer[] = {0, 4, is_request ? '\0' : bytes[2], is_request ? '\0' : bytes[3]};
-    sendto(device, answer, sizeof answer, 0, reinterpret_cast<sockaddr *>(&from), size);
 }
 
 // The devices, in a process of their own: their sockets must not count as ours. It ends with ours.
